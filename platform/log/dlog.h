@@ -1,0 +1,37 @@
+// Platform log: one line per call, written to stderr (or a sink installed by the host or a test).
+// Thread-safe: lines from different threads never interleave.
+#pragma once
+
+#include <stdarg.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef enum {
+    DLOG_DEBUG = 3,
+    DLOG_INFO = 4,   // progress
+    DLOG_WARN = 5,
+    DLOG_ERROR = 6,  // errors
+    DLOG_SILENT = 8, // as a minimum priority: nothing is written
+} log_priority;
+
+// Writes one line when prio is at or above the minimum priority. Returns the number of bytes of
+// the message, 0 when filtered out, -1 on a bad argument.
+int dlog_print(log_priority prio, const char* tag, const char* fmt, ...)
+    __attribute__((format(printf, 3, 4)));
+int dlog_vprint(log_priority prio, const char* tag, const char* fmt, va_list ap);
+
+// Lines below this priority are dropped. Default: DLOG_INFO.
+void dlog_set_min_priority(log_priority prio);
+log_priority dlog_get_min_priority(void);
+
+// Receives every line that passes the filter instead of stderr; NULL restores stderr.
+// The message is the formatted text without time, level or tag.
+typedef void (*dlog_sink_cb)(log_priority prio, const char* tag, const char* message,
+                             void* user_data);
+void dlog_set_sink(dlog_sink_cb sink, void* user_data);
+
+#ifdef __cplusplus
+}
+#endif

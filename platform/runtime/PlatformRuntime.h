@@ -1,0 +1,35 @@
+// Brings the Linux platform up for one process: options from the host, product profile,
+// settings file, key-value store. Main-loop thread for initialize/shutdown; the getters are
+// thread-safe once initialize has returned.
+#pragma once
+
+#include <string>
+
+namespace ipc_platform {
+
+struct Options {
+    std::string dataDir;      // created by the host; holds settings, key-value store, auth list
+    std::string resourceDir;  // the installed data/ folder (profiles/, locale/, icons/)
+    std::string profile;      // a profile name under resourceDir/profiles, or a file path
+    unsigned short port = 0;  // JSON-RPC port; 0 means "by the product's model year"
+    unsigned short adminPort = 8515;
+    std::string approval = "screen";  // screen | allow | deny | ignore
+    bool upnpEnabled = true;
+};
+
+// Loads the profile, the settings file (written with first-start values when missing) and the
+// key-value store, and starts watching the settings file. On failure returns false and sets
+// error to one line naming the file and the reason.
+bool initialize(const Options& options, std::string& error);
+
+// Stops watching the settings file, drops pending callbacks and forgets the loaded state.
+void shutdown();
+
+bool isInitialized();
+const Options& options();
+
+// Absolute path of the profile file that `name` designates: a path when it contains '/' or ends
+// in ".json", otherwise resourceDir/profiles/<name>.json.
+std::string resolveProfilePath(const std::string& name, const std::string& resourceDir);
+
+}  // namespace ipc_platform
