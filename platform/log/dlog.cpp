@@ -92,9 +92,13 @@ int dlog_print(log_priority prio, const char* tag, const char* fmt, ...) {
     return result;
 }
 
-void dlog_set_min_priority(log_priority prio) { g_minPriority.store(prio); }
+void dlog_set_min_priority(log_priority prio) {
+    g_minPriority.store(prio);
+}
 
-log_priority dlog_get_min_priority(void) { return static_cast<log_priority>(g_minPriority.load()); }
+log_priority dlog_get_min_priority(void) {
+    return static_cast<log_priority>(g_minPriority.load());
+}
 
 void dlog_set_sink(dlog_sink_cb sink, void* user_data) {
     std::lock_guard<std::mutex> lock(g_sinkMutex);

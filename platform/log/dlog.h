@@ -10,10 +10,10 @@ extern "C" {
 
 typedef enum {
     DLOG_DEBUG = 3,
-    DLOG_INFO = 4,   // progress
+    DLOG_INFO = 4,  // progress
     DLOG_WARN = 5,
-    DLOG_ERROR = 6,  // errors
-    DLOG_SILENT = 8, // as a minimum priority: nothing is written
+    DLOG_ERROR = 6,   // errors
+    DLOG_SILENT = 8,  // as a minimum priority: nothing is written
 } log_priority;
 
 // Writes one line when prio is at or above the minimum priority. Returns the number of bytes of

@@ -18,8 +18,9 @@ struct Options {
 };
 
 // Loads the profile, the settings file (written with first-start values when missing) and the
-// key-value store, and starts watching the settings file. On failure returns false and sets
-// error to one line naming the file and the reason.
+// key-value store, and starts watching the settings file. On failure, or when the platform is
+// already initialised, returns false, leaves nothing initialised and sets error to one line
+// naming the file and the reason.
 bool initialize(const Options& options, std::string& error);
 
 // Stops watching the settings file, drops pending callbacks and forgets the loaded state.
@@ -28,8 +29,9 @@ void shutdown();
 bool isInitialized();
 const Options& options();
 
-// Absolute path of the profile file that `name` designates: a path when it contains '/' or ends
-// in ".json", otherwise resourceDir/profiles/<name>.json.
+// Absolute path of the profile file that `name` designates: a path (relative to the working
+// folder) when it contains '/' or ends in ".json", otherwise resourceDir/profiles/<name>.json;
+// an empty name designates the default profile "tv-2023".
 std::string resolveProfilePath(const std::string& name, const std::string& resourceDir);
 
 }  // namespace ipc_platform

@@ -29,7 +29,8 @@ int system_settings_get_value_int(system_settings_key_e key, int* value);
 int system_settings_get_value_string(system_settings_key_e key, char** value);
 
 // Stores the value (the file is replaced atomically) and, when it differs, schedules the key's
-// change callback on the main loop.
+// change callback on the main loop; the callback never runs inside the setter. When the file
+// cannot be written the result is IO_ERROR and the previous value stays.
 int system_settings_set_value_int(system_settings_key_e key, int value);
 int system_settings_set_value_string(system_settings_key_e key, const char* value);
 

@@ -1,0 +1,60 @@
+// Application information C interface: the id, the version and the folders the host gave.
+#include "app_common.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "PlatformObjects.h"
+
+namespace {
+
+constexpr char kAppId[] = "com.orvane.ipcontrol";
+
+// dir with exactly one trailing '/', then suffix; null before the platform is initialised.
+char* folderPath(std::string ipc_platform::Options::*dir, const char* suffix) {
+    const auto objects = ipc_platform::currentObjects();
+    if (objects == nullptr) {
+        return nullptr;
+    }
+    std::string path = objects->options.*dir;
+    if (path.empty() || path.back() != '/') {
+        path += '/';
+    }
+    path += suffix;
+    return strdup(path.c_str());
+}
+
+int copyOut(const char* text, char** out) {
+    if (out == nullptr) {
+        return APP_ERROR_INVALID_PARAMETER;
+    }
+    *out = strdup(text);
+    return APP_ERROR_NONE;
+}
+
+}  // namespace
+
+extern "C" {
+
+char* app_get_data_path(void) {
+    return folderPath(&ipc_platform::Options::dataDir, "");
+}
+
+char* app_get_resource_path(void) {
+    return folderPath(&ipc_platform::Options::resourceDir, "");
+}
+
+char* app_get_shared_resource_path(void) {
+    return folderPath(&ipc_platform::Options::resourceDir, "shared/");
+}
+
+int app_get_id(char** id) {
+    return copyOut(kAppId, id);
+}
+
+int app_get_version(char** version) {
+    return copyOut(IPC_VERSION, version);
+}
+
+}  // extern "C"

@@ -1,0 +1,26 @@
+// The objects behind the platform's C interfaces while the platform is initialised. Internal to
+// the platform library. Thread-safe: each call takes a snapshot that stays valid while held, even
+// across shutdown.
+#pragma once
+
+#include <memory>
+
+#include "PlatformRuntime.h"
+
+namespace ipc_platform {
+
+class ProductProfile;
+class SettingsStore;
+class KeyValueStore;
+
+struct PlatformObjects {
+    Options options;
+    std::shared_ptr<const ProductProfile> profile;
+    std::shared_ptr<SettingsStore> settings;
+    std::shared_ptr<KeyValueStore> keyValues;
+};
+
+// Null when the platform is not initialised.
+std::shared_ptr<const PlatformObjects> currentObjects();
+
+}  // namespace ipc_platform

@@ -1,0 +1,80 @@
+// Tests of bringing the platform up and down, profile resolution and the application interface.
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "PlatformTestSupport.h"
+#include "app_common.h"
+#include "system_info.h"
+#include "system_settings.h"
+#include "vconf.h"
+
+namespace platform_test {
+namespace {
+
+std::string currentDir() {
+    return std::filesystem::current_path().string();
+}
+
+class PlatformRuntimeTest : public PlatformTest {};
+
+TEST_F(PlatformRuntimeTest, FailedInitializeLeavesEveryInterfaceNotReady) {
+    writeFile(m_dataDir.file("vconf.json"), "not json");
+    EXPECT_NE("", startError());
+    EXPECT_FALSE(ipc_platform::isInitialized());
+    int number = 0;
+    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_READY,
+              system_info_get_custom_int(SYSTEM_INFO_VENDOR_PREFIX "featureconf/product.tv_year",
+                                         &number));
+    EXPECT_EQ(SYSTEM_SETTINGS_ERROR_NOT_READY,
+              system_settings_get_value_int(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT, &number));
+    EXPECT_EQ(SYSTEM_SETTINGS_ERROR_NOT_READY,
+              system_settings_set_value_int(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT, 1));
+    EXPECT_EQ(-1, vconf_set_str("key", "x"));
+    EXPECT_EQ("<null>", takeString(app_get_data_path()));
+}
+
+TEST_F(PlatformRuntimeTest, SecondInitializeIsRefusedUntilShutdown) {
+    start();
+    std::string error;
+    EXPECT_FALSE(ipc_platform::initialize(m_options, error));
+    EXPECT_NE("", error);
+    ipc_platform::shutdown();
+    EXPECT_FALSE(ipc_platform::isInitialized());
+    EXPECT_TRUE(ipc_platform::initialize(m_options, error)) << error;
+    EXPECT_EQ(m_dataDir.path(), ipc_platform::options().dataDir);
+}
+
+TEST_F(PlatformRuntimeTest, ResolvesProfileNamesAndPaths) {
+    using ipc_platform::resolveProfilePath;
+    EXPECT_EQ("/res/profiles/wall.json", resolveProfilePath("wall", "/res"));
+    EXPECT_EQ("/res/profiles/tv-2023.json", resolveProfilePath("", "/res"));
+    EXPECT_EQ("/elsewhere/p.json", resolveProfilePath("/elsewhere/p.json", "/res"));
+    EXPECT_EQ(currentDir() + "/mine.json", resolveProfilePath("mine.json", "/res"));
+    EXPECT_EQ(currentDir() + "/dir/mine", resolveProfilePath("dir/mine", "/res"));
+}
+
+TEST_F(PlatformRuntimeTest, AppPathsEndWithOneSlash) {
+    ipc_platform::Options options;
+    options.dataDir = m_dataDir.path();
+    options.resourceDir = std::string(IPC_TEST_RESOURCE_DIR) + "/";
+    std::string error;
+    ASSERT_TRUE(ipc_platform::initialize(options, error)) << error;
+    EXPECT_EQ(m_dataDir.path() + "/", takeString(app_get_data_path()));
+    EXPECT_EQ(std::string(IPC_TEST_RESOURCE_DIR) + "/", takeString(app_get_resource_path()));
+    EXPECT_EQ(std::string(IPC_TEST_RESOURCE_DIR) + "/shared/",
+              takeString(app_get_shared_resource_path()));
+}
+
+TEST_F(PlatformRuntimeTest, AppIdAndVersion) {
+    char* id = nullptr;
+    char* version = nullptr;
+    ASSERT_EQ(APP_ERROR_NONE, app_get_id(&id));
+    ASSERT_EQ(APP_ERROR_NONE, app_get_version(&version));
+    EXPECT_EQ("com.orvane.ipcontrol", takeString(id));
+    EXPECT_EQ(IPC_TEST_VERSION, takeString(version));
+    EXPECT_EQ(APP_ERROR_INVALID_PARAMETER, app_get_id(nullptr));
+}
+
+}  // namespace
+}  // namespace platform_test

@@ -1,0 +1,149 @@
+// Tests of the product profile through the system information interface, and of the shipped
+// profiles.
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "PlatformTestSupport.h"
+#include "system_info.h"
+
+namespace platform_test {
+namespace {
+
+#define FEATURE(name) SYSTEM_INFO_VENDOR_PREFIX "featureconf/" name
+
+class ProductProfileTest : public PlatformTest {
+protected:
+    // Starts with a profile of the given text; returns the initialisation error.
+    std::string startWithProfile(const std::string& text) {
+        writeFile(profilePath(), text);
+        return startError(profilePath());
+    }
+    std::string profilePath() const { return m_dataDir.file("profile.json"); }
+
+    std::string fact(system_info_key_e key) {
+        char* value = nullptr;
+        EXPECT_EQ(SYSTEM_INFO_ERROR_NONE, system_info_get_value_string(key, &value));
+        return takeString(value);
+    }
+};
+
+TEST_F(ProductProfileTest, AnswersFeatureKeysAndFactsOfDefaultProfile) {
+    start();
+    int year = 0;
+    bool ambient = false;
+    ASSERT_EQ(SYSTEM_INFO_ERROR_NONE,
+              system_info_get_custom_int(FEATURE("product.tv_year"), &year));
+    ASSERT_EQ(SYSTEM_INFO_ERROR_NONE,
+              system_info_get_custom_bool(FEATURE("ambient_screen_support"), &ambient));
+    EXPECT_EQ(23, year);
+    EXPECT_TRUE(ambient);
+    EXPECT_EQ("OTV-2023-1040.5", fact(SYSTEM_INFO_KEY_SW_VERSION));
+    EXPECT_EQ("0TV23A1B2C3D4", fact(SYSTEM_INFO_KEY_SERIAL_NUMBER));
+    EXPECT_EQ("OTV55C8000", fact(SYSTEM_INFO_KEY_PRODUCT_CODE_SW));
+}
+
+TEST_F(ProductProfileTest, KeyWithoutVendorPrefixOrUnknownIsNotSupported) {
+    start();
+    int value = 0;
+    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
+              system_info_get_custom_int("featureconf/product.tv_year", &value));
+    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
+              system_info_get_custom_int(FEATURE("product.no_such_key"), &value));
+    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
+              system_info_get_custom_int(SYSTEM_INFO_VENDOR_PREFIX "product.tv_year", &value));
+}
+
+TEST_F(ProductProfileTest, KeyAskedWithOtherTypeIsInvalidParameter) {
+    start();
+    int number = 0;
+    bool flag = false;
+    EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER,
+              system_info_get_custom_int(FEATURE("tessera_support"), &number));
+    EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER,
+              system_info_get_custom_bool(FEATURE("product.tv_year"), &flag));
+    EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER, system_info_get_custom_bool(nullptr, &flag));
+}
+
+TEST_F(ProductProfileTest, FactMissingFromProfileIsNotSupported) {
+    ASSERT_EQ("", startWithProfile(R"({"systemInfo": {"swVersion": "1.0"}, "tv": {"x": []}})"));
+    char* value = nullptr;
+    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
+              system_info_get_value_string(SYSTEM_INFO_KEY_SERIAL_NUMBER, &value));
+    EXPECT_EQ(nullptr, value);
+}
+
+class RefusedProfileTest : public ProductProfileTest,
+                           public ::testing::WithParamInterface<NamedText> {};
+
+TEST_P(RefusedProfileTest, InitializeFailsNamingFile) {
+    const std::string error = startWithProfile(GetParam().text);
+    EXPECT_NE(std::string::npos, error.find(profilePath())) << error;
+    EXPECT_FALSE(ipc_platform::isInitialized());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, RefusedProfileTest,
+    ::testing::Values(NamedText{"Truncated", "{\"featureconf\": {"},
+                      NamedText{"TopLevelArray", "[1, 2]"}, NamedText{"EmptyFile", ""},
+                      NamedText{"FeatureString", R"({"featureconf": {"easel_tv": "yes"}})"},
+                      NamedText{"FeatureDouble", R"({"featureconf": {"product.tv_year": 23.5}})"},
+                      NamedText{"FeatureBeyondInt",
+                                R"({"featureconf": {"product.tv_year": 9999999999}})"},
+                      NamedText{"FeatureconfArray", R"({"featureconf": []})"},
+                      NamedText{"FactNumber", R"({"systemInfo": {"swVersion": 1}})"},
+                      NamedText{"DeviceNameNull", R"({"deviceName": null})"}),
+    CaseName());
+
+TEST_F(ProductProfileTest, MissingProfileNamesTheFile) {
+    const std::string error = startError("no-such-product");
+    EXPECT_NE(std::string::npos, error.find("profiles/no-such-product.json")) << error;
+}
+
+TEST_F(ProductProfileTest, EveryShippedProfileLoadsWithServiceAvailable) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(IPC_TEST_PROFILES_DIR)) {
+        start(entry.path().string());
+        bool available = false;
+        EXPECT_EQ(SYSTEM_INFO_ERROR_NONE,
+                  system_info_get_custom_bool(FEATURE("convergence.ipcontrol.service_available"),
+                                              &available))
+            << entry.path();
+        EXPECT_TRUE(available) << entry.path();
+        ipc_platform::shutdown();
+        ++count;
+    }
+    EXPECT_EQ(5, count);
+}
+
+struct ProfileTrait {
+    const char* name;
+    const char* profile;
+    const char* key;
+    int value;  // booleans as 0 and 1
+};
+
+class ShippedProfileTraitTest : public ProductProfileTest,
+                                public ::testing::WithParamInterface<ProfileTrait> {};
+
+TEST_P(ShippedProfileTraitTest, HoldsItsProductTrait) {
+    start(GetParam().profile);
+    int number = -1;
+    bool flag = false;
+    if (system_info_get_custom_int(GetParam().key, &number) != SYSTEM_INFO_ERROR_NONE) {
+        ASSERT_EQ(SYSTEM_INFO_ERROR_NONE, system_info_get_custom_bool(GetParam().key, &flag));
+        number = flag ? 1 : 0;
+    }
+    EXPECT_EQ(GetParam().value, number);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, ShippedProfileTraitTest,
+    ::testing::Values(ProfileTrait{"Tv2019Year", "tv-2019", FEATURE("product.tv_year"), 19},
+                      ProfileTrait{"WallMicroLed", "wall", FEATURE("tessera_version"), 2},
+                      ProfileTrait{"EaselTv", "easel", FEATURE("easel_tv"), 1},
+                      ProfileTrait{"LfdType", "lfd", FEATURE("product.product_type"), 4}),
+    CaseName());
+
+}  // namespace
+}  // namespace platform_test

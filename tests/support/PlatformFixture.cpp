@@ -1,0 +1,108 @@
+// Test support for code that runs on the platform.
+#include "support/PlatformFixture.h"
+
+#include <chrono>
+#include <fstream>
+#include <sstream>
+
+#include <glib.h>
+#include <glib/gstdio.h>
+
+#include "dlog.h"
+
+namespace testsupport {
+
+LogCapture::LogCapture() {
+    dlog_set_sink(&LogCapture::sink, this);
+}
+
+LogCapture::~LogCapture() {
+    dlog_set_sink(nullptr, nullptr);
+}
+
+void LogCapture::sink(log_priority /*prio*/, const char* tag, const char* message, void* self) {
+    auto* capture = static_cast<LogCapture*>(self);
+    std::lock_guard<std::mutex> lock(capture->m_mutex);
+    capture->m_lines.push_back(std::string(tag) + ": " + message);
+}
+
+std::vector<std::string> LogCapture::lines() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_lines;
+}
+
+size_t LogCapture::count(const std::string& text) const {
+    size_t n = 0;
+    for (const std::string& line : lines()) {
+        if (line.find(text) != std::string::npos) {
+            ++n;
+        }
+    }
+    return n;
+}
+
+bool LogCapture::contains(const std::string& text) const {
+    return count(text) > 0;
+}
+
+void LogCapture::clear() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_lines.clear();
+}
+
+TempDir::TempDir() {
+    g_autofree gchar* dir = g_dir_make_tmp("ipctest-XXXXXX", nullptr);
+    m_path = dir != nullptr ? dir : "";
+}
+
+TempDir::~TempDir() {
+    if (!m_path.empty()) {
+        std::string command = "rm -rf '" + m_path + "'";
+        int ignored = system(command.c_str());
+        (void)ignored;
+    }
+}
+
+void writeFile(const std::string& path, const std::string& contents) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << contents;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+bool pumpMainLoopUntil(const std::function<bool()>& done, int timeoutMs) {
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        if (!g_main_context_iteration(nullptr, FALSE)) {
+            g_usleep(2000);
+        }
+    }
+    return true;
+}
+
+std::string makeProfile(const std::string& featureconfMembers) {
+    return "{\"name\": \"test\", \"deviceName\": \"[TV] Test\", \"featureconf\": {" +
+           featureconfMembers +
+           "}, \"systemInfo\": {\"swVersion\": \"T-1\", \"serialNumber\": \"S-1\", "
+           "\"productCode\": \"P-1\"}}";
+}
+
+bool startPlatform(const TempDir& dir, const std::string& profileJson, std::string& error) {
+    std::string profilePath = dir.file("profile.json");
+    writeFile(profilePath, profileJson);
+    ipc_platform::Options options;
+    options.dataDir = dir.path();
+    options.resourceDir = dir.path();
+    options.profile = profilePath;
+    return ipc_platform::initialize(options, error);
+}
+
+}  // namespace testsupport
