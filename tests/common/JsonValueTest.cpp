@@ -1,0 +1,274 @@
+// Member and element access, copies and moves, parsing and printing of JsonValue.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "JsonExpect.h"
+#include "JsonValue.h"
+#include "dlog.h"
+
+using common::json::JsonType;
+using common::json::JsonValue;
+using common::json::SharedJson;
+
+namespace {
+
+class JsonValueAccessTest : public ::testing::Test {
+protected:
+    static JsonValue parse(const char* text) { return JsonValue::Create(text); }
+};
+
+TEST_F(JsonValueAccessTest, ChainedWriteOnNullBuildsNestedObjects) {
+    JsonValue value;
+    value["a"]["b"] = 5;
+    EXPECT_EQ(value.toString(), R"({"a":{"b":5}})");
+}
+
+TEST_F(JsonValueAccessTest, MutableIndexOnNullCreatesArrayLongEnough) {
+    JsonValue value;
+    value[2]["x"] = true;
+    EXPECT_EQ(value.toString(), R"([null,null,{"x":true}])");
+}
+
+TEST_F(JsonValueAccessTest, ReadOnlyLookupDoesNotAddMember) {
+    JsonValue value = parse(R"({"a":1})");
+    const JsonValue& readOnly = value;
+
+    EXPECT_TRUE(readOnly["missing"].isNull());
+    EXPECT_EQ(&readOnly["missing"], &JsonValue::Null::null_instance());
+    EXPECT_FALSE(value.isMember("missing"));
+
+    value["missing"];
+    EXPECT_EQ(value.toString(), R"({"a":1,"missing":null})");
+}
+
+TEST_F(JsonValueAccessTest, MemberAccessOnOtherKindsThrowsInvalidType) {
+    JsonValue number(7);
+    JsonValue text("t");
+    JsonValue array = parse("[1]");
+    const JsonValue& constArray = array;
+
+    EXPECT_JSON_THROW(number["x"], "invalid type");
+    EXPECT_JSON_THROW(text["x"], "invalid type");
+    EXPECT_JSON_THROW(constArray["x"], "invalid type");
+    EXPECT_JSON_THROW(array.isMember("x"), "invalid type");
+    EXPECT_JSON_THROW(array.getMemberNames(), "invalid type");
+    EXPECT_JSON_THROW(array.removeMember("x"), "invalid type");
+    EXPECT_JSON_THROW(array.get("x", 1), "invalid type");
+    EXPECT_JSON_THROW(number.append(1), "invalid type");
+    EXPECT_JSON_THROW(parse("{}")[0], "invalid type");
+    EXPECT_JSON_THROW(text.resize(1), "invalid type");
+}
+
+TEST_F(JsonValueAccessTest, ReferencesStayValidWhileSiblingsAreAdded) {
+    JsonValue value;
+    JsonValue& first = value["first"];
+    JsonValue& element = value["list"][0];
+    for (int i = 0; i < 200; ++i) {
+        value["m" + std::to_string(i)] = i;
+        value["list"].append(i);
+    }
+    first = "written";
+    element = "also";
+    EXPECT_EQ(value["first"].asString(), "written");
+    EXPECT_EQ(value["list"][0].asString(), "also");
+    EXPECT_EQ(value["list"].size(), 201u);
+}
+
+TEST_F(JsonValueAccessTest, RemoveMemberDropsCachedChild) {
+    JsonValue value;
+    value["a"]["deep"] = 1;
+    value.removeMember("a");
+    EXPECT_EQ(value.toString(), "{}");
+
+    value["a"] = 2;  // a fresh member, not the dropped child
+    EXPECT_EQ(value.toString(), R"({"a":2})");
+}
+
+TEST_F(JsonValueAccessTest, ResizeGrowsWithNullsAndShrinksFromEnd) {
+    JsonValue value = parse(R"([0,1,2,3])");
+    value[3] = "cached";
+
+    value.resize(2);
+    EXPECT_EQ(value.toString(), "[0,1]");
+    value.resize(4);
+    EXPECT_EQ(value.toString(), "[0,1,null,null]");
+    EXPECT_TRUE(value[3].isNull());  // the cached child of the dropped element is gone
+
+    JsonValue fresh;
+    fresh.resize(1);
+    EXPECT_EQ(fresh.toString(), "[null]");
+}
+
+TEST_F(JsonValueAccessTest, AppendMovesValueAndLeavesItNull) {
+    JsonValue list;
+    JsonValue item = parse(R"({"k":[1]})");
+    item["k"];  // a cached child that must not follow the content
+    const JsonValue copied("copied");
+
+    list.append(std::move(item));
+    list.append(copied);
+
+    EXPECT_TRUE(item.isNull());
+    EXPECT_FALSE(item.isMember("k"));
+    EXPECT_EQ(copied.asString(), "copied");
+    EXPECT_EQ(list.toString(), R"([{"k":[1]},"copied"])");
+}
+
+TEST_F(JsonValueAccessTest, GetReturnsIndependentCopyOrDefault) {
+    JsonValue value = parse(R"({"a":{"b":1},"list":[5]})");
+
+    JsonValue a = value.get("a", JsonValue());
+    a["b"] = 2;
+
+    EXPECT_EQ(value["a"]["b"].asInt(), 1);
+    EXPECT_EQ(value.get("missing", 9).asInt(), 9);
+    EXPECT_EQ(value["list"].get(0, 0).asInt(), 5);
+    EXPECT_EQ(value["list"].get(1, -1).asInt(), -1);
+}
+
+TEST_F(JsonValueAccessTest, ChildAssignedToItsParentReplacesIt) {
+    JsonValue value = parse(R"({"a":{"b":[1,2]},"c":3})");
+    JsonValue copy = value;
+
+    value = std::move(value["a"]);
+    copy = copy["a"];
+
+    EXPECT_EQ(value.toString(), R"({"b":[1,2]})");
+    EXPECT_EQ(copy.toString(), R"({"b":[1,2]})");
+    value["b"].append(3);
+    EXPECT_EQ(value.toString(), R"({"b":[1,2,3]})");
+}
+
+TEST_F(JsonValueAccessTest, ParentAssignedToItsChildIsCopied) {
+    JsonValue value = parse(R"({"a":1})");
+    value["a"] = std::move(value);
+    EXPECT_EQ(value.toString(), R"({"a":{"a":1}})");
+}
+
+TEST_F(JsonValueAccessTest, MovingSiblingLeavesItNull) {
+    JsonValue value = parse(R"({"a":1,"b":{"c":[true]}})");
+    JsonValue& b = value["b"];
+    b["c"];
+
+    value["a"] = std::move(value["b"]);
+
+    EXPECT_EQ(value.toString(), R"({"a":{"c":[true]},"b":null})");
+    EXPECT_TRUE(b.isNull());
+}
+
+TEST_F(JsonValueAccessTest, ScalarMemberBecomesContainerWhereItStands) {
+    JsonValue value = parse(R"({"a":1,"list":[1,2,3]})");
+    JsonValue& a = value["a"];
+    JsonValue& first = value["list"][0];
+    JsonValue& second = value["list"][1];
+
+    a = JsonValue(JsonType::objectValue);
+    a["x"] = 2;
+    second = JsonValue(JsonType::arrayValue);
+    second.append("in");
+    first = "still cached";
+
+    EXPECT_EQ(value.toString(), R"({"a":{"x":2},"list":["still cached",["in"],3]})");
+}
+
+TEST_F(JsonValueAccessTest, MemberReplacedThroughSharedHandleIsFollowed) {
+    JsonValue value = parse(R"({"a":1})");
+    value["a"];  // cached now
+    SharedJson handle = value;
+
+    handle["a"].init(JsonType::objectValue);
+    value["a"]["x"] = 1;
+
+    EXPECT_EQ(value.toString(), R"({"a":{"x":1}})");
+}
+
+class JsonValueCopyTest : public ::testing::Test {};
+
+TEST_F(JsonValueCopyTest, CopiesAreDeep) {
+    JsonValue original = JsonValue::Create(R"({"a":[1,{"b":2}]})");
+    JsonValue constructed(original);
+    JsonValue assigned;
+    assigned = original;
+
+    constructed["a"][1]["b"] = 3;
+    assigned["a"].append(4);
+
+    EXPECT_EQ(original.toString(), R"({"a":[1,{"b":2}]})");
+    EXPECT_EQ(constructed.toString(), R"({"a":[1,{"b":3}]})");
+    EXPECT_EQ(assigned.toString(), R"({"a":[1,{"b":2},4]})");
+}
+
+TEST_F(JsonValueCopyTest, MovedValueKeepsHandedOutReferences) {
+    std::vector<JsonValue> values;
+    values.emplace_back(JsonType::objectValue);
+    JsonValue& member = values[0]["m"];
+    for (int i = 0; i < 20; ++i) {
+        values.emplace_back(i);  // reallocations move values[0]
+    }
+    member = "through the old reference";
+    EXPECT_EQ(values[0].toString(), R"({"m":"through the old reference"})");
+}
+
+TEST_F(JsonValueCopyTest, MovedFromValueIsNull) {
+    JsonValue source("text");
+    JsonValue target(std::move(source));
+    JsonValue assigned;
+    assigned = std::move(target);
+    EXPECT_TRUE(source.isNull());
+    EXPECT_TRUE(target.isNull());
+    EXPECT_EQ(assigned.asString(), "text");
+}
+
+TEST_F(JsonValueCopyTest, EqualityIsDeep) {
+    JsonValue built;
+    built["a"].append(1);
+    built["a"].append("x");
+    EXPECT_TRUE(built == JsonValue::Create(R"({"a":[1,"x"]})"));
+    EXPECT_FALSE(built == JsonValue::Create(R"({"a":[1,"y"]})"));
+    EXPECT_TRUE(built != JsonValue::Create(R"({"a":[1]})"));
+}
+
+class JsonValueParseTest : public ::testing::Test {
+protected:
+    void SetUp() override { dlog_set_sink(&JsonValueParseTest::sink, this); }
+    void TearDown() override { dlog_set_sink(nullptr, nullptr); }
+
+    static void sink(log_priority prio, const char* tag, const char* message, void* self) {
+        if (prio == DLOG_ERROR) {
+            static_cast<JsonValueParseTest*>(self)->m_errors.push_back(std::string(tag) + ": " +
+                                                                       message);
+        }
+    }
+
+    std::vector<std::string> m_errors;
+};
+
+TEST_F(JsonValueParseTest, TruncatedDocumentGivesNullAndLogsParserMessage) {
+    JsonValue value = JsonValue::Create(R"({"jsonrpc":"2.0","id":1)");
+
+    EXPECT_TRUE(value.isNull());
+    ASSERT_EQ(m_errors.size(), 1u);
+    const std::string& line = m_errors[0];
+    EXPECT_EQ(line.rfind("DYNF_COMMON: ", 0), 0u) << line;
+    const std::string marker = "failed to parse: ";
+    const size_t at = line.find(marker);
+    ASSERT_NE(at, std::string::npos) << line;
+    EXPECT_GT(line.size(), at + marker.size()) << "no parser message in: " << line;
+}
+
+TEST_F(JsonValueParseTest, EmptyTextGivesNull) {
+    EXPECT_TRUE(JsonValue::Create("").isNull());
+    EXPECT_EQ(JsonValue::Create("").toString(), "null");
+}
+
+TEST_F(JsonValueParseTest, CompactTextHasNoSpacesAndKeepsMemberOrder) {
+    JsonValue value =
+        JsonValue::Create(R"( { "z" : [ 1 , 2.5 , true , null , "s" ] , "a" : { } } )");
+    EXPECT_EQ(value.toString(false), R"({"z":[1,2.5,true,null,"s"],"a":{}})");
+    EXPECT_NE(value.toString(true).find('\n'), std::string::npos);
+    EXPECT_TRUE(m_errors.empty());
+}
+
+}  // namespace

@@ -1,0 +1,85 @@
+// Sharing, cloning and moving content between handles on json-glib node trees.
+#include <gtest/gtest.h>
+
+#include "JsonException.h"
+#include "SharedJson.h"
+
+using common::json::JsonException;
+using common::json::JsonType;
+using common::json::SharedJson;
+
+namespace {
+
+class SharedJsonTest : public ::testing::Test {
+protected:
+    static SharedJson parse(const char* text) { return SharedJson::Create(text); }
+};
+
+TEST_F(SharedJsonTest, CopiesShareTheTreeButClonesDoNot) {
+    SharedJson original = parse(R"({"a":1})");
+    SharedJson shared = original;
+    SharedJson cloned = original.clone();
+
+    shared["a"].set(SharedJson(2LL));
+
+    EXPECT_EQ(original["a"].get_int(), 2);
+    EXPECT_EQ(cloned["a"].get_int(), 1);
+    EXPECT_TRUE(shared.same_node(original));
+    EXPECT_FALSE(cloned.same_node(original));
+}
+
+TEST_F(SharedJsonTest, SetMovesChildContentIntoItsParent) {
+    SharedJson root = parse(R"({"a":{"b":[1,2]},"c":3})");
+    SharedJson observer = root;
+
+    root.set(root["a"]);  // a handle on a child of the very node being replaced
+
+    EXPECT_EQ(observer.to_string(false), R"({"b":[1,2]})");
+}
+
+TEST_F(SharedJsonTest, SetMovesScalarChildIntoItsParent) {
+    SharedJson root = parse(R"({"a":"text"})");
+    root.set(root["a"]);
+    EXPECT_EQ(root.to_string(false), R"("text")");
+}
+
+TEST_F(SharedJsonTest, AppendTakesContentAndLeavesSourceNull) {
+    SharedJson list = parse("[]");
+    SharedJson item = parse(R"({"k":"v"})");
+    SharedJson other = parse(R"({"inner":[true]})");
+    SharedJson inner = other["inner"];
+
+    list.append(std::move(item));
+    list.append(std::move(inner));
+
+    EXPECT_EQ(list.to_string(false), R"([{"k":"v"},[true]])");
+    EXPECT_EQ(item.type(), JsonType::nullValue);
+    EXPECT_EQ(other.to_string(false), R"({"inner":null})");
+}
+
+TEST_F(SharedJsonTest, AppendOfOwnElementMovesIt) {
+    SharedJson list = parse(R"([1,"two"])");
+    list.append(list[1]);
+    EXPECT_EQ(list.to_string(false), R"([1,null,"two"])");
+}
+
+TEST_F(SharedJsonTest, StructuralWritesOfWrongKindThrow) {
+    SharedJson number(5LL);
+    SharedJson object = parse("{}");
+    EXPECT_THROW(number.alloc_member("a"), JsonException);
+    EXPECT_THROW(number.resize(1), JsonException);
+    EXPECT_THROW(object.append(SharedJson(true)), JsonException);
+    EXPECT_THROW(object["missing"], JsonException);
+    EXPECT_EQ(number.get_string(), "");
+    EXPECT_FALSE(number.has("a"));
+}
+
+TEST_F(SharedJsonTest, MovedFromHandleIsAFreshNull) {
+    SharedJson original = parse(R"([1])");
+    SharedJson taken = std::move(original);
+    EXPECT_EQ(original.type(), JsonType::nullValue);
+    EXPECT_FALSE(original.same_node(taken));
+    EXPECT_EQ(taken.to_string(false), "[1]");
+}
+
+}  // namespace
