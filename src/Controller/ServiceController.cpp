@@ -1,1 +1,12 @@
-// placeholder
+// Controller facade: wires the managers' hooks to each other through the core.
+#include "Controller/ServiceController.h"
+
+ServiceController::~ServiceController() = default;
+
+bool ServiceController::create() {
+    return true;
+}
+
+bool ServiceController::destroy() {
+    return true;
+}

@@ -1,0 +1,84 @@
+// ipcontrold: brings the Linux platform up, loads the IP-control plug-in and runs the main loop
+// until SIGINT or SIGTERM.
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include <glib-unix.h>
+#include <glib.h>
+
+#include "HostOptions.h"
+#include "PlatformRuntime.h"
+#include "PluginLoader.h"
+
+namespace {
+
+constexpr int kExitUsage = 2;    // bad option, profile, settings file or data directory
+constexpr int kExitInstall = 1;  // the plug-in is missing or broken
+
+const char* const kTag = "IPCONTROLD";
+
+gboolean onStopSignal(gpointer loop) {
+    dlog_print(DLOG_INFO, kTag, "stop signal received, shutting down");
+    g_main_loop_quit(static_cast<GMainLoop*>(loop));
+    return G_SOURCE_REMOVE;
+}
+
+int fail(int code, const std::string& message) {
+    fprintf(stderr, "ipcontrold: %s\n", message.c_str());
+    return code;
+}
+
+std::string pluginPath() {
+    return hostExecutableDir() + "/../lib/libipcontrol-plugin.so";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    HostOptions options;
+    std::string message;
+    switch (parseHostOptions(argc, argv, options, message)) {
+        case ParseResult::Error:
+            return fail(kExitUsage, message);
+        case ParseResult::Exit:
+            if (options.showVersion) {
+                printf("ipcontrold %s\n", IPC_VERSION);
+            }
+            return 0;
+        case ParseResult::Run:
+            break;
+    }
+    dlog_set_min_priority(options.logLevel);
+    signal(SIGPIPE, SIG_IGN);
+
+    const std::string& dataDir = options.platform.dataDir;
+    if (g_mkdir_with_parents(dataDir.c_str(), 0700) != 0) {
+        return fail(kExitUsage, "cannot create data directory " + dataDir + ": " + strerror(errno));
+    }
+    if (!ipc_platform::initialize(options.platform, message)) {
+        return fail(kExitUsage, message);
+    }
+
+    PluginLoader plugin;
+    if (!plugin.load(pluginPath(), message)) {
+        ipc_platform::shutdown();
+        return fail(kExitInstall, message);
+    }
+
+    GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+    g_unix_signal_add(SIGINT, onStopSignal, loop);
+    g_unix_signal_add(SIGTERM, onStopSignal, loop);
+
+    dlog_print(DLOG_INFO, kTag, "ipcontrold %s: profile %s, data in %s", IPC_VERSION,
+               options.platform.profile.c_str(), dataDir.c_str());
+    plugin.create();
+    g_main_loop_run(loop);
+    plugin.destroy();
+    plugin.unload();
+    g_main_loop_unref(loop);
+    ipc_platform::shutdown();
+    dlog_print(DLOG_INFO, kTag, "stopped");
+    return 0;
+}

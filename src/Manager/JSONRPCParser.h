@@ -1,0 +1,49 @@
+// One JSON-RPC 2.0 request: reads its method, id, params and access token, keeps the result data
+// of the TV side and builds the response text. Also owns the fixed table of error objects.
+// Not thread-safe: a parser lives for one request step on one thread.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "JsonValue.h"
+#include "Manager/JSONRPCError.h"
+
+class JSONRPCParser {
+public:
+    JSONRPCParser();
+
+    // True for a JSON object whose "jsonrpc" member is the text "2.0". Never throws.
+    bool parse(const std::string& text);
+
+    bool getMethodName(std::string& out);
+    bool getJsonID(std::string& out);
+    const common::json::JsonValue& getJsonParams() const;
+    bool hasParams();
+    bool getParams(std::map<std::string, std::string>& out);
+    bool getAccessToken(std::string& out);
+
+    bool setCopiedParams(std::string text);
+    bool setCopiedParams(std::map<std::string, std::string>& pairs);
+    // True for the two methods whose result is a device list.
+    bool isDeviceControl();
+
+    // The response to this parser's own request: an error object, the params of a set request
+    // without the token, or the copied params.
+    std::string buildResponse(std::string errorText, bool isSetMethod);
+    // The response to a finished command.
+    std::string buildResponse(const std::string& id, const common::json::JsonValue& result,
+                              const std::string& errorText);
+
+    static std::string getJsonErrorMessage(eJSONRPCErrorCode code);
+    static std::string getResultMessage(_DeviceManagerError error);
+
+private:
+    std::string _idText();
+    std::string _serialise(const common::json::JsonValue& response);
+
+    common::json::JsonValue m_root;
+    common::json::JsonValue m_copiedParams;
+    std::string m_methodName;
+    bool m_bBatch;
+};
