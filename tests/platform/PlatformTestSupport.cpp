@@ -6,13 +6,6 @@
 
 #include <glib.h>
 
-// ThreadSanitizer cannot see GLib's own locks (GLib is not built with it), so GIO handing file
-// monitor data to its worker thread looks like a race. Reports in which GLib or GIO code makes an
-// access, or allocated the memory, are ignored; the platform's own accesses stay checked.
-extern "C" const char* __tsan_default_suppressions() {
-    return "race:libglib-2.0.so.0\nrace:libgio-2.0.so.0\n";
-}
-
 namespace platform_test {
 
 std::string takeString(char* text) {
