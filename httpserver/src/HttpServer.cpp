@@ -1,0 +1,223 @@
+// The HTTP front: a libmicrohttpd daemon that turns each POST body into one delivered request.
+#include "HttpServer.h"
+
+#include <microhttpd.h>
+#include <netinet/in.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace ipsvr {
+
+namespace {
+
+// Stop gives pending requests this long to get their 503 out before connections are cut.
+constexpr std::chrono::seconds kStopGrace(1);
+
+// What the server keeps of one request while libmicrohttpd handles its connection.
+struct RequestContext {
+    std::string body;
+    unsigned int clientId = 0;  // set once the request is delivered
+    bool tooLarge = false;
+};
+
+// The answer to requests caught by a stop; their connections close with it.
+Reply stopping() {
+    Reply reply = Reply::withStatus(MHD_HTTP_SERVICE_UNAVAILABLE);
+    reply.last = true;
+    return reply;
+}
+
+MHD_Result queue(MHD_Connection* connection, const Reply& reply) {
+    if (reply.drop) {
+        return MHD_NO;
+    }
+    MHD_Response* response = MHD_create_response_from_buffer(
+        reply.body.size(), const_cast<char*>(reply.body.data()), MHD_RESPMEM_MUST_COPY);
+    if (response == nullptr) {
+        return MHD_NO;
+    }
+    if (reply.json) {
+        MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, "application/json");
+    }
+    if (reply.last) {
+        MHD_add_response_header(response, MHD_HTTP_HEADER_CONNECTION, "close");
+    }
+    if (reply.status == MHD_HTTP_METHOD_NOT_ALLOWED) {
+        MHD_add_response_header(response, MHD_HTTP_HEADER_ALLOW, MHD_HTTP_METHOD_POST);
+    }
+    MHD_Result result = MHD_queue_response(connection, reply.status, response);
+    MHD_destroy_response(response);
+    return result;
+}
+
+bool declaresTooLargeBody(MHD_Connection* connection) {
+    const char* length =
+        MHD_lookup_connection_value(connection, MHD_HEADER_KIND, MHD_HTTP_HEADER_CONTENT_LENGTH);
+    return length != nullptr && std::strtoull(length, nullptr, 10) > HttpServer::kMaxBodySize;
+}
+
+bool ipv6Available() {
+    int probe = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (probe < 0) {
+        return false;
+    }
+    close(probe);
+    return true;
+}
+
+}  // namespace
+
+struct HttpServer::Handlers {
+    static MHD_Result access(void* self, MHD_Connection* connection, const char* /*url*/,
+                             const char* method, const char* /*version*/, const char* data,
+                             size_t* size, void** context) {
+        auto* request = static_cast<RequestContext*>(*context);
+        if (request == nullptr) {
+            // Headers are in; the body, if any, follows in later calls.
+            if (std::strcmp(method, MHD_HTTP_METHOD_POST) != 0) {
+                return queue(connection, Reply::withStatus(MHD_HTTP_METHOD_NOT_ALLOWED));
+            }
+            *context = new RequestContext;
+            if (declaresTooLargeBody(connection)) {
+                return queue(connection, Reply::withStatus(MHD_HTTP_CONTENT_TOO_LARGE));
+            }
+            return MHD_YES;
+        }
+        if (request->clientId != 0) {
+            // The suspended connection was resumed by an answer, a deadline or a hang-up.
+            return queue(connection,
+                         static_cast<HttpServer*>(self)->m_pending.takeReply(request->clientId));
+        }
+        if (*size != 0) {
+            if (request->body.size() + *size > kMaxBodySize) {
+                request->tooLarge = true;  // chunked bodies have no length to check up front
+                std::string().swap(request->body);
+            } else if (!request->tooLarge) {
+                request->body.append(data, *size);
+            }
+            *size = 0;
+            return MHD_YES;
+        }
+        if (request->tooLarge) {
+            return queue(connection, Reply::withStatus(MHD_HTTP_CONTENT_TOO_LARGE));
+        }
+        // The application gets a C string; a body with a NUL in it would arrive cut short.
+        if (request->body.find('\0') != std::string::npos) {
+            return queue(connection, Reply::withStatus(MHD_HTTP_BAD_REQUEST));
+        }
+        std::optional<Reply> reply =
+            static_cast<HttpServer*>(self)->_deliver(connection, request->body, request->clientId);
+        if (reply) {
+            return queue(connection, *reply);
+        }
+        std::string().swap(request->body);  // not needed while waiting
+        return MHD_YES;
+    }
+
+    static void completed(void* self, MHD_Connection* /*connection*/, void** context,
+                          MHD_RequestTerminationCode /*code*/) {
+        auto* request = static_cast<RequestContext*>(*context);
+        if (request == nullptr) {
+            return;
+        }
+        if (request->clientId != 0) {
+            static_cast<HttpServer*>(self)->m_pending.remove(request->clientId);
+        }
+        delete request;
+        *context = nullptr;
+    }
+};
+
+HttpServer::HttpServer(Deliver deliver, std::chrono::milliseconds responseTimeout)
+    : m_deliver(std::move(deliver)),
+      m_responseTimeoutMs(responseTimeout.count()),
+      m_pending([this] { m_watchdog.wake(); }),
+      m_watchdog([this](Watchdog::Clock::time_point now) { return m_pending.sweep(now); }) {}
+
+HttpServer::~HttpServer() {
+    stop();
+}
+
+bool HttpServer::start(unsigned short port) {
+    if (m_daemon != nullptr) {
+        return false;
+    }
+    unsigned int flags = MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME;
+    // Where the system has IPv6, one socket serves both families and IPv4 peers appear as
+    // IPv4-mapped addresses; otherwise IPv4 alone.
+    if (ipv6Available()) {
+        flags |= MHD_USE_DUAL_STACK;
+    }
+    m_daemon = MHD_start_daemon(
+        flags, port, nullptr, nullptr, &Handlers::access, this, MHD_OPTION_CONNECTION_LIMIT,
+        kConnectionLimit, MHD_OPTION_PER_IP_CONNECTION_LIMIT, kConnectionsPerAddress,
+        MHD_OPTION_CONNECTION_TIMEOUT, kIdleTimeoutSeconds, MHD_OPTION_NOTIFY_COMPLETED,
+        &Handlers::completed, this, MHD_OPTION_END);
+    if (m_daemon == nullptr) {
+        return false;
+    }
+    const MHD_DaemonInfo* info = MHD_get_daemon_info(m_daemon, MHD_DAEMON_INFO_BIND_PORT);
+    m_port = info != nullptr ? info->port : port;
+    m_watchdog.start();
+    return true;
+}
+
+void HttpServer::stop() {
+    if (m_daemon == nullptr) {
+        return;
+    }
+    // No new connections from here on; the listening socket may only be closed once the daemon
+    // is gone.
+    MHD_socket listener = MHD_quiesce_daemon(m_daemon);
+    // libmicrohttpd must not be stopped with suspended connections: every one is resumed here.
+    m_pending.close(stopping(), kStopGrace);
+    m_watchdog.stop();
+    MHD_stop_daemon(m_daemon);
+    m_daemon = nullptr;
+    m_port = 0;
+    if (listener != MHD_INVALID_SOCKET) {
+        ::close(listener);
+    }
+}
+
+bool HttpServer::respond(unsigned int clientId, Reply reply) {
+    return m_pending.resolve(clientId, std::move(reply));
+}
+
+std::optional<sockaddr_storage> HttpServer::peerOf(unsigned int clientId) const {
+    return m_pending.peerOf(clientId);
+}
+
+void HttpServer::setResponseTimeout(std::chrono::milliseconds timeout) {
+    m_responseTimeoutMs = timeout.count();
+}
+
+std::optional<Reply> HttpServer::_deliver(MHD_Connection* connection, const std::string& body,
+                                          unsigned int& clientId) {
+    sockaddr_storage peer = {};
+    const MHD_ConnectionInfo* address =
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+    if (address != nullptr && address->client_addr != nullptr) {
+        size_t length = address->client_addr->sa_family == AF_INET6 ? sizeof(sockaddr_in6)
+                                                                    : sizeof(sockaddr_in);
+        std::memcpy(&peer, address->client_addr, length);
+    }
+    const MHD_ConnectionInfo* socket =
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+    std::chrono::milliseconds timeout(m_responseTimeoutMs.load());
+
+    clientId =
+        m_pending.add(connection, socket != nullptr ? socket->connect_fd : -1, peer, timeout);
+    if (clientId == 0) {
+        return stopping();
+    }
+    if (!m_deliver(clientId, body.c_str())) {
+        m_pending.resolve(clientId, Reply::withStatus(MHD_HTTP_SERVICE_UNAVAILABLE));
+    }
+    return m_pending.suspendUnlessResolved(clientId);
+}
+
+}  // namespace ipsvr

@@ -1,0 +1,69 @@
+// The HTTP front: a libmicrohttpd daemon that turns each POST body into one delivered request.
+#pragma once
+
+#include <sys/socket.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "PendingTable.h"
+#include "Reply.h"
+#include "Watchdog.h"
+
+struct MHD_Daemon;
+struct MHD_Connection;
+
+namespace ipsvr {
+
+// One listening server. start() and stop(): one owner thread, never the callback thread.
+// respond(), peerOf() and setResponseTimeout(): thread-safe. Deliver: callback thread (the
+// libmicrohttpd thread), one request at a time.
+class HttpServer {
+public:
+    // Hands one request body to the application on the server thread; false when nobody
+    // listens (the request is then answered 503).
+    using Deliver = std::function<bool(unsigned int clientId, const char* body)>;
+
+    static constexpr size_t kMaxBodySize = 64 * 1024;
+    static constexpr unsigned int kConnectionLimit = 256;
+    static constexpr unsigned int kConnectionsPerAddress = 32;
+    static constexpr unsigned int kIdleTimeoutSeconds = 30;
+
+    HttpServer(Deliver deliver, std::chrono::milliseconds responseTimeout);
+    ~HttpServer();
+    HttpServer(const HttpServer&) = delete;
+    HttpServer& operator=(const HttpServer&) = delete;
+
+    // Listens on port (0: any free one), IPv6 with IPv4 mapped in, or IPv4 alone where the
+    // system has no IPv6. False when the port cannot be bound.
+    bool start(unsigned short port);
+    // Stops listening, answers the pending requests 503 and closes every connection.
+    void stop();
+    unsigned short port() const { return m_port; }
+
+    // Answers a pending request; false when its id is not waiting any more.
+    bool respond(unsigned int clientId, Reply reply);
+    std::optional<sockaddr_storage> peerOf(unsigned int clientId) const;
+    void setResponseTimeout(std::chrono::milliseconds timeout);
+
+private:
+    struct Handlers;  // the libmicrohttpd callbacks, defined with the daemon code
+
+    // Registers a complete request and hands it over. The reply when it is settled at once;
+    // nothing when the connection now waits for respond().
+    std::optional<Reply> _deliver(MHD_Connection* connection, const std::string& body,
+                                  unsigned int& clientId);
+
+    const Deliver m_deliver;
+    std::atomic<std::chrono::milliseconds::rep> m_responseTimeoutMs;
+    PendingTable m_pending;
+    Watchdog m_watchdog;
+    MHD_Daemon* m_daemon = nullptr;
+    unsigned short m_port = 0;
+};
+
+}  // namespace ipsvr

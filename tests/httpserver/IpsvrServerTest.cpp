@@ -1,0 +1,371 @@
+// End-to-end tests of libipcontrol-http-server.so through its C functions, over loopback sockets.
+#include <arpa/inet.h>
+#include <dlfcn.h>
+#include <netinet/in.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "support/HttpClient.h"
+#include "ipsvr.h"
+
+namespace {
+
+using testsupport::HttpClient;
+using testsupport::HttpResponse;
+using namespace std::chrono_literals;
+
+constexpr auto kWait = 5s;
+
+std::string macOf(unsigned int clientId, int* result = nullptr) {
+    char mac[IPSVR_MAC_BUFFER_SIZE] = "not written";
+    int rc = ipsvr_getPeerMacAddr(clientId, mac);
+    if (result != nullptr) {
+        *result = rc;
+    }
+    return mac;
+}
+
+// Polls condition until it holds or the wait runs out.
+bool eventually(const std::function<bool()>& condition) {
+    auto deadline = std::chrono::steady_clock::now() + kWait;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(10ms);
+    }
+    return true;
+}
+
+// A complete POST request carrying body.
+std::string post(const std::string& body) {
+    return "POST / HTTP/1.1\r\nHost: tv\r\nContent-Length: " + std::to_string(body.size()) +
+           "\r\n\r\n" + body;
+}
+
+bool ipv6LoopbackAvailable() {
+    int fd = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in6 address = {};
+    address.sin6_family = AF_INET6;
+    address.sin6_addr = in6addr_loopback;
+    bool ok = fd >= 0 && bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    if (fd >= 0) {
+        close(fd);
+    }
+    return ok;
+}
+
+// A server on a free port whose callback records every request; the callback runs on the
+// server thread, the tests on their own.
+class IpsvrServerTest : public ::testing::Test {
+protected:
+    struct Request {
+        unsigned int id;
+        std::string body;
+    };
+
+    void SetUp() override {
+        ipsvr_setResponseTimeoutMs(0);
+        ipsvr_setCallback(&IpsvrServerTest::onRequest, this);
+        ASSERT_EQ(ipsvr_start(0), IPSVR_OK);
+        m_port = static_cast<unsigned short>(ipsvr_getPort());
+        ASSERT_NE(m_port, 0);
+    }
+
+    void TearDown() override {
+        EXPECT_EQ(ipsvr_stop(), IPSVR_OK);
+        ipsvr_setCallback(nullptr, nullptr);
+    }
+
+    static void onRequest(unsigned int clientId, const char* json, void* self) {
+        auto* test = static_cast<IpsvrServerTest*>(self);
+        std::function<void(unsigned int)> hook;
+        {
+            std::lock_guard<std::mutex> lock(test->m_mutex);
+            test->m_requests.push_back({clientId, json});
+            hook = test->m_hook;
+        }
+        test->m_arrived.notify_all();
+        if (hook) {
+            hook(clientId);
+        }
+    }
+
+    // Runs inside the callback for every later request.
+    void setHook(std::function<void(unsigned int)> hook) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_hook = std::move(hook);
+    }
+
+    // The index-th request delivered since the test began, once it has come.
+    std::optional<Request> waitForRequest(size_t index) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        if (!m_arrived.wait_for(lock, kWait, [&] { return m_requests.size() > index; })) {
+            return std::nullopt;
+        }
+        return m_requests[index];
+    }
+
+    // Posts body (connecting client first when it is closed) and waits for its delivery.
+    std::optional<Request> postAndWait(HttpClient& client, const std::string& body,
+                                       int family = AF_INET) {
+        size_t index = requestCount();
+        if ((!client.isOpen() && !client.connect(m_port, family)) || !client.post(body)) {
+            return std::nullopt;
+        }
+        return waitForRequest(index);
+    }
+
+    size_t requestCount() {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_requests.size();
+    }
+
+    // Sends a raw request on a fresh connection; status 0 when no response came.
+    HttpResponse exchange(const std::string& request) {
+        HttpClient client;
+        if (!client.connect(m_port) || !client.send(request)) {
+            return {};
+        }
+        return client.read().value_or(HttpResponse{});
+    }
+
+    unsigned short m_port = 0;
+
+private:
+    std::mutex m_mutex;  // protects m_requests and m_hook
+    std::condition_variable m_arrived;
+    std::vector<Request> m_requests;
+    std::function<void(unsigned int)> m_hook;
+};
+
+TEST_F(IpsvrServerTest, DeliversFormEncodedBodyAsIsAndSendsAnswerFromAnotherThread) {
+    HttpClient client;
+    ASSERT_TRUE(client.connect(m_port));
+    const std::string body = R"({"method":"getVolume","id":"7"})";
+    ASSERT_TRUE(client.post(body, "Content-Type: application/x-www-form-urlencoded\r\n"));
+
+    std::optional<Request> request = waitForRequest(0);
+    ASSERT_TRUE(request);
+    EXPECT_NE(request->id, 0u);
+    EXPECT_EQ(request->body, body);
+    std::thread([id = request->id] {
+        EXPECT_EQ(ipsvr_sendResponse(id, R"({"result":12})", false), IPSVR_OK);
+    }).join();
+
+    std::optional<HttpResponse> response = client.read();
+    ASSERT_TRUE(response);
+    EXPECT_EQ(response->status, 200);
+    EXPECT_EQ(response->header("content-type"), "application/json");
+    EXPECT_EQ(response->body, R"({"result":12})");
+    EXPECT_EQ(requestCount(), 1u);
+    EXPECT_EQ(ipsvr_sendResponse(request->id, "{}", false), IPSVR_ERR_UNKNOWN_CLIENT);
+}
+
+TEST_F(IpsvrServerTest, KeepAliveConnectionCarriesSuccessiveRequests) {
+    HttpClient client;
+    unsigned int previous = 0;
+    for (size_t i = 0; i < 2; ++i) {
+        std::optional<Request> request = postAndWait(client, "{\"n\":" + std::to_string(i) + "}");
+        ASSERT_TRUE(request);
+        EXPECT_NE(request->id, previous);
+        previous = request->id;
+        ASSERT_EQ(ipsvr_sendResponse(request->id, request->body.c_str(), false), IPSVR_OK);
+        std::optional<HttpResponse> response = client.read();
+        ASSERT_TRUE(response);
+        EXPECT_EQ(response->body, request->body);
+    }
+}
+
+TEST_F(IpsvrServerTest, AnswerSentFromInsideTheCallbackIsDelivered) {
+    setHook([](unsigned int id) { EXPECT_EQ(ipsvr_sendResponse(id, "{}", false), IPSVR_OK); });
+    HttpResponse response = exchange(post("{}"));
+    EXPECT_EQ(response.status, 200);
+    EXPECT_EQ(response.body, "{}");
+}
+
+TEST_F(IpsvrServerTest, RefusalIs403WithTheGivenBodyEvenWhenEmpty) {
+    HttpClient client;
+    for (const std::string refusal : {R"({"code":-32010})", ""}) {
+        std::optional<Request> request = postAndWait(client, "{}");
+        ASSERT_TRUE(request);
+        ASSERT_EQ(ipsvr_sendResponse(request->id, refusal.c_str(), true), IPSVR_OK);
+        std::optional<HttpResponse> response = client.read();
+        ASSERT_TRUE(response);
+        EXPECT_EQ(response->status, 403);
+        EXPECT_EQ(response->body, refusal);
+    }
+}
+
+TEST_F(IpsvrServerTest, RequestsTheCallbackCannotTakeAreAnsweredByTheServer) {
+    HttpResponse response = exchange("GET / HTTP/1.1\r\nHost: tv\r\n\r\n");
+    EXPECT_EQ(response.status, 405);
+    EXPECT_EQ(response.header("allow"), "POST");
+
+    EXPECT_EQ(exchange(post(std::string(64 * 1024 + 1, 'x'))).status, 413);
+    std::string chunk = std::string(8 * 1024, 'x');
+    std::string chunked = "POST / HTTP/1.1\r\nHost: tv\r\nTransfer-Encoding: chunked\r\n\r\n";
+    for (int i = 0; i < 9; ++i) {
+        chunked += "2000\r\n" + chunk + "\r\n";
+    }
+    EXPECT_EQ(exchange(chunked + "0\r\n\r\n").status, 413);
+    EXPECT_EQ(exchange(post(std::string("{\"a\":\0}", 7))).status, 400);
+    EXPECT_EQ(requestCount(), 0u);
+
+    ipsvr_setCallback(nullptr, nullptr);
+    EXPECT_EQ(exchange(post("{}")).status, 503);
+}
+
+TEST_F(IpsvrServerTest, BodyOfExactly64KiBIsDelivered) {
+    HttpClient client;
+    std::optional<Request> request = postAndWait(client, std::string(64 * 1024, 'x'));
+    ASSERT_TRUE(request);
+    EXPECT_EQ(request->body.size(), 64u * 1024);
+    ASSERT_EQ(ipsvr_sendResponse(request->id, "{}", false), IPSVR_OK);
+    ASSERT_TRUE(client.read());
+}
+
+TEST_F(IpsvrServerTest, UnknownIdsAreRefusedWithoutSideEffects) {
+    int result = 0;
+    EXPECT_EQ(macOf(424242, &result), "");
+    EXPECT_LT(result, 0);
+    EXPECT_EQ(ipsvr_sendResponse(424242, "{}", false), IPSVR_ERR_UNKNOWN_CLIENT);
+    EXPECT_EQ(ipsvr_sendResponse(0, "{}", true), IPSVR_ERR_UNKNOWN_CLIENT);
+}
+
+TEST_F(IpsvrServerTest, UnansweredRequestGets504AndItsIdIsForgotten) {
+    ipsvr_setResponseTimeoutMs(100);
+    HttpClient client;
+    std::optional<Request> request = postAndWait(client, "{}");
+    ASSERT_TRUE(request);
+    std::optional<HttpResponse> response = client.read();
+    ASSERT_TRUE(response);
+    EXPECT_EQ(response->status, 504);
+    EXPECT_EQ(ipsvr_sendResponse(request->id, "{}", false), IPSVR_ERR_UNKNOWN_CLIENT);
+}
+
+TEST_F(IpsvrServerTest, ClientLeavingWhilePendingFreesItsId) {
+    HttpClient client;
+    std::optional<Request> request = postAndWait(client, "{}");
+    ASSERT_TRUE(request);
+    client.close();
+
+    EXPECT_TRUE(eventually([&] {
+        int result = 0;
+        macOf(request->id, &result);
+        return result == IPSVR_ERR_UNKNOWN_CLIENT;
+    }));
+    EXPECT_EQ(ipsvr_sendResponse(request->id, "{}", false), IPSVR_ERR_UNKNOWN_CLIENT);
+}
+
+TEST_F(IpsvrServerTest, StopAnswersPendingRequestsAndTheSamePortServesAgain) {
+    HttpClient client;
+    std::optional<Request> request = postAndWait(client, "{}");
+    ASSERT_TRUE(request);
+
+    ASSERT_EQ(ipsvr_stop(), IPSVR_OK);
+    std::optional<HttpResponse> response = client.read();
+    if (response) {
+        EXPECT_EQ(response->status, 503);
+    }
+    EXPECT_LT(ipsvr_sendResponse(request->id, "{}", false), 0);
+    EXPECT_EQ(ipsvr_stop(), IPSVR_OK);
+
+    ASSERT_EQ(ipsvr_start(m_port), IPSVR_OK);
+    client.close();
+    request = postAndWait(client, "{}");
+    ASSERT_TRUE(request);
+    ASSERT_EQ(ipsvr_sendResponse(request->id, "{}", false), IPSVR_OK);
+    response = client.read();
+    ASSERT_TRUE(response);
+    EXPECT_EQ(response->status, 200);
+}
+
+TEST_F(IpsvrServerTest, StartFailsWhileRunningAndOnABusyPort) {
+    EXPECT_EQ(ipsvr_start(m_port), IPSVR_ERR_ALREADY_STARTED);
+
+    int busy = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    socklen_t length = sizeof address;
+    ASSERT_EQ(bind(busy, reinterpret_cast<sockaddr*>(&address), length), 0);
+    ASSERT_EQ(listen(busy, 1), 0);
+    ASSERT_EQ(getsockname(busy, reinterpret_cast<sockaddr*>(&address), &length), 0);
+    ASSERT_EQ(ipsvr_stop(), IPSVR_OK);
+    EXPECT_EQ(ipsvr_start(ntohs(address.sin_port)), IPSVR_ERR_LISTEN);
+    EXPECT_EQ(ipsvr_getPort(), IPSVR_ERR_NOT_STARTED);
+    close(busy);
+}
+
+TEST_F(IpsvrServerTest, LoopbackPeersOfBothFamiliesGetTheFixedMac) {
+    std::vector<int> families = {AF_INET};
+    if (ipv6LoopbackAvailable()) {
+        families.push_back(AF_INET6);
+    }
+    for (size_t i = 0; i < families.size(); ++i) {
+        HttpClient client;
+        std::optional<Request> request = postAndWait(client, "{}", families[i]);
+        ASSERT_TRUE(request);
+        int result = 0;
+        EXPECT_EQ(macOf(request->id, &result), "02:00:00:00:00:01");
+        EXPECT_EQ(result, IPSVR_OK);
+        ASSERT_EQ(ipsvr_sendResponse(request->id, "{}", false), IPSVR_OK);
+        ASSERT_TRUE(client.read());
+    }
+    if (families.size() == 1) {
+        GTEST_SKIP() << "no IPv6 loopback on this machine; IPv4 was checked";
+    }
+}
+
+TEST_F(IpsvrServerTest, ConcurrentRequestsEachGetTheirOwnAnswer) {
+    constexpr size_t kClients = 16;
+    std::vector<HttpClient> clients(kClients);
+    for (size_t i = 0; i < kClients; ++i) {
+        ASSERT_TRUE(clients[i].connect(m_port));
+        ASSERT_TRUE(clients[i].post(std::to_string(i)));
+    }
+    std::vector<Request> requests;
+    for (size_t i = 0; i < kClients; ++i) {
+        std::optional<Request> request = waitForRequest(i);
+        ASSERT_TRUE(request);
+        requests.push_back(*request);
+    }
+    std::vector<std::thread> answerers;
+    for (size_t t = 0; t < 4; ++t) {
+        answerers.emplace_back([&requests, t] {
+            for (size_t i = t; i < requests.size(); i += 4) {
+                EXPECT_EQ(ipsvr_sendResponse(requests[i].id, requests[i].body.c_str(), false),
+                          IPSVR_OK);
+            }
+        });
+    }
+    for (std::thread& answerer : answerers) {
+        answerer.join();
+    }
+    for (size_t i = 0; i < kClients; ++i) {
+        std::optional<HttpResponse> response = clients[i].read();
+        ASSERT_TRUE(response);
+        EXPECT_EQ(response->body, std::to_string(i));
+    }
+}
+
+TEST(IpsvrLibraryTest, ExportsItsEntryPointsByName) {
+    void* library = dlopen(IPSVR_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    for (const char* name :
+         {"ipsvr_start", "ipsvr_stop", "ipsvr_sendResponse", "ipsvr_getPeerMacAddr",
+          "ipsvr_setCallback", "ipsvr_setResponseTimeoutMs", "ipsvr_getPort"}) {
+        EXPECT_NE(dlsym(library, name), nullptr) << name;
+    }
+    dlclose(library);
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+// Test support: a raw-socket HTTP/1.1 client, one connection, bounded waits.
+#include "support/HttpClient.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+
+namespace testsupport {
+
+HttpClient::~HttpClient() {
+    close();
+}
+
+bool HttpClient::connect(unsigned short port, int family) {
+    close();
+    sockaddr_storage address = {};
+    socklen_t length = 0;
+    if (family == AF_INET6) {
+        auto& v6 = reinterpret_cast<sockaddr_in6&>(address);
+        v6.sin6_family = AF_INET6;
+        v6.sin6_port = htons(port);
+        v6.sin6_addr = in6addr_loopback;
+        length = sizeof v6;
+    } else {
+        auto& v4 = reinterpret_cast<sockaddr_in&>(address);
+        v4.sin_family = AF_INET;
+        v4.sin_port = htons(port);
+        v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        length = sizeof v4;
+    }
+    m_fd = socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (m_fd < 0 || ::connect(m_fd, reinterpret_cast<sockaddr*>(&address), length) != 0) {
+        close();
+        return false;
+    }
+    return true;
+}
+
+bool HttpClient::send(const std::string& bytes) {
+    size_t sent = 0;
+    while (m_fd >= 0 && sent < bytes.size()) {
+        ssize_t n = ::send(m_fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        if (n <= 0) {
+            return false;
+        }
+        sent += static_cast<size_t>(n);
+    }
+    return m_fd >= 0;
+}
+
+bool HttpClient::_receive(std::chrono::steady_clock::time_point deadline) {
+    auto left = std::chrono::duration_cast<Timeout>(deadline - std::chrono::steady_clock::now());
+    pollfd p = {m_fd, POLLIN, 0};
+    if (m_fd < 0 || left.count() <= 0 || poll(&p, 1, static_cast<int>(left.count())) <= 0) {
+        return false;
+    }
+    char chunk[8192];
+    ssize_t n = recv(m_fd, chunk, sizeof chunk, 0);
+    if (n <= 0) {
+        return false;
+    }
+    m_pending.append(chunk, static_cast<size_t>(n));
+    return true;
+}
+
+std::optional<HttpResponse> HttpClient::read(Timeout timeout) {
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    size_t headEnd;
+    while ((headEnd = m_pending.find("\r\n\r\n")) == std::string::npos) {
+        if (!_receive(deadline)) {
+            return std::nullopt;
+        }
+    }
+    HttpResponse response;
+    std::string head = m_pending.substr(0, headEnd);
+    size_t lineEnd = head.find("\r\n");
+    size_t space = head.find(' ');
+    response.status = std::atoi(head.c_str() + (space == std::string::npos ? 0 : space + 1));
+    while (lineEnd != std::string::npos) {
+        size_t start = lineEnd + 2;
+        lineEnd = head.find("\r\n", start);
+        std::string line = head.substr(start, lineEnd - start);
+        size_t colon = line.find(':');
+        if (colon == std::string::npos) {
+            continue;
+        }
+        std::string name = line.substr(0, colon);
+        std::transform(name.begin(), name.end(), name.begin(),
+                       [](unsigned char c) { return std::tolower(c); });
+        response.headers[name] = line.substr(line.find_first_not_of(' ', colon + 1));
+    }
+    size_t length = std::strtoul(response.header("content-length").c_str(), nullptr, 10);
+    while (m_pending.size() < headEnd + 4 + length) {
+        if (!_receive(deadline)) {
+            return std::nullopt;
+        }
+    }
+    response.body = m_pending.substr(headEnd + 4, length);
+    m_pending.erase(0, headEnd + 4 + length);
+    return response;
+}
+
+bool HttpClient::waitClosed(Timeout timeout) {
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    for (;;) {
+        auto left =
+            std::chrono::duration_cast<Timeout>(deadline - std::chrono::steady_clock::now());
+        pollfd p = {m_fd, POLLIN, 0};
+        if (m_fd < 0 || left.count() <= 0 || poll(&p, 1, static_cast<int>(left.count())) <= 0) {
+            return false;
+        }
+        char chunk[4096];
+        if (recv(m_fd, chunk, sizeof chunk, 0) <= 0) {
+            return true;
+        }
+    }
+}
+
+void HttpClient::close() {
+    if (m_fd >= 0) {
+        ::close(m_fd);
+        m_fd = -1;
+    }
+    m_pending.clear();
+}
+
+unsigned short findFreePort() {
+    int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = 0;
+    socklen_t length = sizeof(address);
+    unsigned short port = 0;
+    if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
+        port = ntohs(address.sin_port);
+    }
+    ::close(fd);
+    return port;
+}
+
+}  // namespace testsupport
