@@ -45,6 +45,10 @@ char* app_get_resource_path(void) {
     return folderPath(&ipc_platform::Options::resourceDir, "");
 }
 
+char* app_get_shared_data_path(void) {
+    return folderPath(&ipc_platform::Options::dataDir, "shared/");
+}
+
 char* app_get_shared_resource_path(void) {
     return folderPath(&ipc_platform::Options::resourceDir, "shared/");
 }

@@ -16,6 +16,7 @@ typedef enum {
 char* app_get_data_path(void);             // the --data-dir folder
 char* app_get_resource_path(void);         // where the build installs data/
 char* app_get_shared_resource_path(void);  // resource path + "shared/"
+char* app_get_shared_data_path(void);      // data path + "shared/"
 
 int app_get_id(char** id);            // "com.orvane.ipcontrol"
 int app_get_version(char** version);  // the project version
