@@ -1,22 +1,106 @@
 // Network front of the service.
 #include "Manager/ServerManager.h"
 
-ServerManager::~ServerManager() = default;
+#include <exception>
 
-ServerManager::ServerManager(bool enabled) : m_bEnabled(enabled) {}
+#include "Log.h"
+#include "PlatformRuntime.h"
+#include "Server/external/IPControlServerWrapper.h"
+#include "SystemInfoUtil.h"
+
+namespace {
+constexpr unsigned short kPortUpTo2019 = 1515;
+constexpr unsigned short kPortFrom2020 = 1516;
+constexpr int kLastYearOnOldPort = 19;
+}  // namespace
+
+ServerManager::ServerManager(bool enabled)
+    : m_httpServer(nullptr), m_bCreated(false), m_bEnabled(enabled) {}
+
+ServerManager::~ServerManager() {
+    destroy();
+}
 
 bool ServerManager::create() {
+    if (m_bCreated) {
+        LOGI("httpServer is already created");
+        return true;
+    }
+    m_httpServer = new IPControlServerWrapper();
+    m_bCreated = true;
     return true;
 }
 
 bool ServerManager::destroy() {
+    if (!m_bCreated) {
+        LOGI("HTTPServer has not been created. Nothing to do for destroy HTTPServer");
+        return true;
+    }
+    m_httpServer->stop();
+    delete m_httpServer;
+    m_httpServer = nullptr;
+    m_bCreated = false;
+    LOGI("m_httpServer deleted");
     return true;
 }
 
 bool ServerManager::start() {
-    return m_bEnabled;
+    if (!m_bCreated) {
+        return false;
+    }
+    unsigned short port = getPortNum();
+    int result = m_httpServer->start(port);
+    // Requests reach the pipeline only once the server is up.
+    m_httpServer->setCallback(reinterpret_cast<void*>(&ServerManager::onReceiveCommand), this);
+    if (result == 0) {
+        LOGI("JSON-RPC server listening on port %u", port);
+    } else {
+        LOGE("JSON-RPC server did not start on port %u (error %d)", port, result);
+    }
+    return result == 0;
 }
 
 bool ServerManager::stop() {
+    if (m_bCreated) {
+        m_httpServer->stop();
+    }
     return true;
+}
+
+unsigned short ServerManager::getPortNum() {
+    if (ipc_platform::isInitialized() && ipc_platform::options().port != 0) {
+        return ipc_platform::options().port;
+    }
+    return SystemInfoUtil::GetTVYear() <= kLastYearOnOldPort ? kPortUpTo2019 : kPortFrom2020;
+}
+
+void ServerManager::sendResponse(unsigned int clientId, const std::string& text,
+                                 bool accessDenied) {
+    LOGI("session_id:%u", clientId);
+    if (m_bCreated) {
+        m_httpServer->sendResponse(clientId, text, accessDenied);
+    }
+}
+
+std::string ServerManager::getPeerMacAddress(unsigned int clientId) {
+    return m_bCreated ? m_httpServer->getPeerMacAddr(clientId) : "";
+}
+
+void ServerManager::onReceiveCommand(unsigned int clientId, const char* json, void* userData) {
+    if (userData == nullptr) {
+        return;
+    }
+    static_cast<ServerManager*>(userData)->_processJsonRequest(clientId,
+                                                               json != nullptr ? json : "");
+}
+
+void ServerManager::_processJsonRequest(unsigned int clientId, const std::string& json) {
+    // Nothing may unwind into the server library's C code: a request that finds the pipeline
+    // unwired or stopped is refused with an empty body instead of being left unanswered.
+    try {
+        m_processJsonRequestHook(clientId, json);
+    } catch (const std::exception& e) {
+        LOGE("Exception : %s", e.what());
+        sendResponse(clientId, "", true);
+    }
 }

@@ -1,0 +1,50 @@
+// Bridge to the HTTP server library, loaded at run time with dlopen: owns the library handle and
+// the process's table of its five functions.
+// Thread-safe: start/stop come from the main loop, sendResponse from the worker and the server
+// library's threads, getPeerMacAddr from the server library's thread; the library is unloaded
+// only when no call into it is in flight.
+#pragma once
+
+#include <shared_mutex>
+#include <string>
+
+typedef void (*ipsvr_request_callback)(unsigned int clientId, const char* json, void* userData);
+
+struct IPControlServerDelegator {
+    int (*ipsvr_start)(unsigned short port);
+    int (*ipsvr_stop)();
+    int (*ipsvr_sendResponse)(unsigned int clientId, const char* text, bool accessDenied);
+    int (*ipsvr_getPeerMacAddr)(unsigned int clientId, char* macAddress);
+    int (*ipsvr_setCallback)(ipsvr_request_callback callback, void* userData);
+};
+
+class IPControlServerWrapper {
+public:
+    // libraryPath: the server library to load; by default the one beside the plug-in.
+    explicit IPControlServerWrapper(std::string libraryPath = defaultLibraryPath());
+    ~IPControlServerWrapper();
+
+    IPControlServerWrapper(const IPControlServerWrapper&) = delete;
+    IPControlServerWrapper& operator=(const IPControlServerWrapper&) = delete;
+
+    bool loadLibrary();
+    bool setupDelegator();
+    void unloadLibrary();
+    static const IPControlServerDelegator& getDelegator();
+
+    int start(unsigned short port);
+    int stop();
+    int sendResponse(unsigned int clientId, const std::string& text, bool accessDenied);
+    std::string getPeerMacAddr(unsigned int clientId);
+    int setCallback(void* callback, void* userData);
+
+    // libipcontrol-http-server.so in the folder of the binary that holds this code.
+    static std::string defaultLibraryPath();
+
+private:
+    const std::string m_libraryPath;
+    // Held shared by every call into the library, exclusively to load or unload it; guards
+    // m_handle and the delegator table.
+    std::shared_mutex m_mutex;
+    void* m_handle;
+};
