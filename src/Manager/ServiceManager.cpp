@@ -1,12 +1,249 @@
-// Request pipeline: verifies each JSON-RPC request and queues accepted ones as commands.
+// Request pipeline: parsing, client verification, the approval answer, commands and responses.
 #include "Manager/ServiceManager.h"
 
-ServiceManager::~ServiceManager() = default;
+#include <functional>
+#include <stdexcept>
+#include <utility>
+
+#include "JsonValue.h"
+#include "Log.h"
+#include "Manager/CmdRequest.h"
+#include "Manager/JSONRPCParser.h"
+#include "Manager/MsgDispatcher.h"
+
+using common::json::JsonType;
+using common::json::JsonValue;
+
+namespace {
+
+const char* const kCreateAccessToken = "createAccessToken";
+const char* const kDispatcherName = "ServiceManager";
+const char* const kThreadFinished = "Thread already finished! Can not do enqueue!!";
+
+std::string errorObject(eJSONRPCErrorCode code) {
+    return JSONRPCParser::getJsonErrorMessage(code);
+}
+
+}  // namespace
+
+ServiceManager::~ServiceManager() {
+    _releaseDispatcher();
+}
 
 bool ServiceManager::create() {
+    std::lock_guard<std::mutex> lock(m_dispatcherMutex);
+    if (m_dispatcher == nullptr) {
+        m_dispatcher = new MsgDispatcher(kDispatcherName);
+    }
     return true;
 }
 
 bool ServiceManager::destroy() {
+    if (_releaseDispatcher()) {
+        LOGI("MsgDispatcher is deleted.");
+    }
+    LOGI("ServiceManager is deleted.");
     return true;
+}
+
+void ServiceManager::handleJsonRequest(const unsigned int& clientId, const std::string& json) {
+    LOGI("sessionID:%u  jsonRequest:%s", clientId, json.c_str());
+    requestMsg msg{clientId, json, ""};
+    JSONRPCParser parser;
+    if (!parser.parse(json)) {
+        sendAccessDenied(clientId, errorObject(PARSE_ERROR));
+        return;
+    }
+    std::string method;
+    parser.getMethodName(method);
+    std::string peerMac = getPeerMacAddress(clientId);
+    if (method == kCreateAccessToken) {
+        processClientVerification(clientId, parser, peerMac, msg);
+    } else {
+        processDataVerification(clientId, parser, msg);
+    }
+}
+
+void ServiceManager::processDataVerification(unsigned int clientId, JSONRPCParser& parser,
+                                             const requestMsg& msg) {
+    std::string token;
+    if (parser.getAccessToken(token) && accessTokenCheckInAuthGroup(token) != 0) {
+        enqueueData(msg);
+        return;
+    }
+    LOGE("Invalid access found!");
+    sendAccessDenied(clientId, errorObject(PARSE_ERROR));
+}
+
+void ServiceManager::processClientVerification(unsigned int clientId, JSONRPCParser& /*parser*/,
+                                               const std::string& peerMac, const requestMsg& msg) {
+    if (macAddressCheckInDeniedGroup(peerMac) != 0) {
+        sendAccessDenied(clientId, errorObject(PARSE_ERROR));
+        return;
+    }
+    // The issue hook may end another client's approval at once, and that answer goes to the
+    // request still pending; this one becomes pending only afterwards.
+    if (issueAccessToken(peerMac) == 0) {
+        LOGE("Can not issue AccessToken!");
+        sendAccessDenied(clientId, "");
+        return;
+    }
+    {
+        std::lock_guard<std::mutex> lock(m_pendingMutex);
+        m_pendingTokenRequest = msg;
+    }
+    LOGI("Issueing AccessToken");
+}
+
+bool ServiceManager::handleAccessToken(const std::string& result) {
+    requestMsg pending;
+    {
+        std::lock_guard<std::mutex> lock(m_pendingMutex);
+        pending = m_pendingTokenRequest;
+    }
+    if (pending.jsonData.empty()) {
+        LOGE("no AccessToken request is pending, result [%s] dropped", result.c_str());
+        return false;
+    }
+    JSONRPCParser parser;
+    parser.parse(pending.jsonData);
+    if (result.empty()) {
+        LOGE("Unexpected error has been occurred for AccessToken issueing");
+        sendAccessDenied(pending.clientId, "");
+        return false;
+    }
+    if (result == "timeout" || result == "denied") {
+        LOGI("[%s] AccessToken for issueing", result.c_str());
+        sendAccessDenied(pending.clientId, errorObject(UNAUTHORIZED_ACCESS));
+        return false;
+    }
+    LOGI("Issued AccessToken");
+    LOGI("issued AccessToken:%s", result.c_str());
+    JsonValue tokenResult(JsonType::objectValue);
+    tokenResult["AccessToken"] = result;
+    parser.setCopiedParams(tokenResult.toString(false));
+    sendResponse(pending.clientId, parser.buildResponse("", false));
+    return true;
+}
+
+void ServiceManager::enqueueData(const requestMsg& msg) {
+    _enqueueJob([this, msg] { processCommand(msg); });
+}
+
+void ServiceManager::processCommand(const requestMsg& msg) {
+    JSONRPCParser parser;
+    parser.parse(msg.jsonData);
+    auto* cmd = new CmdRequest;
+    cmd->clientId = msg.clientId;
+    parser.getJsonID(cmd->jsonId);
+    parser.getMethodName(cmd->method);
+    cmd->params = parser.getJsonParams();
+    {
+        std::lock_guard<std::mutex> lock(m_inFlightMutex);
+        m_commandsInFlight.insert(cmd);
+    }
+    try {
+        runCommand(cmd);
+    } catch (...) {
+        // Whoever held the command has released it or never got it; it will not come back.
+        _takeFromInFlight(cmd);
+        throw;
+    }
+}
+
+void ServiceManager::runCommand(CmdRequest* cmd) {
+    if (cmd == nullptr) {
+        LOGE("invalid pointer");
+        return;
+    }
+    Hook<void(CmdRequest*)>::Function run = m_runCommandHook.get();
+    if (!run) {
+        // Nobody got the command, so it is still ours to release.
+        _takeFromInFlight(cmd);
+        delete cmd;
+        throw std::bad_function_call();
+    }
+    run(cmd);
+}
+
+void ServiceManager::enqueueResponseData(CmdRequest* cmd) {
+    if (cmd == nullptr) {
+        LOGE("invalid pointer");
+        return;
+    }
+    if (!_takeFromInFlight(cmd)) {
+        // Not dereferenced: a command that is no longer in flight may already be released.
+        LOGE("command %p is not in flight (already answered), ignored", static_cast<void*>(cmd));
+        return;
+    }
+    LOGI("eResult:%d", cmd->resultCode);
+    std::string errorText;
+    if (cmd->bJsonRpcError) {
+        errorText = errorObject(cmd->errorIndex);
+    } else if (cmd->resultCode != DEVICE_MANAGER_SUCCESS) {
+        errorText = JSONRPCParser::getResultMessage(cmd->resultCode);
+    }
+    JSONRPCParser parser;
+    std::string response = parser.buildResponse(cmd->jsonId, cmd->result, errorText);
+    unsigned int clientId = cmd->clientId;
+    _enqueueJob([this, clientId, response] { sendResponse(clientId, response); });
+}
+
+void ServiceManager::sendResponse(unsigned int clientId, const std::string& text) {
+    LOGI("sending response");
+    m_sendResponseHook(clientId, text);
+}
+
+void ServiceManager::sendAccessDenied(unsigned int clientId, const std::string& text) {
+    LOGI("sending access denied response");
+    m_sendAccessDeniedHook(clientId, text);
+}
+
+std::string ServiceManager::getPeerMacAddress(unsigned int clientId) {
+    Hook<std::string(unsigned int)>::Function get = m_getPeerMacAddressHook.get();
+    return get ? get(clientId) : std::string();
+}
+
+int ServiceManager::issueAccessToken(const std::string& macAddr) {
+    return m_issueAccessTokenHook(macAddr);
+}
+
+int ServiceManager::macAddressCheckInDeniedGroup(const std::string& macAddr) {
+    return m_macAddressCheckInDeniedGroupHook(macAddr);
+}
+
+int ServiceManager::accessTokenCheckInAuthGroup(const std::string& token) {
+    return m_accessTokenCheckInAuthGroupHook(token);
+}
+
+void ServiceManager::showMessage(std::string text) {
+    m_showMessageHook(std::move(text));
+}
+
+void ServiceManager::_enqueueJob(std::function<void()> job) {
+    std::lock_guard<std::mutex> lock(m_dispatcherMutex);
+    if (m_dispatcher == nullptr) {
+        throw std::runtime_error(kThreadFinished);
+    }
+    m_dispatcher->EnqueueData(job);
+}
+
+bool ServiceManager::_releaseDispatcher() {
+    MsgDispatcher* dispatcher = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(m_dispatcherMutex);
+        std::swap(dispatcher, m_dispatcher);
+    }
+    if (dispatcher == nullptr) {
+        return false;
+    }
+    // Joined outside the lock: the job in progress may still queue an answer, which now fails.
+    dispatcher->Quit();
+    delete dispatcher;
+    return true;
+}
+
+bool ServiceManager::_takeFromInFlight(CmdRequest* cmd) {
+    std::lock_guard<std::mutex> lock(m_inFlightMutex);
+    return m_commandsInFlight.erase(cmd) > 0;
 }

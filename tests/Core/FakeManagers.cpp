@@ -1,5 +1,6 @@
-// Link-time stand-ins for the managers: each call is recorded so the core's ordering can be
-// checked without a network, a TV or a UPnP stack.
+// Link-time stand-ins for the managers: each call is recorded so the core's ordering and the
+// controller's forwarding can be checked without a network, a TV or a UPnP stack. A target that
+// links the real controller defines WITH_REAL_SERVICE_CONTROLLER.
 #include "Core/FakeManagers.h"
 
 #include "Controller/ServiceController.h"
@@ -22,28 +23,44 @@ bool record(const std::string& call) {
 }
 }  // namespace
 
-#define FAKE_LIFECYCLE(Cls)              \
+#define FAKE_DESTRUCTOR_AND_DESTROY(Cls) \
     Cls::~Cls() {                        \
         record("~" #Cls);                \
-    }                                    \
-    bool Cls::create() {                 \
-        return record(#Cls "::create");  \
     }                                    \
     bool Cls::destroy() {                \
         return record(#Cls "::destroy"); \
     }
 
+#define FAKE_LIFECYCLE(Cls)             \
+    FAKE_DESTRUCTOR_AND_DESTROY(Cls)    \
+    bool Cls::create() {                \
+        return record(#Cls "::create"); \
+    }
+
 FAKE_LIFECYCLE(UIManager)
-FAKE_LIFECYCLE(DeviceManager)
 FAKE_LIFECYCLE(AccessManager)
 FAKE_LIFECYCLE(ServiceManager)
-FAKE_LIFECYCLE(ServiceController)
 FAKE_LIFECYCLE(UPnPDeviceManager)
 FAKE_LIFECYCLE(ServerManager)
+#ifndef WITH_REAL_SERVICE_CONTROLLER
+FAKE_LIFECYCLE(ServiceController)
+#endif
 
-void UIManager::showMsgBox(std::string) {}
+// The core calls the device manager's create() without an owner.
+FAKE_DESTRUCTOR_AND_DESTROY(DeviceManager)
+bool DeviceManager::create(void*) {
+    return record("DeviceManager::create");
+}
+void DeviceManager::runCommand(CmdRequest*) {
+    record("DeviceManager::runCommand");
+}
 
-ServerManager::ServerManager(bool enabled) : m_bEnabled(enabled) {
+void UIManager::showMsgBox(std::string text) {
+    record("UIManager::showMsgBox(" + text + ")");
+}
+
+ServerManager::ServerManager(bool enabled)
+    : m_httpServer(nullptr), m_bCreated(false), m_bEnabled(enabled) {
     record(enabled ? "ServerManager(true)" : "ServerManager(false)");
 }
 bool ServerManager::start() {
@@ -52,10 +69,55 @@ bool ServerManager::start() {
 bool ServerManager::stop() {
     return record("ServerManager::stop");
 }
+void ServerManager::sendResponse(unsigned int clientId, const std::string& text,
+                                 bool accessDenied) {
+    record("ServerManager::sendResponse(" + std::to_string(clientId) + "," + text + "," +
+           (accessDenied ? "true" : "false") + ")");
+}
+std::string ServerManager::getPeerMacAddress(unsigned int clientId) {
+    record("ServerManager::getPeerMacAddress(" + std::to_string(clientId) + ")");
+    return "aa:bb:cc:dd:ee:ff";
+}
 
 bool UPnPDeviceManager::start() {
     return record("UPnPDeviceManager::start");
 }
 bool UPnPDeviceManager::stop() {
     return record("UPnPDeviceManager::stop");
+}
+
+// Every check answers yes, so a forwarded int hook shows whether it reached the manager.
+bool AccessManager::isRegisteredInAuthGroup(std::string token) {
+    return record("AccessManager::isRegisteredInAuthGroup(" + token + ")");
+}
+bool AccessManager::isRegisteredInDeniedGroup(std::string macAddr) {
+    return record("AccessManager::isRegisteredInDeniedGroup(" + macAddr + ")");
+}
+bool AccessManager::assignLowerAccessClass(std::string macAddr) {
+    return record("AccessManager::assignLowerAccessClass(" + macAddr + ")");
+}
+bool AccessManager::issueAccessToken(std::string macAddr) {
+    return record("AccessManager::issueAccessToken(" + macAddr + ")");
+}
+void AccessManager::resetAuthGroupData() {
+    record("AccessManager::resetAuthGroupData");
+}
+void AccessManager::erasePopup() {
+    record("AccessManager::erasePopup");
+}
+void AccessManager::setNotifyCallback(std::function<bool(const std::string&)> callback) {
+    m_notifyCallback.set(std::move(callback));
+}
+bool AccessManager::notifyAccessToken(const std::string& result) {
+    return m_notifyCallback(result);
+}
+
+void ServiceManager::handleJsonRequest(const unsigned int& clientId, const std::string& json) {
+    record("ServiceManager::handleJsonRequest(" + std::to_string(clientId) + "," + json + ")");
+}
+bool ServiceManager::handleAccessToken(const std::string& result) {
+    return record("ServiceManager::handleAccessToken(" + result + ")");
+}
+void ServiceManager::enqueueResponseData(CmdRequest*) {
+    record("ServiceManager::enqueueResponseData");
 }

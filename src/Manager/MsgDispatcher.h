@@ -1,0 +1,44 @@
+// A named worker thread that runs queued jobs one at a time, first in, first out.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+// Jobs run on the dispatcher's own thread (named after the dispatcher, cut to the 15 characters
+// the OS allows) in the order they were queued, never two at once, and without any lock held.
+// An exception that escapes a job is logged and the thread goes on with the next job.
+// Thread-safe: any thread may queue jobs or call Quit(). Quit() stops the thread after the job in
+// progress; jobs still queued are dropped and every later EnqueueData() throws. The destructor
+// calls Quit() itself before joining, so a dispatcher deleted without Quit() does not hang; it
+// must not be deleted from one of its own jobs.
+class MsgDispatcher {
+public:
+    class MsgQueue;
+
+    explicit MsgDispatcher(const std::string& name);
+    ~MsgDispatcher();
+
+    MsgDispatcher(const MsgDispatcher&) = delete;
+    MsgDispatcher& operator=(const MsgDispatcher&) = delete;
+
+    // Queues a copy of job and wakes the thread. Throws std::runtime_error after Quit().
+    void EnqueueData(std::function<void()>& job);
+    void Quit();
+    bool isEmptyQueue();
+    void clearData();
+
+private:
+    void runDispatchingThread();
+
+    const std::string m_name;
+    // Written under the queue mutex so that the thread cannot miss the wake-up of Quit(); atomic
+    // because EnqueueData() reads it without that mutex.
+    std::atomic<bool> m_bRunning;
+    std::condition_variable m_condition;  // waits on the queue mutex
+    std::unique_ptr<MsgQueue> m_queue;
+    std::thread m_thread;  // last: starts once everything above exists
+};

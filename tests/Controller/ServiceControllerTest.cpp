@@ -1,0 +1,133 @@
+// The controller's wiring: each hook reaches its manager through the live core.
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Controller/ServiceController.h"
+#include "Core/FakeManagers.h"
+#include "Core/IPControlCore.h"
+#include "Manager/AccessManager.h"
+#include "Manager/CmdRequest.h"
+#include "Manager/DeviceManager.h"
+#include "Manager/ServerManager.h"
+#include "Manager/ServiceManager.h"
+#include "support/PlatformFixture.h"
+
+namespace {
+
+// The managers are the recording stand-ins; the controller and the core are real.
+class ServiceControllerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string error;
+        ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(""), error))
+            << error;
+        m_core = std::make_unique<IPControlCore>();
+    }
+
+    void TearDown() override {
+        m_core.reset();
+        ipc_platform::shutdown();
+    }
+
+    // Starts the core, which builds the stand-ins and lets the controller wire them.
+    void startCore() {
+        m_core->start();
+        managerCalls().clear();
+    }
+
+    static std::vector<std::string> takeCalls() {
+        std::vector<std::string> calls = managerCalls();
+        managerCalls().clear();
+        return calls;
+    }
+
+    testsupport::TempDir m_dir;
+    std::unique_ptr<IPControlCore> m_core;
+};
+
+TEST_F(ServiceControllerTest, PipelineHooksReachTheirManagers) {
+    startCore();
+    ServiceManager* pipeline = m_core->getServiceManager();
+    CmdRequest cmd;
+
+    pipeline->m_sendResponseHook(3, "answer");
+    pipeline->m_sendAccessDeniedHook(3, "refusal");
+    EXPECT_EQ("aa:bb:cc:dd:ee:ff", pipeline->m_getPeerMacAddressHook(3));
+    EXPECT_EQ(1, pipeline->m_accessTokenCheckInAuthGroupHook("tok"));
+    EXPECT_EQ(1, pipeline->m_macAddressCheckInDeniedGroupHook("mac"));
+    EXPECT_EQ(1, pipeline->m_issueAccessTokenHook("mac"));
+    pipeline->m_showMessageHook("hello");
+    pipeline->m_runCommandHook(&cmd);
+    m_core->getServerManager()->m_processJsonRequestHook(5, "{}");
+    EXPECT_TRUE(m_core->getAccessManager()->notifyAccessToken("token"));
+    m_core->getDeviceManager()->m_enqueueForResponseHook(&cmd);
+
+    EXPECT_EQ((std::vector<std::string>{
+                  "ServerManager::sendResponse(3,answer,false)",
+                  "ServerManager::sendResponse(3,refusal,true)",
+                  "ServerManager::getPeerMacAddress(3)",
+                  "AccessManager::isRegisteredInAuthGroup(tok)",
+                  "AccessManager::isRegisteredInDeniedGroup(mac)",
+                  "AccessManager::issueAccessToken(mac)",
+                  "UIManager::showMsgBox(hello)",
+                  "DeviceManager::runCommand",
+                  "ServiceManager::handleJsonRequest(5,{})",
+                  "ServiceManager::handleAccessToken(token)",
+                  "ServiceManager::enqueueResponseData",
+              }),
+              takeCalls());
+}
+
+TEST_F(ServiceControllerTest, DeviceControlsStartStopUPnPAndEraseThePopup) {
+    startCore();
+    DeviceManager* device = m_core->getDeviceManager();
+    for (const char* command : {"on", "off", "reboot", "anything"}) {
+        device->m_upnpControlHook(command);
+    }
+    for (const char* command : {"off", "on"}) {
+        device->m_popupControlHook(command);
+    }
+    EXPECT_EQ((std::vector<std::string>{"UPnPDeviceManager::start", "UPnPDeviceManager::stop",
+                                        "AccessManager::erasePopup"}),
+              takeCalls());
+}
+
+TEST_F(ServiceControllerTest, DestroyEmptiesEveryHook) {
+    startCore();
+    m_core->getServiceController()->destroy();
+    ServiceManager* pipeline = m_core->getServiceManager();
+    DeviceManager* device = m_core->getDeviceManager();
+    EXPECT_FALSE(pipeline->m_sendResponseHook.isSet());
+    EXPECT_FALSE(pipeline->m_sendAccessDeniedHook.isSet());
+    EXPECT_FALSE(pipeline->m_getPeerMacAddressHook.isSet());
+    EXPECT_FALSE(pipeline->m_accessTokenCheckInAuthGroupHook.isSet());
+    EXPECT_FALSE(pipeline->m_macAddressCheckInDeniedGroupHook.isSet());
+    EXPECT_FALSE(pipeline->m_issueAccessTokenHook.isSet());
+    EXPECT_FALSE(pipeline->m_showMessageHook.isSet());
+    EXPECT_FALSE(pipeline->m_runCommandHook.isSet());
+    EXPECT_FALSE(m_core->getServerManager()->m_processJsonRequestHook.isSet());
+    EXPECT_THROW(m_core->getAccessManager()->notifyAccessToken("token"), std::bad_function_call);
+    EXPECT_FALSE(device->m_enqueueForResponseHook.isSet());
+    EXPECT_FALSE(device->m_upnpControlHook.isSet());
+    EXPECT_FALSE(device->m_popupControlHook.isSet());
+}
+
+TEST_F(ServiceControllerTest, ForwardingWithoutManagersAnswersNothing) {
+    ServiceController controller;  // the core has not started: every slot is empty
+    EXPECT_TRUE(controller.create());
+    controller.processRunCommand(new CmdRequest);  // released, not leaked
+    EXPECT_EQ("", controller.processGetPeerMacAddress(1));
+    EXPECT_EQ(0, controller.processAccessTokenCheckInAuthGroup("tok"));
+    EXPECT_EQ(0, controller.processIssueAccessToken("mac"));
+    EXPECT_FALSE(controller.processNotifyAccessToken("tok"));
+    controller.processPopupErase();
+    controller.processUPnPControl("on");
+    EXPECT_TRUE(controller.destroy());
+    EXPECT_TRUE(takeCalls().empty());
+}
+
+}  // namespace
