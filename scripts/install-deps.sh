@@ -4,7 +4,9 @@
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
-mapfile -t wanted < <(grep -v -E '^\s*(#|$)' "$here/debian-packages.txt")
+# IPC_PACKAGES_FILE names another list (the benchmarks have their own).
+list=${IPC_PACKAGES_FILE:-$here/debian-packages.txt}
+mapfile -t wanted < <(grep -v -E '^\s*(#|$)' "$list")
 
 missing=()
 for pkg in "${wanted[@]}"; do
