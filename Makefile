@@ -10,12 +10,17 @@ ARGS           ?=
 TEST_ENV  = G_SLICE=always-malloc
 TSAN_ENV  = $(TEST_ENV) TSAN_OPTIONS="suppressions=$(CURDIR)/tests/tsan.supp"
 
-.PHONY: all setup build run test test-tsan format clean
+.PHONY: all setup web-test-deps build run test test-tsan format clean
 
 all: build
 
 setup:
 	@scripts/install-deps.sh
+
+# Node modules of the browser test (playwright-core drives Debian's chromium).
+web-test-deps: setup
+	@if [ -f tests/web/package-lock.json ]; then \
+		npm ci --prefix tests/web --no-audit --no-fund --loglevel=error >/dev/null; fi
 
 build: setup
 	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo
@@ -24,12 +29,12 @@ build: setup
 run: build
 	$(BUILD_DIR)/bin/ipcontrold $(ARGS)
 
-test: setup
+test: web-test-deps
 	cmake -S . -B $(ASAN_BUILD_DIR) -DCMAKE_BUILD_TYPE=Debug -DIPC_SANITIZE=address,undefined
 	cmake --build $(ASAN_BUILD_DIR) -j $(JOBS)
 	cd $(ASAN_BUILD_DIR) && $(TEST_ENV) ctest --output-on-failure -j $(JOBS)
 
-test-tsan: setup
+test-tsan: web-test-deps
 	cmake -S . -B $(TSAN_BUILD_DIR) -DCMAKE_BUILD_TYPE=Debug -DIPC_SANITIZE=thread
 	cmake --build $(TSAN_BUILD_DIR) -j $(JOBS)
 	cd $(TSAN_BUILD_DIR) && $(TSAN_ENV) ctest --output-on-failure -j $(JOBS)

@@ -65,7 +65,8 @@ ParseResult parseHostOptions(int argc, char** argv, HostOptions& options, std::s
         {"port", 0, 0, G_OPTION_ARG_INT, &port,
          "JSON-RPC port (default: 1515 for model year 19 or earlier, else 1516)", "N"},
         {"admin-port", 0, 0, G_OPTION_ARG_INT, &adminPort,
-         "Port of the TV screen and admin API on 127.0.0.1 (default 8515)", "N"},
+         "Port of the TV screen and admin API on 127.0.0.1 (default 8515, 0 = any free port)",
+         "N"},
         {"approval", 0, 0, G_OPTION_ARG_STRING, &approval,
          "How pairing requests are answered: screen, allow, deny or ignore (default screen)",
          "MODE"},
@@ -104,7 +105,7 @@ ParseResult parseHostOptions(int argc, char** argv, HostOptions& options, std::s
         options.showVersion = true;
         result = ParseResult::Exit;
     } else if (!parsePort("--port", port, options.platform.port, message, true) ||
-               !parsePort("--admin-port", adminPort, options.platform.adminPort, message, false)) {
+               !parsePort("--admin-port", adminPort, options.platform.adminPort, message, true)) {
         result = ParseResult::Error;
     } else if (logLevel != nullptr && !parseLogLevel(logLevel, options.logLevel)) {
         message = std::string("--log-level must be debug, info, warn, error or silent, got '") +
@@ -118,6 +119,7 @@ ParseResult parseHostOptions(int argc, char** argv, HostOptions& options, std::s
         }
         options.platform.approval = mode;
         options.platform.upnpEnabled = !noUpnp;
+        options.platform.adminServer = true;
         options.platform.profile = profile != nullptr ? profile : "tv-2023";
         options.platform.resourceDir = hostExecutableDir() + "/../share/ipcontrol";
         if (dataDir != nullptr) {

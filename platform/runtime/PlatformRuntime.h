@@ -12,6 +12,9 @@ struct Options {
     std::string resourceDir;  // the installed data/ folder (profiles/, locale/, icons/)
     std::string profile;      // a profile name under resourceDir/profiles, or a file path
     unsigned short port = 0;  // JSON-RPC port; 0 means "by the product's model year"
+    // The admin server (TV screen page and admin API) on 127.0.0.1; off unless the host asks.
+    // Port 0 lets the kernel choose (the chosen port is logged and reported by adminPort()).
+    bool adminServer = false;
     unsigned short adminPort = 8515;
     std::string approval = "screen";  // screen | allow | deny | ignore
     bool upnpEnabled = true;
