@@ -1,8 +1,10 @@
 // Notifications: the TV's on-screen pop-up with a title, a content text and up to three
 // buttons. One pop-up is shown at a time in the active pop-up area: posting a new one replaces
-// the one on screen, which disappears without an event. The viewer's answer comes back as one
-// event on the GLib main loop (the default main context).
+// the one on screen, which disappears without an event. Each posted pop-up produces at most one
+// event, delivered on the GLib main loop (the default main context) and never inside the call
+// that posted it: a button, a dismissal, or its hide timeout. After its event the pop-up is gone.
 // Thread-safe: a handle is used by one thread at a time; posting may come from any thread.
+// Texts and tags must be UTF-8 (else INVALID_PARAMETER); a NULL text clears the text.
 #pragma once
 
 #ifdef __cplusplus
@@ -66,8 +68,9 @@ int notification_set_display_applist(notification_h noti, int applist);
 int notification_zt_set_hide_timeout(notification_h noti, int seconds);
 int notification_set_layout(notification_h noti, int layout);
 int notification_set_tag(notification_h noti, const char* tag);
-// Puts a copy of the notification on screen; callback receives its one event. The handle stays
-// the caller's and may be freed at once.
+// Puts a copy of the notification on screen; callback (may be NULL) receives its one event on
+// the main loop. The handle stays the caller's and may be freed at once. NOT_READY before the
+// platform is initialised or after it shut down.
 int notification_zt_post_with_event_cb(notification_h noti, notification_event_cb callback,
                                        void* user_data);
 int notification_free(notification_h noti);

@@ -12,12 +12,17 @@ namespace ipc_platform {
 class ProductProfile;
 class SettingsStore;
 class KeyValueStore;
+class NotificationCenter;
+class AdminServer;
 
 struct PlatformObjects {
     Options options;
     std::shared_ptr<const ProductProfile> profile;
     std::shared_ptr<SettingsStore> settings;
     std::shared_ptr<KeyValueStore> keyValues;
+    std::shared_ptr<NotificationCenter> notifications;
+    // Null unless Options::adminServer. Platform parts add their state sections and routes here.
+    std::shared_ptr<AdminServer> admin;
 };
 
 // Null when the platform is not initialised.

@@ -1,11 +1,16 @@
-// Brings the platform up and down: profile, settings file, key-value store and file monitor.
+// Brings the platform up and down: profile, settings file, key-value store, file monitor,
+// notifications and the admin server.
 #include "PlatformRuntime.h"
 
 #include <mutex>
 
 #include <glib.h>
 
+#include "AdminServer.h"
+#include "ApprovalBackend.h"
 #include "KeyValueStore.h"
+#include "NotificationCenter.h"
+#include "PlatformAdminApi.h"
 #include "PlatformLog.h"
 #include "PlatformObjects.h"
 #include "ProductProfile.h"
@@ -35,6 +40,29 @@ std::string fileInDir(const std::string& dir, const char* name) {
     return result;
 }
 
+// Serves the TV screen and the admin API when the options ask for it, and makes every change of
+// the settings or the pop-up reach the page.
+bool startAdminServer(PlatformObjects& objects, std::string& error) {
+    if (!objects.options.adminServer) {
+        return true;
+    }
+    auto admin = std::make_shared<AdminServer>(fileInDir(objects.options.resourceDir, "web"));
+    addPlatformAdminApi(*admin, objects.notifications, objects.options.dataDir);
+    if (!admin->start(objects.options.adminPort, error)) {
+        return false;
+    }
+    const std::weak_ptr<AdminServer> weak = admin;
+    auto publish = [weak] {
+        if (auto server = weak.lock()) {
+            server->publishState();
+        }
+    };
+    objects.settings->setChangeObserver(publish);
+    objects.notifications->setListener(publish);
+    objects.admin = std::move(admin);
+    return true;
+}
+
 // Loads everything in order; null with error set when one step fails.
 std::shared_ptr<PlatformObjects> loadObjects(const Options& options, std::string& error) {
     if (options.dataDir.empty()) {
@@ -61,7 +89,13 @@ std::shared_ptr<PlatformObjects> loadObjects(const Options& options, std::string
         return nullptr;
     }
 
-    if (!objects->settings->startWatching(error)) {
+    std::unique_ptr<ApprovalBackend> approval = ApprovalBackend::create(options.approval, error);
+    if (approval == nullptr) {
+        return nullptr;
+    }
+    objects->notifications = std::make_shared<NotificationCenter>(std::move(approval));
+
+    if (!objects->settings->startWatching(error) || !startAdminServer(*objects, error)) {
         objects->settings->stop();
         return nullptr;
     }
@@ -88,6 +122,10 @@ bool initialize(const Options& options, std::string& error) {
     dlog_print(DLOG_INFO, kLogTag, "platform ready: profile %s, data in %s",
                resolveProfilePath(options.profile, options.resourceDir).c_str(),
                options.dataDir.c_str());
+    if (objects->admin != nullptr) {
+        dlog_print(DLOG_INFO, kLogTag, "TV screen and admin API on http://127.0.0.1:%u/",
+                   static_cast<unsigned int>(objects->admin->port()));
+    }
     g_options = options;
     std::lock_guard<std::mutex> lock(g_objectsMutex);
     g_objects = std::move(objects);
@@ -103,6 +141,10 @@ void shutdown() {
     if (objects == nullptr) {
         return;
     }
+    if (objects->admin != nullptr) {
+        objects->admin->stop();
+    }
+    objects->notifications->stop();
     objects->settings->stop();
     g_options = Options();
     dlog_print(DLOG_INFO, kLogTag, "platform shut down");
@@ -114,6 +156,11 @@ bool isInitialized() {
 
 const Options& options() {
     return g_options;
+}
+
+unsigned short adminPort() {
+    const auto objects = currentObjects();
+    return objects != nullptr && objects->admin != nullptr ? objects->admin->port() : 0;
 }
 
 std::string resolveProfilePath(const std::string& name, const std::string& resourceDir) {

@@ -21,16 +21,21 @@ struct Options {
 };
 
 // Loads the profile, the settings file (written with first-start values when missing) and the
-// key-value store, and starts watching the settings file. On failure, or when the platform is
-// already initialised, returns false, leaves nothing initialised and sets error to one line
-// naming the file and the reason.
+// key-value store, starts watching the settings file, sets up notifications with the approval
+// backend and, when asked, starts the admin server (logging "TV screen and admin API on
+// http://127.0.0.1:<port>/"). On failure, or when the platform is already initialised, returns
+// false, leaves nothing initialised and sets error to one line naming the file or port and the
+// reason.
 bool initialize(const Options& options, std::string& error);
 
-// Stops watching the settings file, drops pending callbacks and forgets the loaded state.
+// Stops the admin server, takes any pop-up down without an event, stops watching the settings
+// file, drops pending callbacks and forgets the loaded state.
 void shutdown();
 
 bool isInitialized();
 const Options& options();
+// The port the admin server listens on; 0 when it does not run.
+unsigned short adminPort();
 
 // Absolute path of the profile file that `name` designates: a path (relative to the working
 // folder) when it contains '/' or ends in ".json", otherwise resourceDir/profiles/<name>.json;

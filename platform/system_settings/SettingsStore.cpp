@@ -73,6 +73,7 @@ void SettingsStore::stop() {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_stopped = true;
     m_callbacks.clear();
+    m_observer = nullptr;
     m_pendingKeys.clear();
     _dropPendingSourceLocked();
 }
@@ -233,6 +234,21 @@ void SettingsStore::dispatchPending() {
         }
         callback.function(key, callback.userData);
     }
+    std::function<void()> observer;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_stopped && !keys.empty()) {
+            observer = m_observer;
+        }
+    }
+    if (observer) {
+        observer();
+    }
+}
+
+void SettingsStore::setChangeObserver(std::function<void()> observer) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_observer = std::move(observer);
 }
 
 }  // namespace ipc_platform

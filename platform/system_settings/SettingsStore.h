@@ -4,6 +4,7 @@
 // callbacks are dispatched through a weak reference to it.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -51,8 +52,12 @@ public:
     // Main-loop only. Takes the file's current contents after a hand edit; a file that does not
     // parse is logged and the values in memory stay.
     void reload();
-    // Main-loop only. Runs the callbacks of the keys changed since the last dispatch.
+    // Main-loop only. Runs the callbacks of the keys changed since the last dispatch, then the
+    // change observer.
     void dispatchPending();
+    // Called on the main loop once per dispatch of changed keys, whether or not they have
+    // callbacks (the admin server follows every change this way).
+    void setChangeObserver(std::function<void()> observer);
 
 private:
     struct ChangedCallback {
@@ -69,11 +74,12 @@ private:
     const SettingsValues m_defaults;
     FileWatcher m_watcher;  // main-loop only, not under the mutex
 
-    // Protects m_values, m_callbacks, m_pendingKeys, m_pendingSource and m_stopped, and
+    // Protects m_values, m_callbacks, m_observer, m_pendingKeys, m_pendingSource and m_stopped, and
     // serialises writes of the file so that it always holds m_values.
     mutable std::mutex m_mutex;
     SettingsValues m_values;
     std::map<system_settings_key_e, ChangedCallback> m_callbacks;
+    std::function<void()> m_observer;
     std::vector<system_settings_key_e> m_pendingKeys;  // changed, callbacks not yet run
     GSource* m_pendingSource = nullptr;                // the idle source that will run them
     bool m_stopped = false;

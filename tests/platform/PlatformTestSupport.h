@@ -2,11 +2,15 @@
 // temporary data folder with the shipped profiles, editor-like file writes, named test cases.
 #pragma once
 
+#include <mutex>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "PlatformRuntime.h"
+#include "notification.h"
 #include "support/PlatformFixture.h"
 
 namespace platform_test {
@@ -22,6 +26,26 @@ std::string takeString(char* text);
 void writeByRename(const std::string& path, const std::string& contents);
 // Runs whatever the default main context has ready, without waiting.
 void drainMainLoop();
+
+// The events a pop-up's callback received and the threads they arrived on. Thread-safe.
+class PopupEvents {
+public:
+    static void record(notification_h noti, int event, void* self);
+    std::vector<int> events() const;
+    // True when every event arrived on the thread that created this recorder.
+    bool allOnCreatingThread() const;
+
+private:
+    const std::thread::id m_creator = std::this_thread::get_id();
+    mutable std::mutex m_mutex;  // guards m_events and m_threads
+    std::vector<int> m_events;
+    std::vector<std::thread::id> m_threads;
+};
+
+// Posts a pop-up as the pairing code does (title, content, buttons Allow, Deny and Close, the
+// active pop-up area, a hide timeout, a layout and a tag) with events going to events; returns
+// the result of the post.
+int postPopup(PopupEvents& events, const std::string& title = "IP Remote", int hideSeconds = 30);
 
 // A named case of a parameterised test; CaseName() makes the name part of the test's name.
 struct NamedText {

@@ -106,6 +106,19 @@ std::optional<HttpResponse> HttpClient::read(Timeout timeout) {
     return response;
 }
 
+std::optional<std::string> HttpClient::readUntil(const std::string& text, Timeout timeout) {
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    size_t found;
+    while ((found = m_pending.find(text)) == std::string::npos) {
+        if (!_receive(deadline)) {
+            return std::nullopt;
+        }
+    }
+    std::string bytes = m_pending.substr(0, found + text.size());
+    m_pending.erase(0, found + text.size());
+    return bytes;
+}
+
 bool HttpClient::waitClosed(Timeout timeout) {
     auto deadline = std::chrono::steady_clock::now() + timeout;
     for (;;) {

@@ -43,6 +43,9 @@ public:
     }
     // The next complete response (Content-Length framing), or nothing on close or timeout.
     std::optional<HttpResponse> read(Timeout timeout = kWait);
+    // The raw bytes up to and including the next occurrence of text, for a streamed body that
+    // follows a response head read with read(); nothing on close or timeout.
+    std::optional<std::string> readUntil(const std::string& text, Timeout timeout = kWait);
     // True when the server closes the connection within the timeout.
     bool waitClosed(Timeout timeout = kWait);
     void close();

@@ -1,0 +1,385 @@
+// Tests of the admin server over real sockets: the state, answering the pop-up, settings, the
+// event stream, the page's files, and what it refuses.
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <json-glib/json-glib.h>
+
+#include "AdminJson.h"
+#include "NotificationCenter.h"
+#include "PlatformObjects.h"
+#include "PlatformTestSupport.h"
+#include "support/HttpClient.h"
+#include "system_settings.h"
+
+namespace platform_test {
+namespace {
+
+using ipc_platform::JsonNodePtr;
+using testsupport::HttpClient;
+using testsupport::HttpResponse;
+
+constexpr char kSecret[] = "top secret";
+
+JsonNodePtr parse(const std::string& text) {
+    std::string error;
+    return ipc_platform::parseJsonText(text, error);
+}
+
+// The member's compact JSON text; "<missing>" when the text is not an object with it.
+std::string member(const std::string& objectText, const char* name) {
+    JsonNodePtr node = parse(objectText);
+    if (node == nullptr || !JSON_NODE_HOLDS_OBJECT(node.get()) ||
+        !json_object_has_member(json_node_get_object(node.get()), name)) {
+        return "<missing>";
+    }
+    return ipc_platform::jsonText(json_object_get_member(json_node_get_object(node.get()), name));
+}
+
+// Counts the change callbacks of one setting.
+struct ChangeCounter {
+    int calls = 0;
+    static void onChanged(system_settings_key_e, void* self) {
+        ++static_cast<ChangeCounter*>(self)->calls;
+    }
+};
+
+class AdminServerTest : public PlatformTest {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directories(m_resources.file("web"));
+        writeFile(m_resources.file("web/index.html"), "<!doctype html><title>screen</title>");
+        writeFile(m_resources.file("web/app.js"), "'use strict';");
+        writeFile(m_resources.file("secret.txt"), kSecret);
+        std::filesystem::create_symlink("../secret.txt", m_resources.file("web/link.txt"));
+        m_options.dataDir = m_dataDir.path();
+        m_options.resourceDir = m_resources.path();
+        m_options.profile = std::string(IPC_TEST_PROFILES_DIR) + "/tv-2023.json";
+        m_options.adminServer = true;
+        m_options.adminPort = 0;
+    }
+
+    void startServer() {
+        std::string error;
+        ASSERT_TRUE(ipc_platform::initialize(m_options, error)) << error;
+        m_port = ipc_platform::adminPort();
+        ASSERT_NE(0, m_port);
+    }
+
+    std::string hostHeader() const { return "Host: 127.0.0.1:" + std::to_string(m_port) + "\r\n"; }
+
+    // One request on a fresh connection; status 0 when no response came.
+    HttpResponse request(const std::string& method, const std::string& path,
+                         const std::string& body = "", const std::string& headers = "") {
+        HttpClient client;
+        if (!client.connect(m_port) ||
+            !client.send(method + " " + path + " HTTP/1.1\r\n" + hostHeader() + headers +
+                         "Content-Length: " + std::to_string(body.size()) +
+                         "\r\nConnection: close\r\n\r\n" + body)) {
+            return HttpResponse();
+        }
+        return client.read().value_or(HttpResponse());
+    }
+
+    std::string state() { return request("GET", "/api/state").body; }
+    std::string settingsFile() const { return readFile(m_dataDir.file("settings.ini")); }
+
+    TempDir m_resources;
+    unsigned short m_port = 0;
+};
+
+TEST_F(AdminServerTest, StateShowsSettingsThePopupAndClients) {
+    startServer();
+    const HttpResponse empty = request("GET", "/api/state");
+    EXPECT_EQ(200, empty.status);
+    EXPECT_EQ("application/json", empty.header("content-type"));
+    EXPECT_EQ(
+        "{\"ipRemoteSupport\":1,\"deviceName\":\"[TV] Living Room\",\"language\":\"en_US.UTF-8\","
+        "\"country\":\"en_US.UTF-8\"}",
+        member(empty.body, "settings"));
+    EXPECT_EQ("null", member(empty.body, "notification"));
+    EXPECT_EQ("[]", member(empty.body, "clients"));
+
+    PopupEvents popup;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup, "IP Remote"));
+    const std::string shown = member(state(), "notification");
+    EXPECT_EQ("\"IP Remote\"", member(shown, "title"));
+    EXPECT_EQ("\"A device wants to connect.\"", member(shown, "content"));
+    EXPECT_EQ(
+        "[{\"number\":1,\"answer\":\"allow\",\"label\":\"Allow\"},"
+        "{\"number\":2,\"answer\":\"deny\",\"label\":\"Deny\"},"
+        "{\"number\":3,\"answer\":\"close\",\"label\":\"Close\"}]",
+        member(shown, "buttons"));
+    EXPECT_EQ("30000", member(shown, "hideTimeoutMs"));
+}
+
+struct ClientsCase {
+    const char* name;
+    const char* file;  // nullptr: no file
+    const char* clients;
+};
+void PrintTo(const ClientsCase& clientsCase, std::ostream* out) {
+    *out << clientsCase.name;
+}
+
+class AdminClientsTest : public AdminServerTest,
+                         public ::testing::WithParamInterface<ClientsCase> {};
+
+TEST_P(AdminClientsTest, ShowsTheAuthListWithShortenedTokens) {
+    if (GetParam().file != nullptr) {
+        std::filesystem::create_directories(m_dataDir.file("authlist"));
+        writeFile(m_dataDir.file("authlist/authlist.dat"), GetParam().file);
+    }
+    startServer();
+    EXPECT_EQ(GetParam().clients, member(state(), "clients"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AuthListFiles, AdminClientsTest,
+    ::testing::Values(
+        ClientsCase{"missing", nullptr, "[]"}, ClientsCase{"null", "null", "[]"},
+        ClientsCase{"truncated", "[{\"AccessToken\":", "[]"},
+        ClientsCase{"object_not_array", "{\"MacAddr\":\"aa\"}", "[]"},
+        ClientsCase{"two_records_and_a_number",
+                    "[{\"AccessToken\":\"AbCdEf0123456789\",\"MacAddr\":\"aa:bb:cc:dd:ee:ff\","
+                    "\"AccessClass\":0},{\"AccessToken\":\"\",\"MacAddr\":\"11:22:33:44:55:66\","
+                    "\"AccessClass\":2},3]",
+                    "[{\"MacAddr\":\"aa:bb:cc:dd:ee:ff\",\"AccessClass\":0,"
+                    "\"AccessToken\":\"AbCdEf\u2026\"},{\"MacAddr\":\"11:22:33:44:55:66\","
+                    "\"AccessClass\":2,\"AccessToken\":\"\"}]"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(AdminServerTest, AnswerIsDeliveredOnTheMainLoopNotTheServerThread) {
+    startServer();
+    PopupEvents popup;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
+    const HttpResponse answered = request("POST", "/api/notification/allow");
+    EXPECT_EQ(200, answered.status);
+    EXPECT_EQ("0", member(answered.body, "event"));
+    // The test thread has not run the main loop yet, so nothing can have been delivered.
+    EXPECT_TRUE(popup.events().empty());
+    EXPECT_EQ("null", member(state(), "notification"));
+    ASSERT_TRUE(pumpMainLoopUntil([&] { return !popup.events().empty(); }));
+    EXPECT_EQ(std::vector<int>{NOTIFICATION_EVENT_BUTTON_1}, popup.events());
+    EXPECT_TRUE(popup.allOnCreatingThread());
+}
+
+TEST_F(AdminServerTest, AnswersNeedAShowingPopupAndAKnownName) {
+    startServer();
+    for (const char* answer : {"allow", "deny", "close", "dismiss"}) {
+        const HttpResponse refused = request("POST", std::string("/api/notification/") + answer);
+        EXPECT_EQ(409, refused.status) << answer;
+        EXPECT_NE("<missing>", member(refused.body, "error"));
+    }
+    PopupEvents popup;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
+    EXPECT_EQ(404, request("POST", "/api/notification/maybe").status);
+    EXPECT_EQ(405, request("GET", "/api/notification/allow").status);
+    EXPECT_EQ(404, request("GET", "/api/nothing").status);
+    EXPECT_EQ(400, request("POST", "/api/notification/dismiss", "{broken").status);
+    EXPECT_NE("null", member(state(), "notification")) << "a refused request answered";
+
+    EXPECT_EQ(200, request("POST", "/api/notification/dismiss").status);
+    ASSERT_TRUE(pumpMainLoopUntil([&] { return !popup.events().empty(); }));
+    EXPECT_EQ(std::vector<int>{NOTIFICATION_EVENT_HIDDEN_BY_USER}, popup.events());
+}
+
+TEST_F(AdminServerTest, PutSettingStoresItAndRunsTheChangeCallbackOnTheMainLoop) {
+    startServer();
+    ChangeCounter name;
+    ChangeCounter ipRemote;
+    system_settings_set_changed_cb(SYSTEM_SETTINGS_KEY_DEVICE_NAME, &ChangeCounter::onChanged,
+                                   &name);
+    system_settings_set_changed_cb(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT, &ChangeCounter::onChanged,
+                                   &ipRemote);
+
+    const HttpResponse renamed = request("PUT", "/api/settings/deviceName", "\"Kitchen\"");
+    EXPECT_EQ(200, renamed.status);
+    EXPECT_EQ("\"Kitchen\"", member(renamed.body, "deviceName"));
+    EXPECT_EQ(200, request("PUT", "/api/settings/ipRemoteSupport", " 0\n").status);
+    EXPECT_EQ(0, name.calls) << "callback ran on the server thread";
+    ASSERT_TRUE(pumpMainLoopUntil([&] { return name.calls == 1 && ipRemote.calls == 1; }));
+
+    EXPECT_NE(std::string::npos, settingsFile().find("deviceName=Kitchen"));
+    int enabled = -1;
+    system_settings_get_value_int(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT, &enabled);
+    EXPECT_EQ(0, enabled);
+    EXPECT_EQ("0", member(member(state(), "settings"), "ipRemoteSupport"));
+}
+
+TEST_F(AdminServerTest, BadSettingRequestsAre400AndChangeNothing) {
+    startServer();
+    ChangeCounter calls;
+    for (system_settings_key_e key :
+         {SYSTEM_SETTINGS_KEY_DEVICE_NAME, SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT,
+          SYSTEM_SETTINGS_KEY_LOCALE_LANGUAGE, SYSTEM_SETTINGS_KEY_LOCALE_COUNTRY}) {
+        system_settings_set_changed_cb(key, &ChangeCounter::onChanged, &calls);
+    }
+    const std::string before = settingsFile();
+    const struct {
+        const char* setting;
+        const char* body;
+    } kBad[] = {
+        {"deviceName", "7"},
+        {"deviceName", "\"\""},
+        {"deviceName", ""},
+        {"deviceName", "null"},
+        {"deviceName", "[\"Kitchen\"]"},
+        {"deviceName", "\"Kit"},
+        {"language", "{\"v\":\"x\"}"},
+        {"ipRemoteSupport", "\"1\""},
+        {"ipRemoteSupport", "true"},
+        {"ipRemoteSupport", "1.5"},
+        {"ipRemoteSupport", "4294967296"},
+        {"ipRemoteSupport", "0 0"},
+        {"volume", "10"},
+    };
+    for (const auto& bad : kBad) {
+        const HttpResponse refused =
+            request("PUT", std::string("/api/settings/") + bad.setting, bad.body);
+        EXPECT_EQ(400, refused.status) << bad.setting << " " << bad.body;
+        EXPECT_NE("<missing>", member(refused.body, "error")) << bad.setting << " " << bad.body;
+    }
+    pumpMainLoopUntil([] { return false; }, 200);
+    EXPECT_EQ(before, settingsFile());
+    EXPECT_EQ(0, calls.calls);
+}
+
+TEST_F(AdminServerTest, EventStreamSendsTheStateAtOnceAndAfterEachChange) {
+    startServer();
+    HttpClient stream;
+    ASSERT_TRUE(stream.connect(m_port));
+    ASSERT_TRUE(stream.send("GET /api/events HTTP/1.1\r\n" + hostHeader() + "\r\n"));
+    const std::optional<HttpResponse> head = stream.read();
+    ASSERT_TRUE(head);
+    EXPECT_EQ(200, head->status);
+    EXPECT_EQ("text/event-stream", head->header("content-type"));
+    const std::optional<std::string> first = stream.readUntil("\n\n");
+    ASSERT_TRUE(first);
+    EXPECT_NE(std::string::npos, first->find("event: state\ndata: {\"settings\":"));
+
+    // Reads events while the main loop runs, until one holds the text.
+    auto awaitEvent = [&](const std::string& text) {
+        std::string seen;
+        return pumpMainLoopUntil([&] {
+            if (auto event = stream.readUntil("\n\n", std::chrono::milliseconds(10))) {
+                seen += *event;
+            }
+            return seen.find(text) != std::string::npos;
+        });
+    };
+    ASSERT_EQ(200, request("PUT", "/api/settings/deviceName", "\"Kitchen\"").status);
+    EXPECT_TRUE(awaitEvent("\"deviceName\":\"Kitchen\""));
+    writeByRename(m_dataDir.file("settings.ini"),
+                  "[settings]\nipRemoteSupport=1\ndeviceName=Hall\nlanguage=en_US.UTF-8\n"
+                  "country=en_US.UTF-8\n");
+    EXPECT_TRUE(awaitEvent("\"deviceName\":\"Hall\""));
+    PopupEvents popup;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup, "Pairing"));
+    EXPECT_TRUE(awaitEvent("\"title\":\"Pairing\""));
+}
+
+TEST_F(AdminServerTest, ListensOnIpv4LoopbackOnly) {
+    startServer();
+    auto connects = [&](const in_addr& address) {
+        const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in target = {};
+        target.sin_family = AF_INET;
+        target.sin_port = htons(m_port);
+        target.sin_addr = address;
+        const bool connected =
+            connect(fd, reinterpret_cast<sockaddr*>(&target), sizeof target) == 0;
+        close(fd);
+        return connected;
+    };
+    in_addr address = {};
+    inet_pton(AF_INET, "127.0.0.1", &address);
+    EXPECT_TRUE(connects(address));
+    inet_pton(AF_INET, "127.0.0.2", &address);
+    EXPECT_FALSE(connects(address));
+    HttpClient v6;
+    EXPECT_FALSE(v6.connect(m_port, AF_INET6));
+
+    ifaddrs* interfaces = nullptr;
+    ASSERT_EQ(0, getifaddrs(&interfaces));
+    for (ifaddrs* i = interfaces; i != nullptr; i = i->ifa_next) {
+        if (i->ifa_addr != nullptr && i->ifa_addr->sa_family == AF_INET) {
+            const in_addr local = reinterpret_cast<sockaddr_in*>(i->ifa_addr)->sin_addr;
+            if ((ntohl(local.s_addr) >> 24) != 127) {
+                EXPECT_FALSE(connects(local)) << i->ifa_name;
+            }
+        }
+    }
+    freeifaddrs(interfaces);
+}
+
+TEST_F(AdminServerTest, ServesThePageAndNothingOutsideItsFolder) {
+    startServer();
+    const HttpResponse page = request("GET", "/");
+    EXPECT_EQ(200, page.status);
+    EXPECT_EQ("text/html; charset=utf-8", page.header("content-type"));
+    EXPECT_EQ("<!doctype html><title>screen</title>", page.body);
+    EXPECT_EQ("text/javascript; charset=utf-8", request("GET", "/app.js").header("content-type"));
+    EXPECT_EQ(405, request("DELETE", "/app.js").status);
+
+    for (const char* path :
+         {"/../secret.txt", "/%2e%2e/secret.txt", "/..%2fsecret.txt", "/web/../../secret.txt",
+          "//secret.txt", "/link.txt", "/missing.html", "/.", "/index.html/"}) {
+        const HttpResponse refused = request("GET", path);
+        EXPECT_NE(200, refused.status) << path;
+        EXPECT_EQ(std::string::npos, refused.body.find(kSecret)) << path;
+    }
+}
+
+TEST_F(AdminServerTest, RefusesOtherSitesAndHostNames) {
+    startServer();
+    PopupEvents popup;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
+    EXPECT_EQ(403,
+              request("POST", "/api/notification/allow", "", "Origin: http://elsewhere.example\r\n")
+                  .status);
+    EXPECT_EQ(403, request("PUT", "/api/settings/deviceName", "\"x\"", "Origin: null\r\n").status);
+    HttpClient rebound;
+    ASSERT_TRUE(rebound.connect(m_port));
+    rebound.send("GET /api/state HTTP/1.1\r\nHost: tv.elsewhere.example\r\n\r\n");
+    EXPECT_EQ(403, rebound.read().value_or(HttpResponse()).status);
+    EXPECT_NE("null", member(state(), "notification"));
+
+    const std::string ownOrigin = "Origin: http://127.0.0.1:" + std::to_string(m_port) + "\r\n";
+    EXPECT_EQ(200, request("POST", "/api/notification/deny", "", ownOrigin).status);
+}
+
+TEST_F(AdminServerTest, LogsItsAddressAndAPortInUseFailsInitialize) {
+    testsupport::LogCapture log;
+    startServer();
+    EXPECT_TRUE(log.contains(
+        "TV screen and admin API on http://127.0.0.1:" + std::to_string(m_port) + "/"));
+
+    // A second platform on the same port: the port is taken by the first.
+    const unsigned short taken = m_port;
+    ipc_platform::shutdown();
+    const int blocker = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(taken);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(0, bind(blocker, reinterpret_cast<sockaddr*>(&address), sizeof address));
+    ASSERT_EQ(0, listen(blocker, 1));
+    m_options.adminPort = taken;
+    std::string error;
+    EXPECT_FALSE(ipc_platform::initialize(m_options, error));
+    EXPECT_NE(std::string::npos, error.find("127.0.0.1:" + std::to_string(taken))) << error;
+    EXPECT_EQ(std::string::npos, error.find('\n'));
+    EXPECT_FALSE(ipc_platform::isInitialized());
+    close(blocker);
+}
+
+}  // namespace
+}  // namespace platform_test

@@ -1,0 +1,213 @@
+// Tests of the on-screen pop-up: posting through the notification interface, answers through the
+// notification center, replacement, the hide timeout and the approval backends, all with the
+// events arriving on the main loop.
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "ApprovalBackend.h"
+#include "NotificationCenter.h"
+#include "PlatformObjects.h"
+#include "PlatformTestSupport.h"
+
+namespace platform_test {
+namespace {
+
+using ipc_platform::NotificationCenter;
+using ipc_platform::NotificationContent;
+using Answer = NotificationCenter::AnswerResult;
+
+std::vector<int> events(std::initializer_list<int> list) {
+    return std::vector<int>(list);
+}
+
+// Runs the main loop for a while; for checking that nothing (more) arrives.
+void pumpFor(int ms) {
+    pumpMainLoopUntil([] { return false; }, ms);
+}
+
+class NotificationTest : public PlatformTest {
+protected:
+    // Starts the platform with an approval mode.
+    void startWith(const std::string& approval) {
+        m_options.approval = approval;
+        start();
+    }
+    NotificationCenter& center() { return *ipc_platform::currentObjects()->notifications; }
+    // Waits for the recorder's events to reach count.
+    static bool waitForEvents(const PopupEvents& recorder, size_t count, int timeoutMs = 5000) {
+        return pumpMainLoopUntil([&] { return recorder.events().size() >= count; }, timeoutMs);
+    }
+};
+
+TEST_F(NotificationTest, AnswerFromAnotherThreadArrivesOnceOnTheMainLoop) {
+    startWith("screen");
+    PopupEvents popup;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
+    Answer result = Answer::NothingShowing;
+    std::thread viewer([&] { result = center().answer(NOTIFICATION_EVENT_BUTTON_1); });
+    viewer.join();
+    EXPECT_EQ(Answer::Answered, result);
+    EXPECT_FALSE(center().showing());
+    EXPECT_EQ(events({}), popup.events()) << "delivered inside the answering call";
+
+    ASSERT_TRUE(waitForEvents(popup, 1));
+    pumpFor(50);
+    EXPECT_EQ(events({NOTIFICATION_EVENT_BUTTON_1}), popup.events());
+    EXPECT_TRUE(popup.allOnCreatingThread());
+}
+
+TEST_F(NotificationTest, EachAnswerSendsItsEvent) {
+    startWith("screen");
+    for (int event : {NOTIFICATION_EVENT_BUTTON_1, NOTIFICATION_EVENT_BUTTON_2,
+                      NOTIFICATION_EVENT_BUTTON_3, NOTIFICATION_EVENT_HIDDEN_BY_USER}) {
+        PopupEvents popup;
+        ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
+        ASSERT_EQ(Answer::Answered, center().answer(event));
+        ASSERT_TRUE(waitForEvents(popup, 1)) << event;
+        EXPECT_EQ(events({event}), popup.events());
+    }
+}
+
+TEST_F(NotificationTest, AnsweringIsRefusedWhenNothingShowsOrTheButtonIsMissing) {
+    startWith("screen");
+    EXPECT_EQ(Answer::NothingShowing, center().answer(NOTIFICATION_EVENT_BUTTON_1));
+
+    PopupEvents popup;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
+    EXPECT_EQ(Answer::NotOffered, center().answer(NOTIFICATION_EVENT_HIDDEN_BY_TIMEOUT));
+    EXPECT_EQ(Answer::NothingShowing,
+              center().answer(NOTIFICATION_EVENT_BUTTON_1, center().showing()->id + 1));
+    ASSERT_EQ(Answer::Answered, center().answer(NOTIFICATION_EVENT_BUTTON_2));
+    EXPECT_EQ(Answer::NothingShowing, center().answer(NOTIFICATION_EVENT_BUTTON_1));
+    ASSERT_TRUE(waitForEvents(popup, 1));
+    EXPECT_EQ(Answer::NothingShowing, center().answer(NOTIFICATION_EVENT_BUTTON_1));
+    EXPECT_EQ(events({NOTIFICATION_EVENT_BUTTON_2}), popup.events());
+
+    NotificationContent oneButton;
+    oneButton.buttons[0].added = true;
+    center().post(oneButton, nullptr);
+    EXPECT_EQ(Answer::NotOffered, center().answer(NOTIFICATION_EVENT_BUTTON_3));
+    EXPECT_TRUE(center().showing());
+}
+
+TEST_F(NotificationTest, PostReplacesThePopupOnScreenWithoutAnEvent) {
+    startWith("screen");
+    PopupEvents first;
+    PopupEvents second;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(first, "first", 1));
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(second, "second"));
+    EXPECT_EQ("second", center().showing()->content.title);
+
+    // The first pop-up's hide timeout (one second) is gone with it.
+    pumpFor(1300);
+    ASSERT_EQ(Answer::Answered, center().answer(NOTIFICATION_EVENT_BUTTON_3));
+    ASSERT_TRUE(waitForEvents(second, 1));
+    pumpFor(50);
+    EXPECT_EQ(events({}), first.events());
+    EXPECT_EQ(events({NOTIFICATION_EVENT_BUTTON_3}), second.events());
+}
+
+TEST_F(NotificationTest, UndeliveredAnswerIsDroppedByALaterPost) {
+    // Otherwise an Allow meant for the first client would reach the poster after it put up the
+    // second client's pop-up, and read as the viewer allowing the second client.
+    startWith("screen");
+    PopupEvents first;
+    PopupEvents second;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(first, "first"));
+    ASSERT_EQ(Answer::Answered, center().answer(NOTIFICATION_EVENT_BUTTON_1));
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(second, "second"));
+    pumpFor(100);
+    EXPECT_EQ(events({}), first.events());
+    EXPECT_EQ(events({}), second.events());
+    EXPECT_EQ("second", center().showing()->content.title);
+}
+
+TEST_F(NotificationTest, HideTimeoutSends101AndTakesThePopupDown) {
+    auto center = std::make_shared<NotificationCenter>(nullptr);
+    NotificationContent content;
+    content.hideTimeoutMs = 50;
+    std::vector<int> received;
+    center->post(content,
+                 [&](int event, const NotificationContent&) { received.push_back(event); });
+    EXPECT_GT(center->showing()->remainingMs, 0u);
+    ASSERT_TRUE(pumpMainLoopUntil([&] { return !received.empty(); }));
+    pumpFor(100);
+    EXPECT_EQ(events({NOTIFICATION_EVENT_HIDDEN_BY_TIMEOUT}), received);
+    EXPECT_FALSE(center->showing());
+}
+
+TEST_F(NotificationTest, AllowAndDenyModesPressTheirButtonShortlyAfterThePost) {
+    for (const auto& [mode, event] : {std::pair<const char*, int>{"allow", 0}, {"deny", 1}}) {
+        startWith(mode);
+        PopupEvents popup;
+        ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
+        pumpFor(100);
+        EXPECT_EQ(events({}), popup.events()) << mode << " answered at once";
+        ASSERT_TRUE(waitForEvents(popup, 1)) << mode;
+        pumpFor(400);
+        EXPECT_EQ(events({event}), popup.events()) << mode;
+        ipc_platform::shutdown();
+    }
+}
+
+TEST_F(NotificationTest, ViewerAnswerBeatsTheAllowMode) {
+    startWith("allow");
+    PopupEvents popup;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
+    ASSERT_EQ(Answer::Answered, center().answer(NOTIFICATION_EVENT_BUTTON_2));
+    pumpFor(600);
+    EXPECT_EQ(events({NOTIFICATION_EVENT_BUTTON_2}), popup.events());
+}
+
+TEST_F(NotificationTest, IgnoreModeLeavesThePopupToItsHideTimeout) {
+    std::string error;
+    auto center = std::make_shared<NotificationCenter>(
+        ipc_platform::ApprovalBackend::create("ignore", error));
+    NotificationContent content;
+    content.buttons[0].added = true;
+    content.hideTimeoutMs = 500;
+    std::vector<int> received;
+    center->post(content,
+                 [&](int event, const NotificationContent&) { received.push_back(event); });
+    ASSERT_TRUE(pumpMainLoopUntil([&] { return !received.empty(); }));
+    EXPECT_EQ(events({NOTIFICATION_EVENT_HIDDEN_BY_TIMEOUT}), received);
+
+    EXPECT_EQ(nullptr, ipc_platform::ApprovalBackend::create("maybe", error));
+    EXPECT_NE(std::string::npos, error.find("maybe"));
+}
+
+TEST_F(NotificationTest, ShutdownTakesThePopupDownWithoutAnEvent) {
+    startWith("allow");
+    PopupEvents popup;
+    ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
+    ipc_platform::shutdown();
+    pumpFor(500);
+    EXPECT_EQ(events({}), popup.events());
+    EXPECT_EQ(NOTIFICATION_ERROR_NOT_READY, postPopup(popup));
+}
+
+TEST_F(NotificationTest, InterfaceRefusesBadArguments) {
+    EXPECT_EQ(nullptr, notification_create(static_cast<notification_type_e>(7)));
+    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER, notification_free(nullptr));
+    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
+              notification_zt_post_with_event_cb(nullptr, &PopupEvents::record, nullptr));
+
+    notification_h noti = notification_create(NOTIFICATION_TYPE_NOTI);
+    ASSERT_NE(nullptr, noti);
+    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
+              notification_set_text(noti, static_cast<notification_text_type_e>(5), "x", nullptr));
+    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
+              notification_set_text(noti, NOTIFICATION_TEXT_TYPE_TITLE, "bad \xff text", nullptr));
+    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
+              notification_add_button(noti, static_cast<notification_button_index_e>(4)));
+    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER, notification_zt_set_hide_timeout(noti, -1));
+    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER, notification_set_tag(noti, nullptr));
+    PopupEvents popup;
+    EXPECT_EQ(NOTIFICATION_ERROR_NOT_READY,
+              notification_zt_post_with_event_cb(noti, &PopupEvents::record, &popup));
+    EXPECT_EQ(NOTIFICATION_ERROR_NONE, notification_free(noti));
+}
+
+}  // namespace
+}  // namespace platform_test

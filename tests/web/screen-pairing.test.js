@@ -1,0 +1,206 @@
+// Real-browser test of the TV screen page: a client's pairing request shows the pop-up, a click on
+// Allow answers it, and the waiting client receives its token.
+// Usage: node screen-pairing.test.js <path of ipcontrold>. Exit 0 passed, 1 failed, 77 skipped.
+'use strict';
+
+const assert = require('node:assert/strict');
+const { spawn } = require('node:child_process');
+const fs = require('node:fs');
+const http = require('node:http');
+const net = require('node:net');
+const os = require('node:os');
+const path = require('node:path');
+
+const SKIP = 77;
+const CHROMIUM = '/usr/bin/chromium';
+const TOKEN_LENGTH = 49;
+const WAIT_MS = 20000;
+// Without the background-networking flags Chromium's own connections are refused by a closed
+// network and slow everything down.
+const CHROMIUM_ARGS = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic',
+  '--no-first-run', '--disable-background-networking', '--disable-component-update',
+  '--disable-sync', '--disable-dev-shm-usage'];
+
+function skip(reason) {
+  console.log('skipped: ' + reason);
+  process.exit(SKIP);
+}
+
+function freePort() {
+  return new Promise((resolve, reject) => {
+    const server = net.createServer();
+    server.once('error', reject);
+    server.listen(0, '127.0.0.1', () => {
+      const { port } = server.address();
+      server.close(() => resolve(port));
+    });
+  });
+}
+
+// The daemon as a child process; stderr is collected for waiting on log lines and for failures.
+class Daemon {
+  constructor(program, args) {
+    this.output = '';
+    this.exited = false;
+    this.child = spawn(program, args, { stdio: ['ignore', 'ignore', 'pipe'] });
+    this.child.stderr.on('data', (chunk) => { this.output += chunk.toString(); });
+    this.child.on('exit', () => { this.exited = true; });
+  }
+
+  // Resolves with the first match of pattern in the output.
+  waitFor(pattern) {
+    return new Promise((resolve, reject) => {
+      const started = Date.now();
+      const check = () => {
+        const match = this.output.match(pattern);
+        if (match) {
+          resolve(match);
+        } else if (this.exited || Date.now() - started > WAIT_MS) {
+          reject(new Error('ipcontrold never logged ' + pattern));
+        } else {
+          setTimeout(check, 50);
+        }
+      };
+      check();
+    });
+  }
+
+  stop() {
+    if (this.exited) {
+      return Promise.resolve();
+    }
+    return new Promise((resolve) => {
+      const timer = setTimeout(() => { this.child.kill('SIGKILL'); }, 10000);
+      this.child.once('exit', () => { clearTimeout(timer); resolve(); });
+      this.child.kill('SIGTERM');
+    });
+  }
+}
+
+// A JSON-RPC request that stays open until the service answers it.
+function jsonRpc(port, body) {
+  return new Promise((resolve, reject) => {
+    const text = JSON.stringify(body);
+    const request = http.request({
+      host: '127.0.0.1', port, path: '/', method: 'POST',
+      headers: { 'Content-Type': 'application/json', 'Content-Length': Buffer.byteLength(text) },
+    }, (response) => {
+      let data = '';
+      response.on('data', (chunk) => { data += chunk; });
+      response.on('end', () => resolve({ status: response.statusCode, body: data }));
+    });
+    request.on('error', reject);
+    request.end(text);
+  });
+}
+
+function withTimeout(promise, ms, what) {
+  let timer;
+  const timeout = new Promise((resolve, reject) => {
+    timer = setTimeout(() => reject(new Error(what + ' did not happen within ' + ms + ' ms')), ms);
+  });
+  return Promise.race([promise, timeout]).finally(() => clearTimeout(timer));
+}
+
+// Every button of the pop-up lies inside the window.
+async function expectButtonsVisible(page, size) {
+  await page.setViewportSize(size);
+  const boxes = await page.$$eval('#popup-buttons button', (buttons) => buttons.map((b) => {
+    const r = b.getBoundingClientRect();
+    return { left: r.left, top: r.top, right: r.right, bottom: r.bottom };
+  }));
+  assert.equal(boxes.length, 3);
+  for (const box of boxes) {
+    assert.ok(box.left >= 0 && box.top >= 0 && box.right <= size.width && box.bottom <= size.height,
+      'a button lies outside a ' + size.width + 'x' + size.height + ' window: ' + JSON.stringify(box));
+  }
+}
+
+async function run(playwright, daemonPath, dirs) {
+  const rpcPort = await freePort();
+  const daemon = new Daemon(daemonPath, ['--data-dir', dirs.data, '--no-upnp', '--port',
+    String(rpcPort), '--admin-port', '0', '--approval', 'screen']);
+  let browser = null;
+  let page = null;
+  try {
+    const [, adminUrl] = await daemon.waitFor(/TV screen and admin API on (http:\/\/127\.0\.0\.1:\d+\/)/);
+    await daemon.waitFor(new RegExp('listening on port ' + rpcPort));
+
+    browser = await playwright.chromium.launchPersistentContext(dirs.profile, {
+      executablePath: CHROMIUM, headless: true, args: CHROMIUM_ARGS,
+      viewport: { width: 1280, height: 720 },
+    });
+    page = browser.pages()[0] || await browser.newPage();
+    await page.goto(adminUrl);
+    await page.waitForFunction(() => document.getElementById('connection').textContent === 'Live');
+
+    const answer = jsonRpc(rpcPort, { jsonrpc: '2.0', method: 'createAccessToken', id: 1 });
+    const allow = page.locator('#popup-layer:not([hidden]) button[data-answer="allow"]');
+    await allow.waitFor({ timeout: WAIT_MS });
+    assert.notEqual((await page.textContent('#popup-title')).trim(), '');
+    assert.notEqual((await page.textContent('#popup-content')).trim(), '');
+    assert.deepEqual(await page.$$eval('#popup-buttons button', (b) => b.map((e) => e.dataset.answer)),
+      ['allow', 'deny', 'close']);
+    assert.equal(await page.evaluate(() => document.activeElement.dataset.answer), 'allow',
+      'the first button does not have the focus');
+    await expectButtonsVisible(page, { width: 390, height: 844 });
+    await expectButtonsVisible(page, { width: 1280, height: 720 });
+
+    await allow.click();
+    const response = await withTimeout(answer, WAIT_MS, 'the answer to createAccessToken');
+    assert.equal(response.status, 200, response.body);
+    const reply = JSON.parse(response.body);
+    assert.equal(reply.jsonrpc, '2.0', response.body);
+    assert.equal(reply.id, '1', response.body);
+    assert.match(reply.result.AccessToken, new RegExp('^[0-9A-Za-z]{' + TOKEN_LENGTH + '}$'));
+
+    await page.locator('#popup-layer').waitFor({ state: 'hidden' });
+    await page.waitForFunction((prefix) => Array.from(document.querySelectorAll('#clients td'))
+      .some((cell) => cell.textContent === prefix), reply.result.AccessToken.slice(0, 6) + '\u2026');
+  } catch (error) {
+    if (page !== null) {
+      const shot = path.join(os.tmpdir(), 'ipcontrol-screen-failure.png');
+      await page.screenshot({ path: shot }).then(() => console.error('screenshot: ' + shot), () => {});
+    }
+    console.error('ipcontrold said:\n' + daemon.output.split('\n').slice(-40).join('\n'));
+    throw error;
+  } finally {
+    if (browser !== null) {
+      await browser.close();
+    }
+    await daemon.stop();
+  }
+}
+
+async function main() {
+  const daemonPath = process.argv[2];
+  if (!daemonPath) {
+    console.error('usage: node screen-pairing.test.js <path of ipcontrold>');
+    process.exit(2);
+  }
+  let playwright;
+  try {
+    playwright = require(path.join(__dirname, 'node_modules', 'playwright-core'));
+  } catch (error) {
+    skip('tests/web/node_modules is missing; run "make web-test-deps"');
+  }
+  try {
+    fs.accessSync(CHROMIUM, fs.constants.X_OK);
+  } catch (error) {
+    skip(CHROMIUM + ' is not installed');
+  }
+  const root = fs.mkdtempSync(path.join(os.tmpdir(), 'ipctest-web-'));
+  const dirs = { data: path.join(root, 'data'), profile: path.join(root, 'chromium') };
+  fs.mkdirSync(dirs.profile);
+  try {
+    await run(playwright, daemonPath, dirs);
+    console.log('passed: the pop-up was allowed in the browser and the client got its token');
+  } finally {
+    fs.rmSync(root, { recursive: true, force: true });
+  }
+}
+
+main().catch((error) => {
+  console.error('failed: ' + (error && error.stack ? error.stack : error));
+  process.exit(1);
+});

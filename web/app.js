@@ -1,0 +1,228 @@
+// The TV screen page: follows the service's state over server-sent events and answers the pop-up
+// through the admin API.
+'use strict';
+
+(function () {
+  const RECONNECT_MS = 2000;
+  const $ = (id) => document.getElementById(id);
+
+  let shownPopupId = null;  // id of the pop-up on screen, null when none
+  let popupDeadline = 0;    // Date.now() at which the pop-up hides itself, 0 when never
+
+  // --- Talking to the admin API -------------------------------------------------------------
+
+  async function request(method, path, body) {
+    const init = { method, headers: {} };
+    if (body !== undefined) {
+      init.headers['Content-Type'] = 'application/json';
+      init.body = JSON.stringify(body);
+    }
+    const response = await fetch(path, init);
+    let data = null;
+    try {
+      data = await response.json();
+    } catch (ignored) {
+      // An answer without a JSON body; the status says enough.
+    }
+    return { ok: response.ok, status: response.status, data };
+  }
+
+  function answer(name) {
+    for (const button of $('popup-buttons').querySelectorAll('button')) {
+      button.disabled = true;
+    }
+    // 409 means the pop-up went away meanwhile; the next state event tells the rest.
+    request('POST', 'api/notification/' + name).catch(() => {}).finally(() => {
+      for (const button of $('popup-buttons').querySelectorAll('button')) {
+        button.disabled = false;
+      }
+    });
+  }
+
+  // --- The pop-up ---------------------------------------------------------------------------
+
+  function renderPopup(popup) {
+    const layer = $('popup-layer');
+    if (popup === null || popup === undefined) {
+      layer.hidden = true;
+      shownPopupId = null;
+      popupDeadline = 0;
+      renderCountdown();
+      return;
+    }
+    popupDeadline = popup.remainingMs > 0 ? Date.now() + popup.remainingMs : 0;
+    renderCountdown();
+    if (popup.id === shownPopupId) {
+      return;
+    }
+    shownPopupId = popup.id;
+    $('popup-title').textContent = popup.title;
+    $('popup-content').textContent = popup.content;
+    const buttons = $('popup-buttons');
+    buttons.replaceChildren();
+    for (const button of popup.buttons) {
+      const element = document.createElement('button');
+      element.type = 'button';
+      element.textContent = button.label !== '' ? button.label : 'Button ' + button.number;
+      element.dataset.answer = button.answer;
+      element.addEventListener('click', () => answer(button.answer));
+      buttons.appendChild(element);
+    }
+    layer.hidden = false;
+    const first = buttons.querySelector('button');
+    if (first !== null) {
+      first.focus();
+    }
+  }
+
+  function renderCountdown() {
+    const left = popupDeadline > 0 ? Math.max(0, Math.ceil((popupDeadline - Date.now()) / 1000)) : 0;
+    $('popup-countdown').textContent = left > 0 ? 'Closes in ' + left + ' s' : '';
+  }
+
+  function popupVisible() {
+    return !$('popup-layer').hidden;
+  }
+
+  // Remote-control keys: Enter presses the focused button (the browser does that for buttons),
+  // Escape dismisses the pop-up, the arrow keys move between its buttons.
+  document.addEventListener('keydown', (event) => {
+    if (!popupVisible()) {
+      return;
+    }
+    const buttons = Array.from($('popup-buttons').querySelectorAll('button'));
+    if (event.key === 'Escape') {
+      event.preventDefault();
+      answer('dismiss');
+    } else if (event.key === 'ArrowLeft' || event.key === 'ArrowRight') {
+      event.preventDefault();
+      const step = event.key === 'ArrowLeft' ? -1 : 1;
+      const at = buttons.indexOf(document.activeElement);
+      const next = buttons[(at + step + buttons.length) % buttons.length];
+      if (next !== undefined) {
+        next.focus();
+      }
+    } else if (event.key === 'Enter' && !buttons.includes(document.activeElement)) {
+      event.preventDefault();  // Enter only ever presses the button that has the focus
+    }
+  });
+
+  // --- The screen and the panel -------------------------------------------------------------
+
+  function setField(id, value) {
+    const field = $(id);
+    if (document.activeElement !== field && value !== null && value !== undefined) {
+      field.value = value;
+    }
+  }
+
+  function renderSettings(settings) {
+    if (settings === null || settings === undefined) {
+      return;
+    }
+    $('device-name').textContent = settings.deviceName || '\u00a0';
+    const on = settings.ipRemoteSupport === 1;
+    const status = $('ip-status');
+    status.textContent = on ? 'IP remote control on' : 'IP remote control off';
+    status.classList.toggle('off', !on);
+    $('ipRemoteSupport').checked = on;
+    setField('deviceName', settings.deviceName);
+    setField('language', settings.language);
+    setField('country', settings.country);
+  }
+
+  function renderClients(clients) {
+    const body = $('clients');
+    body.replaceChildren();
+    for (const client of clients || []) {
+      const row = document.createElement('tr');
+      for (const text of [client.MacAddr, String(client.AccessClass), client.AccessToken]) {
+        const cell = document.createElement('td');
+        cell.textContent = text;
+        row.appendChild(cell);
+      }
+      body.appendChild(row);
+    }
+    $('clients-empty').hidden = body.children.length > 0;
+  }
+
+  function render(state) {
+    renderSettings(state.settings);
+    renderClients(state.clients);
+    renderPopup(state.notification);
+  }
+
+  function tick() {
+    const now = new Date();
+    const two = (n) => String(n).padStart(2, '0');
+    $('clock').textContent = two(now.getHours()) + ':' + two(now.getMinutes());
+    renderCountdown();
+  }
+
+  // --- Settings form ------------------------------------------------------------------------
+
+  async function saveSetting(name, value) {
+    const message = $('settings-message');
+    try {
+      const result = await request('PUT', 'api/settings/' + name, value);
+      message.textContent = result.ok ? '' : (result.data && result.data.error) || 'Refused';
+      if (result.ok) {
+        renderSettings(result.data);
+      }
+    } catch (error) {
+      message.textContent = 'The TV cannot be reached';
+    }
+  }
+
+  $('settings').addEventListener('submit', (event) => event.preventDefault());
+  $('ipRemoteSupport').addEventListener('change', (event) => {
+    saveSetting('ipRemoteSupport', event.target.checked ? 1 : 0);
+  });
+  for (const name of ['deviceName', 'language', 'country']) {
+    $(name).addEventListener('change', (event) => saveSetting(name, event.target.value));
+  }
+
+  // --- Live updates -------------------------------------------------------------------------
+
+  function setConnection(text, lost) {
+    const element = $('connection');
+    element.textContent = text;
+    element.classList.toggle('lost', lost);
+  }
+
+  function poll() {
+    request('GET', 'api/state')
+      .then((result) => {
+        if (result.ok) {
+          render(result.data);
+          setConnection('Live (polling)', false);
+        }
+      })
+      .catch(() => setConnection('The TV cannot be reached; retrying…', true))
+      .finally(() => setTimeout(poll, RECONNECT_MS));
+  }
+
+  function connect() {
+    const events = new EventSource('api/events');
+    events.addEventListener('state', (event) => {
+      render(JSON.parse(event.data));
+      setConnection('Live', false);
+    });
+    events.addEventListener('error', () => {
+      setConnection('Connection lost; reconnecting…', true);
+      // The browser retries by itself unless it gave up; then start over.
+      if (events.readyState === EventSource.CLOSED) {
+        events.close();
+        setTimeout(connect, RECONNECT_MS);
+      }
+    });
+  }
+
+  tick();
+  setInterval(tick, 250);
+  if (typeof EventSource === 'function') {
+    connect();
+  } else {
+    poll();
+  }
+})();
