@@ -1,0 +1,103 @@
+// The platform's KPI log: one JSON line per event in the data folder, rotated once when full.
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "JsonValue.h"
+#include "KPILogFramework.h"
+#include "support/PlatformFixture.h"
+
+using common::json::JsonType;
+using common::json::JsonValue;
+using KPILogFramework::CLogger;
+
+namespace {
+
+const size_t kRotateBytes = 1024 * 1024;
+
+class KPILogFileTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string error;
+        ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(""), error))
+            << error;
+        m_logger = CLogger::GetInstance();
+        ASSERT_NE(nullptr, m_logger);
+    }
+    void TearDown() override { ipc_platform::shutdown(); }
+
+    std::vector<std::string> lines(const char* name) const {
+        std::vector<std::string> result;
+        std::string text = testsupport::readFile(m_dir.file(name));
+        size_t start = 0;
+        for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
+            result.push_back(text.substr(start, end - start));
+        }
+        EXPECT_EQ(text.size(), start) << name << " ends inside a line";
+        return result;
+    }
+
+    testsupport::TempDir m_dir;
+    CLogger* m_logger = nullptr;
+};
+
+TEST(KPILogWithoutPlatformTest, HasNoLogger) {
+    EXPECT_EQ(nullptr, CLogger::GetInstance());
+}
+
+TEST_F(KPILogFileTest, EachEventIsOneJsonLine) {
+    ASSERT_EQ(1, m_logger->AddEventLogSync("23_ip_control", "COMMAND", "EV002", "{cm=get}"));
+    ASSERT_EQ(1, m_logger->AddEventLogSync("23_ip_control", "APPLICATION", "EV003",
+                                           "two\nlines and \"quotes\""));
+    std::vector<std::string> written = lines("kpi.log");
+    ASSERT_EQ(2u, written.size());
+    JsonValue first = JsonValue::Create(written[0]);
+    EXPECT_EQ("23_ip_control", first["kpiName"].asString());
+    EXPECT_EQ("COMMAND", first["eventName"].asString());
+    EXPECT_EQ("EV002", first["eventId"].asString());
+    EXPECT_EQ("{cm=get}", first["description"].asString());
+    EXPECT_EQ('Z', first["time"].asString().back());  // ISO 8601 in UTC
+    EXPECT_EQ("two\nlines and \"quotes\"", JsonValue::Create(written[1])["description"].asString());
+}
+
+TEST_F(KPILogFileTest, FullLogIsRotatedOnceAndNeverPastItsBound) {
+    // Five of these fit in the bound; the sixth starts a new file.
+    const std::string description(200 * 1024, 'x');
+    for (int i = 0; i < 13; ++i) {
+        ASSERT_EQ(1, m_logger->AddEventLogSync("23_ip_control", "COMMAND", "EV" + std::to_string(i),
+                                               description));
+    }
+    std::vector<std::string> current = lines("kpi.log");
+    std::vector<std::string> previous = lines("kpi.log.1");
+    ASSERT_EQ(3u, current.size());
+    ASSERT_EQ(5u, previous.size());
+    EXPECT_EQ("EV5", JsonValue::Create(previous.front())["eventId"].asString());
+    EXPECT_EQ("EV12", JsonValue::Create(current.back())["eventId"].asString());
+    EXPECT_LE(std::filesystem::file_size(m_dir.file("kpi.log.1")), kRotateBytes);
+    EXPECT_FALSE(std::filesystem::exists(m_dir.file("kpi.log.2")));
+}
+
+TEST_F(KPILogFileTest, EventsFromManyThreadsNeverShareALine) {
+    std::vector<std::thread> senders;
+    for (int t = 0; t < 4; ++t) {
+        senders.emplace_back([this, t] {
+            for (int i = 0; i < 50; ++i) {
+                m_logger->AddEventLogSync("23_ip_control", "COMMAND", "EV002",
+                                          std::string(100 + t * 37, 'a' + t));
+            }
+        });
+    }
+    for (std::thread& sender : senders) {
+        sender.join();
+    }
+    std::vector<std::string> written = lines("kpi.log");
+    ASSERT_EQ(200u, written.size());
+    for (const std::string& line : written) {
+        EXPECT_EQ(JsonType::objectValue, JsonValue::Create(line).type()) << line;
+    }
+}
+
+}  // namespace
