@@ -86,6 +86,9 @@ bool UPnPDeviceManager::stop() {
     return record("UPnPDeviceManager::stop");
 }
 
+AccessManager::AccessManager(unsigned int releaseTimeoutMs)
+    : m_releaseTimeoutMs(releaseTimeoutMs) {}
+
 // Every check answers yes, so a forwarded int hook shows whether it reached the manager.
 bool AccessManager::isRegisteredInAuthGroup(std::string token) {
     return record("AccessManager::isRegisteredInAuthGroup(" + token + ")");

@@ -1,0 +1,151 @@
+// The auth list file: both forms, damaged content, and replacement that never shows half a file.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Manager/AuthListFile.h"
+#include "support/PlatformFixture.h"
+
+// Found by argument-dependent lookup, so beside AuthRecord in the global namespace.
+void PrintTo(const AuthRecord& r, std::ostream* os);
+void PrintTo(const AuthRecord& r, std::ostream* os) {
+    *os << "{" << r.accessClass << ", " << r.macAddr << ", " << r.accessToken << "}";
+}
+
+namespace {
+
+const char* const kRecordA =
+    R"({"AccessToken":"tok-a","MacAddr":"aa:bb:cc:dd:ee:01","AccessClass":0})";
+const char* const kRecordB = R"({"AccessToken":"","MacAddr":"aa:bb:cc:dd:ee:02","AccessClass":2})";
+
+std::string fixture(const std::string& name) {
+    return testsupport::readFile(std::string(IPC_TEST_DATA_DIR) + "/" + name);
+}
+
+std::vector<AuthRecord> parsed(const std::string& content) {
+    std::vector<AuthRecord> list;
+    AuthListFile::parse(content, list);
+    return list;
+}
+
+AuthRecord record(int32_t accessClass, const std::string& mac, const std::string& token) {
+    AuthRecord r;
+    r.accessClass = accessClass;
+    r.macAddr = mac;
+    r.accessToken = token;
+    return r;
+}
+
+TEST(AuthListFormTest, ReadsJsonRecordsInFileOrder) {
+    EXPECT_EQ((std::vector<AuthRecord>{record(0, "aa:bb:cc:dd:ee:01", "tok-a"),
+                                       record(2, "aa:bb:cc:dd:ee:02", "")}),
+              parsed(std::string("[") + kRecordA + "," + kRecordB + "]"));
+}
+
+TEST(AuthListFormTest, WritesCompactJsonInMemberOrderAndNullForNoClients) {
+    std::vector<AuthRecord> list{record(0, "aa:bb:cc:dd:ee:01", "tok-a"),
+                                 record(2, "aa:bb:cc:dd:ee:02", "")};
+    EXPECT_EQ(std::string("[") + kRecordA + "," + kRecordB + "]", AuthListFile::toJson(list));
+    EXPECT_EQ("null", AuthListFile::toJson({}));
+    EXPECT_EQ(list, parsed(AuthListFile::toJson(list)));
+}
+
+TEST(AuthListFormTest, ReadsLegacyArchiveFromItsEndBackwards) {
+    EXPECT_EQ(
+        (std::vector<AuthRecord>{
+            record(2, "aa:bb:cc:dd:ee:03", "c47WQAmL9xVQ2zg4mZaouqKLiMcVbpT4r5yHUig43kiJfahqS"),
+            record(1, "aa:bb:cc:dd:ee:02", "7aJZqhB6baeCN6Zj4a3dDVhYRnKTbxTNJFoBinF5aJXVuLkSI"),
+            record(0, "aa:bb:cc:dd:ee:01", "Ky9Pf34qY6Nb3wWD25RQ4F5ZR3qa7yEeeby3abP3E2Zs8IQ9Y"),
+        }),
+        parsed(fixture("authlist-legacy-three-records.dat")));
+}
+
+struct DamagedCase {
+    const char* name;
+    std::string content;
+    size_t records;  // what can still be read
+};
+
+class DamagedAuthListTest : public ::testing::TestWithParam<DamagedCase> {};
+
+TEST_P(DamagedAuthListTest, YieldsWhatCanBeReadWithoutThrowing) {
+    std::vector<AuthRecord> list;
+    ASSERT_NO_THROW(AuthListFile::parse(GetParam().content, list));
+    EXPECT_EQ(GetParam().records, list.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, DamagedAuthListTest,
+    ::testing::Values(
+        DamagedCase{"Empty", "", 0}, DamagedCase{"NotJson", "authlist", 0},
+        DamagedCase{"OpeningBraceOnly", "{", 0}, DamagedCase{"Null", "null", 0},
+        DamagedCase{"BinaryGarbage", std::string("\x00\xff[\x01", 4), 0},
+        DamagedCase{"Truncated", std::string("[") + kRecordA + ",{\"AccessTo", 0},
+        DamagedCase{"ObjectInsteadOfArray", kRecordA, 0},
+        DamagedCase{"NumberAfterRecord", std::string("[") + kRecordA + ",3]", 1},
+        DamagedCase{"WrongTypeAfterRecord",
+                    std::string("[") + kRecordA + R"(,{"AccessClass":"two"},)" + kRecordB + "]", 1},
+        DamagedCase{"RecordWithoutMembers", "[{}]", 1},
+        DamagedCase{"LegacyCutMidRecord", fixture("authlist-legacy-cut-mid-record.dat"), 0}),
+    [](const ::testing::TestParamInfo<DamagedCase>& info) { return info.param.name; });
+
+class AuthListFileTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string error;
+        ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(""), error))
+            << error;
+    }
+    void TearDown() override { ipc_platform::shutdown(); }
+
+    std::vector<std::string> folderEntries() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(m_dir.file("authlist"))) {
+            names.push_back(entry.path().filename().string());
+        }
+        return names;
+    }
+
+    testsupport::TempDir m_dir;
+};
+
+TEST_F(AuthListFileTest, LivesInTheAuthlistFolderOfTheDataPath) {
+    EXPECT_EQ(m_dir.file("authlist/authlist.dat"), AuthListFile::filePath());
+    AuthListFile::ensureFolder();
+    EXPECT_TRUE(std::filesystem::is_directory(m_dir.file("authlist")));
+    std::string content;
+    EXPECT_FALSE(AuthListFile::read(content));
+}
+
+TEST_F(AuthListFileTest, ReplacementLeavesReadersOfTheOldFileAWholeOldFile) {
+    AuthListFile::ensureFolder();
+    ASSERT_TRUE(AuthListFile::replace("old list"));
+    int reader = open(AuthListFile::filePath().c_str(), O_RDONLY);
+    ASSERT_GE(reader, 0);
+
+    ASSERT_TRUE(AuthListFile::replace("new list"));
+    char buffer[32] = {};
+    EXPECT_EQ(8, pread(reader, buffer, sizeof(buffer) - 1, 0));
+    EXPECT_STREQ("old list", buffer);
+    close(reader);
+
+    std::string content;
+    ASSERT_TRUE(AuthListFile::read(content));
+    EXPECT_EQ("new list", content);
+    EXPECT_EQ((std::vector<std::string>{"authlist.dat"}), folderEntries());
+}
+
+TEST_F(AuthListFileTest, FailedReplacementLeavesNoTemporaryFileBehind) {
+    // A folder where the file should be: the rename over it fails.
+    std::filesystem::create_directories(AuthListFile::filePath());
+    EXPECT_FALSE(AuthListFile::replace("new list"));
+    EXPECT_EQ((std::vector<std::string>{"authlist.dat"}), folderEntries());
+    EXPECT_TRUE(std::filesystem::is_directory(AuthListFile::filePath()));
+}
+
+}  // namespace
