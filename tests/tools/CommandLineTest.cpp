@@ -1,0 +1,86 @@
+// The ipcontrol command line: defaults, global options before the command, usage errors.
+#include <gtest/gtest.h>
+
+#include "CommandLine.h"
+
+namespace {
+
+class CommandLineTest : public ::testing::Test {
+protected:
+    bool parse(const std::vector<std::string>& args) {
+        m_error.clear();
+        m_commandLine = CommandLine();
+        return m_commandLine.parse(args, m_error);
+    }
+
+    CommandLine m_commandLine;
+    std::string m_error;
+};
+
+TEST_F(CommandLineTest, DefaultsToTheLoopbackTvOnPort1516) {
+    ASSERT_TRUE(parse({"pair"})) << m_error;
+    EXPECT_EQ(CommandLine::Command::Pair, m_commandLine.command);
+    EXPECT_EQ("127.0.0.1", m_commandLine.host);
+    EXPECT_EQ(1516, m_commandLine.port);
+    EXPECT_FALSE(m_commandLine.json);
+}
+
+TEST_F(CommandLineTest, TakesGlobalOptionsBeforeTheCommand) {
+    ASSERT_TRUE(parse({"--host", "tv.local", "--port=1515", "--json", "call", "powerControl",
+                       "{\"power\": \"on\"}"}))
+        << m_error;
+    EXPECT_EQ(CommandLine::Command::Call, m_commandLine.command);
+    EXPECT_EQ("tv.local", m_commandLine.host);
+    EXPECT_EQ(1515, m_commandLine.port);
+    EXPECT_TRUE(m_commandLine.json);
+    EXPECT_EQ("powerControl", m_commandLine.method);
+    EXPECT_EQ("{\"power\": \"on\"}", m_commandLine.params);
+
+    ASSERT_TRUE(parse({"--host=::1", "--port", "8080", "call", "getTVStates"})) << m_error;
+    EXPECT_EQ("::1", m_commandLine.host);
+    EXPECT_EQ(8080, m_commandLine.port);
+    EXPECT_EQ("", m_commandLine.params);
+}
+
+TEST_F(CommandLineTest, HelpAnywhereAsksForTheUsage) {
+    for (const auto& args : std::vector<std::vector<std::string>>{
+             {"--help"}, {"-h"}, {"call", "--help"}, {"--port", "0", "-h"}}) {
+        ASSERT_TRUE(parse(args)) << m_error;
+        EXPECT_EQ(CommandLine::Command::Help, m_commandLine.command);
+    }
+}
+
+TEST_F(CommandLineTest, RefusesUsageErrorsWithOneLine) {
+    const struct {
+        std::vector<std::string> args;
+        const char* says;
+    } cases[] = {
+        {{}, "no command"},
+        {{"--json"}, "no command"},
+        {{"reboot"}, "unknown command 'reboot'"},
+        {{"--verbose", "pair"}, "unknown option '--verbose'"},
+        {{"pair", "--json"}, "before the command"},
+        {{"pair", "now"}, "no arguments"},
+        {{"call"}, "METHOD"},
+        {{"call", "--json", "powerControl"}, "options come first"},
+        {{"call", "powerControl", "{}", "{}"}, "at most one"},
+        {{"call", "powerControl", "[1]"}, "must be a JSON object"},
+        {{"call", "powerControl", "{\"a\":"}, "must be a JSON object"},
+        {{"--port", "0", "pair"}, "from 1 to 65535, got '0'"},
+        {{"--port", "65536", "pair"}, "got '65536'"},
+        {{"--port=15x6", "pair"}, "got '15x6'"},
+        {{"--port"}, "--port needs a value"},
+        {{"--host", "", "pair"}, "--host needs"},
+    };
+    for (const auto& c : cases) {
+        std::string joined;
+        for (const std::string& arg : c.args) {
+            joined += arg + " ";
+        }
+        EXPECT_FALSE(parse(c.args)) << joined;
+        EXPECT_NE(std::string::npos, m_error.find(c.says)) << joined << "-> " << m_error;
+        EXPECT_EQ(std::string::npos, m_error.find('\n')) << joined;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,33 @@
+// The access tokens this user holds, one per TV ("host:port"), kept in a JSON file.
+#pragma once
+
+#include <map>
+#include <string>
+
+// A JSON object mapping "host:port" ("[v6-address]:port" for IPv6) to the token. The file is
+// replaced atomically, readable by its owner only (0600), in a folder only the owner may enter
+// (0700, created when missing). Not thread-safe; one process writes at a time.
+class TokenStore {
+public:
+    explicit TokenStore(std::string path);
+
+    // $XDG_CONFIG_HOME/ipcontrol/tokens.json when XDG_CONFIG_HOME is an absolute path, else
+    // $HOME/.config/ipcontrol/tokens.json (the password database when HOME is unset).
+    static std::string defaultPath();
+    static std::string keyFor(const std::string& host, unsigned short port);
+
+    const std::string& path() const { return m_path; }
+
+    // Reads the file; a missing file is an empty store. False with a one-line error naming the
+    // file when it cannot be read or is not a JSON object of strings.
+    bool load(std::string& error);
+    // The token for key, or "" when there is none.
+    std::string find(const std::string& key) const;
+    void put(const std::string& key, const std::string& token);
+    // Writes every token; false with a one-line error naming the file on failure.
+    bool save(std::string& error) const;
+
+private:
+    std::string m_path;
+    std::map<std::string, std::string> m_tokens;
+};
