@@ -98,6 +98,7 @@ void IPControlCore::start() {
     server->start();
     replace(m_serviceController, new ServiceController())->create();
     setStarted(true);
+    LOGI("IP control service started");
 }
 
 void IPControlCore::stop() {

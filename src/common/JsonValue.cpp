@@ -1,6 +1,8 @@
 // The JSON value every component passes around: request parameters, results, tables, settings.
 #include "JsonValue.h"
 
+#include <glib.h>
+
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -61,6 +63,13 @@ std::string format(const char* pattern, T value) {
     std::string text(static_cast<size_t>(length), '\0');
     std::snprintf(text.data(), text.size() + 1, pattern, value);
     return text;
+}
+
+// "%f" in the C locale whatever the TV's region setting: a German region must not turn 2.5
+// into "2,500000" on the wire.
+std::string formatDouble(double value) {
+    char buffer[G_ASCII_DTOSTR_BUF_SIZE + 320];
+    return g_ascii_formatd(buffer, sizeof(buffer), "%f", value);
 }
 
 }  // namespace
@@ -276,7 +285,7 @@ std::string JsonValue::asString() const {
         case JsonType::intValue:
             return format("%lld", get_int());
         case JsonType::doubleValue:
-            return format("%f", get_double());
+            return formatDouble(get_double());
         case JsonType::stringValue:
             return get_string();
         default:

@@ -26,6 +26,7 @@ protected:
         ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(""), error))
             << error;
         m_core = std::make_unique<IPControlCore>();
+        managerCalls().clear();  // what earlier tests' teardown recorded
     }
 
     void TearDown() override {

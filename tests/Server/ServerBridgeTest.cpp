@@ -11,27 +11,35 @@ using testsupport::LogCapture;
 
 namespace {
 
-std::string fakeCalls(const char* library) {
-    // Libraries with C++ globals are not unmapped by dlclose, so the record stays readable.
-    void* handle = dlopen(library, RTLD_NOW);
-    if (handle == nullptr) {
-        return "<cannot load>";
+// Holds the stand-in loaded for the whole test, so its call record outlives the wrapper's
+// unloading.
+class FakeLibrary {
+public:
+    explicit FakeLibrary(const char* path) : m_handle(dlopen(path, RTLD_NOW)) {}
+    ~FakeLibrary() {
+        if (m_handle != nullptr) {
+            dlclose(m_handle);
+        }
     }
-    auto calls = reinterpret_cast<const char* (*)()>(dlsym(handle, "fake_server_calls"));
-    std::string result = calls();
-    dlclose(handle);
-    return result;
-}
+    std::string calls() const {
+        auto record = reinterpret_cast<const char* (*)()>(dlsym(m_handle, "fake_server_calls"));
+        return record != nullptr ? record() : "<not loaded>";
+    }
+
+private:
+    void* m_handle;
+};
 
 TEST(IPControlServerWrapperTest, ForwardsEveryCallToTheLoadedLibrary) {
+    FakeLibrary fake(FAKE_SERVER_LIBRARY);
     IPControlServerWrapper wrapper(FAKE_SERVER_LIBRARY);
     EXPECT_EQ(0, wrapper.start(1516));
     EXPECT_EQ(0, wrapper.setCallback(nullptr, nullptr));
     EXPECT_EQ(0, wrapper.sendResponse(7, "{}", true));
     EXPECT_EQ("aa:bb:cc:dd:ee:ff", wrapper.getPeerMacAddr(7));
-    EXPECT_EQ("start 1516;callback;send 7 {} denied;", fakeCalls(FAKE_SERVER_LIBRARY));
+    EXPECT_EQ("start 1516;callback;send 7 {} denied;", fake.calls());
     EXPECT_EQ(0, wrapper.stop());
-    EXPECT_EQ("start 1516;callback;send 7 {} denied;stop;", fakeCalls(FAKE_SERVER_LIBRARY));
+    EXPECT_EQ("start 1516;callback;send 7 {} denied;stop;", fake.calls());
 
     LogCapture log;
     EXPECT_EQ(-1, wrapper.sendResponse(7, "{}", false));
@@ -49,6 +57,7 @@ TEST(IPControlServerWrapperTest, MissingLibraryLeavesTheServerSilent) {
 
 TEST(IPControlServerWrapperTest, OneMissingSymbolUnloadsTheLibrary) {
     LogCapture log;
+    FakeLibrary fake(INCOMPLETE_SERVER_LIBRARY);
     IPControlServerWrapper wrapper(INCOMPLETE_SERVER_LIBRARY);
     EXPECT_NE(0, wrapper.start(1516));
     EXPECT_TRUE(log.contains("Failed to load ipcontrol server symbols"));
@@ -57,7 +66,7 @@ TEST(IPControlServerWrapperTest, OneMissingSymbolUnloadsTheLibrary) {
     EXPECT_TRUE(log.contains("Server Library is NULL!!"));
     // Unloaded: nothing is forwarded to the symbols that were found.
     EXPECT_EQ(-1, wrapper.sendResponse(1, "{}", false));
-    EXPECT_EQ("", fakeCalls(INCOMPLETE_SERVER_LIBRARY));
+    EXPECT_EQ("", fake.calls());
 }
 
 class ServerManagerTest : public ::testing::Test {

@@ -1,4 +1,6 @@
 // Kind tests and conversions of JsonValue: range edges and the exact failure texts.
+#include <clocale>
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -78,6 +80,16 @@ TEST_F(JsonValueConversionTest, AsStringAndAsDoublePrintAndReadScalars) {
 
     EXPECT_JSON_THROW(JsonValue(JsonType::objectValue).asString(), "cannot convert to string type");
     EXPECT_JSON_THROW(JsonValue("1.5").asDouble(), "cannot convert to double type");
+}
+
+TEST_F(JsonValueConversionTest, DoublesPrintWithAPointWhateverTheRegion) {
+    const char* previous = setlocale(LC_NUMERIC, nullptr);
+    std::string saved = previous != nullptr ? previous : "C";
+    if (setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr) {
+        GTEST_SKIP() << "the de_DE.UTF-8 locale is not installed";
+    }
+    EXPECT_EQ("2.500000", JsonValue(2.5).asString());
+    setlocale(LC_NUMERIC, saved.c_str());
 }
 
 TEST_F(JsonValueConversionTest, LargeUnsignedStaysPositive) {

@@ -16,7 +16,8 @@ const std::string kDaemon = IPCONTROLD_PATH;
 class IpcontroldTest : public ::testing::Test {
 protected:
     void startDaemon(std::vector<std::string> extra = {}) {
-        std::vector<std::string> args = {"--data-dir", m_dir.path(), "--no-upnp"};
+        std::vector<std::string> args = {"--data-dir", m_dir.path(), "--no-upnp", "--admin-port",
+                                         "0"};
         args.insert(args.end(), extra.begin(), extra.end());
         ASSERT_TRUE(m_daemon.start(kDaemon, args));
         ASSERT_TRUE(m_daemon.waitForOutput("IP_REMOTE_SUPPORT nEnabled:1")) << m_daemon.output();
