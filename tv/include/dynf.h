@@ -66,11 +66,14 @@ dynf_protocol_h dynf_protocol_create(dynf_service_status_cb status_cb, dynf_noti
                                      void* user_data);
 // Waits until no callback of the handle is running, then frees it.
 int dynf_protocol_destroy(dynf_protocol_h handle);
+// After subscribing, the service's status is reported once if it is not available, and then at
+// every change; property notifications of the service follow.
 int dynf_protocol_subscribe_service(dynf_protocol_h handle, const char* service_name);
 int dynf_protocol_unsubscribe_service(dynf_protocol_h handle, const char* service_name);
-// Start one asynchronous read or write of the properties in the list (copied at the call).
-// flags: 2 = answer with the properties' values. Returns 0 when the request was accepted; then
-// result_cb runs exactly once.
+// Start one asynchronous read or write of the properties in the list. The framework takes the
+// list over in every case (the caller must not use or free it afterwards). flags: 2 = answer
+// with the properties' values. Returns 0 when the request was accepted, and then result_cb runs
+// exactly once on the callback thread; any other result means it will never run.
 int dynf_protocol_get_property(dynf_protocol_h handle, const char* service_name,
                                dynf_property_list_h properties, dynf_result_cb result_cb, int flags,
                                uint32_t* request_id, void* user_data);
