@@ -8,7 +8,7 @@
 
 #include "JsonValue.h"
 #include "KPILogFramework.h"
-#include "support/PlatformFixture.h"
+#include "support/PlatformTest.h"
 
 using common::json::JsonType;
 using common::json::JsonValue;
@@ -18,35 +18,21 @@ namespace {
 
 const size_t kRotateBytes = 1024 * 1024;
 
-class KPILogFileTest : public ::testing::Test {
+class KPILogFileTest : public testsupport::PlatformTest {
 protected:
     void SetUp() override {
-        std::string error;
-        ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(""), error))
-            << error;
+        EXPECT_EQ(nullptr, CLogger::GetInstance()) << "a logger without a platform";
+        startPlatform();
         m_logger = CLogger::GetInstance();
         ASSERT_NE(nullptr, m_logger);
     }
-    void TearDown() override { ipc_platform::shutdown(); }
 
     std::vector<std::string> lines(const char* name) const {
-        std::vector<std::string> result;
-        std::string text = testsupport::readFile(m_dir.file(name));
-        size_t start = 0;
-        for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
-            result.push_back(text.substr(start, end - start));
-        }
-        EXPECT_EQ(text.size(), start) << name << " ends inside a line";
-        return result;
+        return testsupport::readLines(m_dir.file(name));
     }
 
-    testsupport::TempDir m_dir;
     CLogger* m_logger = nullptr;
 };
-
-TEST(KPILogWithoutPlatformTest, HasNoLogger) {
-    EXPECT_EQ(nullptr, CLogger::GetInstance());
-}
 
 TEST_F(KPILogFileTest, EachEventIsOneJsonLine) {
     ASSERT_EQ(1, m_logger->AddEventLogSync("23_ip_control", "COMMAND", "EV002", "{cm=get}"));

@@ -6,7 +6,7 @@
 
 #include "Common/KPILogger.h"
 #include "JsonValue.h"
-#include "support/PlatformFixture.h"
+#include "support/PlatformTest.h"
 
 using common::json::JsonValue;
 
@@ -38,16 +38,13 @@ TEST_P(KPIDescriptionTest, DescribesTheEvent) {
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, KPIDescriptionTest,
-    ::testing::Values(
-        DescriptionCase{"Allow", data(0, false, true), "{svn=ipcontrol;result=Allow}"},
-        DescriptionCase{"Deny", data(0, true, false), "{svn=ipcontrol;result=Deny}"},
-        DescriptionCase{"Get", data(1, false, true),
-                        "{svn=ipcontrol;cm=get;rn=setVolume;pn=volume;pv=12}"},
-        DescriptionCase{"Set", data(1, true, false),
-                        "{svn=ipcontrol;cm=set;rn=setVolume;pn=volume;pv=12}"},
-        DescriptionCase{"Application", data(2, true, false, "Gallery"), "{an=Gallery}"},
-        DescriptionCase{"NoApplication", data(2, false, false, "Gallery"), ""},
-        DescriptionCase{"UnknownKind", data(3, true, true), ""}),
+    ::testing::Values(DescriptionCase{"Deny", data(0, true, false), "{svn=ipcontrol;result=Deny}"},
+                      DescriptionCase{"Set", data(1, true, false),
+                                      "{svn=ipcontrol;cm=set;rn=setVolume;pn=volume;pv=12}"},
+                      DescriptionCase{"Application", data(2, true, false, "Gallery"),
+                                      "{an=Gallery}"},
+                      DescriptionCase{"NoApplication", data(2, false, false, "Gallery"), ""},
+                      DescriptionCase{"UnknownKind", data(3, true, true), ""}),
     [](const ::testing::TestParamInfo<DescriptionCase>& info) { return info.param.name; });
 
 TEST(KPIPropertyListTest, JoinsWithCommasAndStartsAfresh) {
@@ -62,34 +59,23 @@ TEST(KPIPropertyListTest, JoinsWithCommasAndStartsAfresh) {
     EXPECT_EQ("", kpi.makePropertyValue());
 }
 
-class KPISendTest : public ::testing::Test {
+class KPISendTest : public testsupport::PlatformTest {
 protected:
-    void start(const std::string& featureconf) {
-        std::string error;
-        ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(featureconf), error))
-            << error;
-    }
-    void TearDown() override { ipc_platform::shutdown(); }
-
     // The events in the KPI log file as "kpiName | eventName | eventId | description".
     std::vector<std::string> events() const {
         std::vector<std::string> sent;
-        std::string text = testsupport::readFile(m_dir.file("kpi.log"));
-        size_t start = 0;
-        for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
-            JsonValue event = JsonValue::Create(text.substr(start, end - start));
+        for (const std::string& line : testsupport::readLines(m_dir.file("kpi.log"))) {
+            JsonValue event = JsonValue::Create(line);
             sent.push_back(event["kpiName"].asString() + " | " + event["eventName"].asString() +
                            " | " + event["eventId"].asString() + " | " +
                            event["description"].asString());
         }
         return sent;
     }
-
-    testsupport::TempDir m_dir;
 };
 
 TEST_F(KPISendTest, SendsEventUnderTheModelYearsKpiName) {
-    start("\"product.tv_year\": 23");
+    startPlatform("\"product.tv_year\": 23");
     KPILogger::getInstance().sendLog("CONNECTION_RESULT", "EV001", data(0, false, false));
     EXPECT_EQ((std::vector<std::string>{"23_ip_control | CONNECTION_RESULT | EV001 | "
                                         "{svn=ipcontrol;result=Deny}"}),
@@ -97,7 +83,7 @@ TEST_F(KPISendTest, SendsEventUnderTheModelYearsKpiName) {
 }
 
 TEST_F(KPISendTest, UnknownYearAndMissingNamesStillSend) {
-    start("");
+    startPlatform();
     KPILogger::getInstance().sendLog(nullptr, nullptr, data(2, false, false));
     EXPECT_EQ((std::vector<std::string>{"-1_ip_control |  |  | "}), events());
 }

@@ -14,24 +14,22 @@
 #include "Manager/DeviceManager.h"
 #include "Manager/ServerManager.h"
 #include "Manager/ServiceManager.h"
-#include "support/PlatformFixture.h"
+#include "support/PlatformTest.h"
 
 namespace {
 
 // The managers are the recording stand-ins; the controller and the core are real.
-class ServiceControllerTest : public ::testing::Test {
+class ServiceControllerTest : public testsupport::PlatformTest {
 protected:
     void SetUp() override {
-        std::string error;
-        ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(""), error))
-            << error;
+        startPlatform();
         m_core = std::make_unique<IPControlCore>();
         managerCalls().clear();  // what earlier tests' teardown recorded
     }
 
     void TearDown() override {
         m_core.reset();
-        ipc_platform::shutdown();
+        PlatformTest::TearDown();
     }
 
     // Starts the core, which builds the stand-ins and lets the controller wire them.
@@ -46,7 +44,6 @@ protected:
         return calls;
     }
 
-    testsupport::TempDir m_dir;
     std::unique_ptr<IPControlCore> m_core;
 };
 

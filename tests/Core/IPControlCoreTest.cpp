@@ -2,16 +2,15 @@
 #include <algorithm>
 #include <memory>
 
-#include <glib.h>
 #include <gtest/gtest.h>
 
 #include "Core/FakeManagers.h"
 #include "Core/IPControlCore.h"
-#include "support/PlatformFixture.h"
+#include "support/PlatformTest.h"
 #include "system_settings.h"
 
+using testsupport::drainMainLoop;
 using testsupport::LogCapture;
-using testsupport::TempDir;
 
 namespace {
 
@@ -28,19 +27,19 @@ const std::vector<std::string> kStopOrder = {
 
 const char* const kAvailable = "\"convergence.ipcontrol.service_available\": true";
 const char* const kUnavailable = "\"convergence.ipcontrol.service_available\": false";
+// The core logs this when it has finished with a change of the setting.
+const char* const kChangeHandled = "IP_REMOTE_SUPPORT change handling finish";
 
-class IPControlCoreTest : public ::testing::Test {
+class IPControlCoreTest : public testsupport::PlatformTest {
 protected:
     void TearDown() override {
         m_core.reset();
-        ipc_platform::shutdown();
+        PlatformTest::TearDown();
     }
 
     // Brings the platform up with the given availability key and IP remote support value.
-    void startPlatform(const std::string& featureconf, int ipRemoteSupport) {
-        std::string error;
-        ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(featureconf), error))
-            << error;
+    void startWith(const std::string& featureconf, int ipRemoteSupport) {
+        startPlatform(featureconf);
         ASSERT_EQ(
             SYSTEM_SETTINGS_ERROR_NONE,
             system_settings_set_value_int(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT, ipRemoteSupport));
@@ -51,16 +50,11 @@ protected:
 
     // Changes the setting and waits until the core's callback has finished with it.
     void changeSetting(int value) {
-        size_t before = m_log.count("IP_REMOTE_SUPPORT change handling finish");
+        size_t before = m_log.count(kChangeHandled);
         ASSERT_EQ(SYSTEM_SETTINGS_ERROR_NONE,
                   system_settings_set_value_int(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT, value));
-        ASSERT_TRUE(testsupport::pumpMainLoopUntil(
-            [&] { return m_log.count("IP_REMOTE_SUPPORT change handling finish") > before; }));
-    }
-
-    static void drainMainLoop() {
-        while (g_main_context_iteration(nullptr, FALSE)) {
-        }
+        ASSERT_TRUE(
+            testsupport::pumpMainLoopUntil([&] { return m_log.count(kChangeHandled) > before; }));
     }
 
     std::vector<std::string> takeCalls() {
@@ -69,44 +63,33 @@ protected:
         return calls;
     }
 
-    TempDir m_dir;
     LogCapture m_log;
     std::unique_ptr<IPControlCore> m_core;
 };
 
 TEST_F(IPControlCoreTest, CreateStartsManagersInOrderWhenSettingOnAndServiceAvailable) {
-    startPlatform(kAvailable, 1);
+    startWith(kAvailable, 1);
     EXPECT_TRUE(m_core->create());
     EXPECT_EQ(kStartOrder, takeCalls());
     EXPECT_TRUE(m_core->isStarted());
-    EXPECT_TRUE(m_log.contains("IP_REMOTE_SUPPORT nEnabled:1"));
     EXPECT_EQ(m_core.get(), IPControlCore::instance);
 }
 
-TEST_F(IPControlCoreTest, CreateStaysIdleWhenServiceUnavailableOrKeyMissing) {
-    startPlatform(kUnavailable, 1);
-    EXPECT_TRUE(m_core->create());
-    EXPECT_TRUE(takeCalls().empty());
-    EXPECT_FALSE(m_core->isStarted());
-    m_core.reset();
-    ipc_platform::shutdown();
-
-    startPlatform("\"product.tv_year\": 23", 1);
-    EXPECT_TRUE(m_core->create());
-    EXPECT_TRUE(takeCalls().empty());
-    EXPECT_TRUE(m_log.contains("Fail to read"));
-    EXPECT_TRUE(m_log.contains("bServiceAvailable:0"));
-}
-
-TEST_F(IPControlCoreTest, CreateStaysIdleWhenSettingOff) {
-    startPlatform(kAvailable, 0);
-    EXPECT_TRUE(m_core->create());
-    EXPECT_TRUE(takeCalls().empty());
-    EXPECT_TRUE(m_log.contains("IP_REMOTE_SUPPORT nEnabled:0"));
+TEST_F(IPControlCoreTest, CreateStaysIdleWhenServiceUnavailableKeyMissingOrSettingOff) {
+    const std::pair<const char*, int> cases[] = {
+        {kUnavailable, 1}, {"\"product.tv_year\": 23", 1}, {kAvailable, 0}};
+    for (const auto& [featureconf, setting] : cases) {
+        startWith(featureconf, setting);
+        EXPECT_TRUE(m_core->create());
+        EXPECT_TRUE(takeCalls().empty()) << featureconf << " " << setting;
+        EXPECT_FALSE(m_core->isStarted());
+        m_core.reset();
+        ipc_platform::shutdown();
+    }
 }
 
 TEST_F(IPControlCoreTest, DestroyStopsManagersInOrderWithoutDeletingThem) {
-    startPlatform(kAvailable, 1);
+    startWith(kAvailable, 1);
     m_core->create();
     takeCalls();
     EXPECT_TRUE(m_core->destroy());
@@ -115,18 +98,13 @@ TEST_F(IPControlCoreTest, DestroyStopsManagersInOrderWithoutDeletingThem) {
     EXPECT_NE(nullptr, m_core->getAccessManager());
 }
 
-TEST_F(IPControlCoreTest, RepeatedStartOnlyLogsApplicationInfo) {
-    startPlatform(kAvailable, 1);
+TEST_F(IPControlCoreTest, StartWhileStartedDoesNothingAndRestartReplacesTheManagers) {
+    startWith(kAvailable, 1);
     m_core->create();
     takeCalls();
     m_core->start();
     EXPECT_TRUE(takeCalls().empty());
-    EXPECT_EQ(2u, m_log.count("app_id:com.orvane.ipcontrol  app_version:"));
-}
 
-TEST_F(IPControlCoreTest, RestartDeletesPreviousGenerationWhenInstallingNewOne) {
-    startPlatform(kAvailable, 1);
-    m_core->create();
     m_core->stop();
     takeCalls();
     m_core->start();
@@ -138,7 +116,7 @@ TEST_F(IPControlCoreTest, RestartDeletesPreviousGenerationWhenInstallingNewOne) 
 }
 
 TEST_F(IPControlCoreTest, DestructorDeletesEveryManager) {
-    startPlatform(kAvailable, 1);
+    startWith(kAvailable, 1);
     m_core->create();
     m_core->destroy();
     takeCalls();
@@ -148,56 +126,37 @@ TEST_F(IPControlCoreTest, DestructorDeletesEveryManager) {
     EXPECT_EQ(nullptr, IPControlCore::instance);
 }
 
-TEST_F(IPControlCoreTest, SettingOffStopsAndSettingOnStartsAgain) {
-    startPlatform(kAvailable, 1);
+TEST_F(IPControlCoreTest, AnyValueOtherThanOneStopsAndOneStartsAgain) {
+    startWith(kAvailable, 1);
     m_core->create();
-    takeCalls();
-
-    changeSetting(0);
-    EXPECT_TRUE(m_log.contains("STOPPING IP_REMOTE"));
-    EXPECT_EQ(kStopOrder, takeCalls());
-    EXPECT_FALSE(m_core->isStarted());
-
-    changeSetting(1);
-    EXPECT_TRUE(m_log.contains("STARTING IP_REMOTE"));
-    EXPECT_TRUE(m_core->isStarted());
-    std::vector<std::string> calls = takeCalls();
-    EXPECT_NE(calls.end(), std::find(calls.begin(), calls.end(), "ServerManager::start"));
-}
-
-TEST_F(IPControlCoreTest, AnyValueOtherThanOneStops) {
-    startPlatform(kAvailable, 1);
-    m_core->create();
-    for (int value : {2, -1}) {
-        if (!m_core->isStarted()) {
-            changeSetting(1);
-        }
+    for (int value : {0, 2, -1}) {
         takeCalls();
         changeSetting(value);
         EXPECT_EQ(kStopOrder, takeCalls()) << "value " << value;
-        EXPECT_TRUE(m_log.contains("IP_REMOTE_SUPPORT value:" + std::to_string(value)));
+        EXPECT_FALSE(m_core->isStarted());
+
+        changeSetting(1);
+        EXPECT_TRUE(m_core->isStarted());
+        std::vector<std::string> calls = takeCalls();
+        EXPECT_NE(calls.end(), std::find(calls.begin(), calls.end(), "ServerManager::start"));
     }
 }
 
-TEST_F(IPControlCoreTest, SettingOffWhileIdleHasNoManagersToStop) {
-    startPlatform(kAvailable, 0);
-    m_core->create();
-    changeSetting(2);
-    EXPECT_TRUE(m_log.contains("STOPPING IP_REMOTE"));
-    EXPECT_TRUE(takeCalls().empty());
-}
-
-TEST_F(IPControlCoreTest, SettingOnWithServiceUnavailableStaysIdle) {
-    startPlatform(kUnavailable, 0);
-    m_core->create();
-    changeSetting(1);
-    EXPECT_TRUE(m_log.contains("IP Control Factory disabled"));
-    EXPECT_TRUE(takeCalls().empty());
-    EXPECT_FALSE(m_core->isStarted());
+TEST_F(IPControlCoreTest, SettingChangesWhileIdleOrUnavailableStartAndStopNothing) {
+    for (const auto& [featureconf, value] :
+         {std::pair<const char*, int>{kAvailable, 2}, {kUnavailable, 1}}) {
+        startWith(featureconf, 0);
+        m_core->create();
+        changeSetting(value);
+        EXPECT_TRUE(takeCalls().empty()) << featureconf;
+        EXPECT_FALSE(m_core->isStarted());
+        m_core.reset();
+        ipc_platform::shutdown();
+    }
 }
 
 TEST_F(IPControlCoreTest, DestroyWhileIdleRemovesTheSettingCallback) {
-    startPlatform(kAvailable, 0);
+    startWith(kAvailable, 0);
     m_core->create();
     m_core->destroy();
     EXPECT_TRUE(takeCalls().empty());
@@ -208,7 +167,7 @@ TEST_F(IPControlCoreTest, DestroyWhileIdleRemovesTheSettingCallback) {
 }
 
 TEST_F(IPControlCoreTest, CallbackWithoutCoreIsIgnored) {
-    startPlatform(kAvailable, 1);
+    startWith(kAvailable, 1);
     ip_remote_support_change_cb(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT, nullptr);
     EXPECT_FALSE(m_log.contains("IP_REMOTE_SUPPORT change handling start"));
 }

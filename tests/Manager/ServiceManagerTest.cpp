@@ -135,8 +135,12 @@ TEST_F(ServiceManagerTest, RefusesUnparsableOrUnauthenticatedRequestsWithBarePar
         "[" + withToken("powerControl") + "]",                  // batch
         R"({"jsonrpc":"1.0","id":1,"method":"powerControl"})",  // wrong version
         "{\"jsonrpc\":\"2.0\"",                                 // truncated
-        request("powerControl", ""),                            // no params
-        request("powerControl", R"({"power":"powerOff"})"),     // no token
+        withToken("powerControl") + " trailing",
+        "null",
+        R"({"jsonrpc":2.0,"id":1,"method":"powerControl"})",  // a number, not the text "2.0"
+        request("powerControl", ""),                          // no params
+        request("powerControl", R"({"power":"powerOff"})"),   // no token
+        request("powerControl", R"(["AccessToken"])"),
         request("powerControl", R"({"AccessToken":"stranger"})"),
         request("", ""),
     };

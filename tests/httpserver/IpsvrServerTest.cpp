@@ -1,6 +1,5 @@
 // End-to-end tests of libipcontrol-http-server.so through its C functions, over loopback sockets.
 #include <arpa/inet.h>
-#include <dlfcn.h>
 #include <netinet/in.h>
 #include <unistd.h>
 
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "support/HttpClient.h"
+#include "support/PlatformFixture.h"
 #include "ipsvr.h"
 
 namespace {
@@ -31,18 +31,6 @@ std::string macOf(unsigned int clientId, int* result = nullptr) {
         *result = rc;
     }
     return mac;
-}
-
-// Polls condition until it holds or the wait runs out.
-bool eventually(const std::function<bool()>& condition) {
-    auto deadline = std::chrono::steady_clock::now() + kWait;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(10ms);
-    }
-    return true;
 }
 
 // A complete POST request carrying body.
@@ -205,7 +193,7 @@ TEST_F(IpsvrServerTest, RefusalIs403WithTheGivenBodyEvenWhenEmpty) {
     }
 }
 
-TEST_F(IpsvrServerTest, RequestsTheCallbackCannotTakeAreAnsweredByTheServer) {
+TEST_F(IpsvrServerTest, RequestsTheCallbackCannotTakeAreAnsweredByTheServerUpToThe64KiBLimit) {
     HttpResponse response = exchange("GET / HTTP/1.1\r\nHost: tv\r\n\r\n");
     EXPECT_EQ(response.status, 405);
     EXPECT_EQ(response.header("allow"), "POST");
@@ -220,28 +208,25 @@ TEST_F(IpsvrServerTest, RequestsTheCallbackCannotTakeAreAnsweredByTheServer) {
     EXPECT_EQ(exchange(post(std::string("{\"a\":\0}", 7))).status, 400);
     EXPECT_EQ(requestCount(), 0u);
 
-    ipsvr_setCallback(nullptr, nullptr);
-    EXPECT_EQ(exchange(post("{}")).status, 503);
-}
-
-TEST_F(IpsvrServerTest, BodyOfExactly64KiBIsDelivered) {
+    // A body of exactly the limit is delivered.
     HttpClient client;
     std::optional<Request> request = postAndWait(client, std::string(64 * 1024, 'x'));
     ASSERT_TRUE(request);
     EXPECT_EQ(request->body.size(), 64u * 1024);
     ASSERT_EQ(ipsvr_sendResponse(request->id, "{}", false), IPSVR_OK);
     ASSERT_TRUE(client.read());
+
+    ipsvr_setCallback(nullptr, nullptr);
+    EXPECT_EQ(exchange(post("{}")).status, 503);
 }
 
-TEST_F(IpsvrServerTest, UnknownIdsAreRefusedWithoutSideEffects) {
+TEST_F(IpsvrServerTest, UnknownIdsAreRefusedAndAnUnansweredRequestGets504AndIsForgotten) {
     int result = 0;
     EXPECT_EQ(macOf(424242, &result), "");
     EXPECT_LT(result, 0);
     EXPECT_EQ(ipsvr_sendResponse(424242, "{}", false), IPSVR_ERR_UNKNOWN_CLIENT);
     EXPECT_EQ(ipsvr_sendResponse(0, "{}", true), IPSVR_ERR_UNKNOWN_CLIENT);
-}
 
-TEST_F(IpsvrServerTest, UnansweredRequestGets504AndItsIdIsForgotten) {
     ipsvr_setResponseTimeoutMs(100);
     HttpClient client;
     std::optional<Request> request = postAndWait(client, "{}");
@@ -258,7 +243,7 @@ TEST_F(IpsvrServerTest, ClientLeavingWhilePendingFreesItsId) {
     ASSERT_TRUE(request);
     client.close();
 
-    EXPECT_TRUE(eventually([&] {
+    EXPECT_TRUE(testsupport::pumpMainLoopUntil([&] {
         int result = 0;
         macOf(request->id, &result);
         return result == IPSVR_ERR_UNKNOWN_CLIENT;
@@ -355,17 +340,6 @@ TEST_F(IpsvrServerTest, ConcurrentRequestsEachGetTheirOwnAnswer) {
         ASSERT_TRUE(response);
         EXPECT_EQ(response->body, std::to_string(i));
     }
-}
-
-TEST(IpsvrLibraryTest, ExportsItsEntryPointsByName) {
-    void* library = dlopen(IPSVR_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(library, nullptr) << dlerror();
-    for (const char* name :
-         {"ipsvr_start", "ipsvr_stop", "ipsvr_sendResponse", "ipsvr_getPeerMacAddr",
-          "ipsvr_setCallback", "ipsvr_setResponseTimeoutMs", "ipsvr_getPort"}) {
-        EXPECT_NE(dlsym(library, name), nullptr) << name;
-    }
-    dlclose(library);
 }
 
 }  // namespace

@@ -75,6 +75,15 @@ std::string readFile(const std::string& path) {
     return text.str();
 }
 
+std::vector<std::string> readLines(const std::string& path) {
+    std::vector<std::string> lines;
+    std::istringstream text(readFile(path));
+    for (std::string line; std::getline(text, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
 bool pumpMainLoopUntil(const std::function<bool()>& done, int timeoutMs) {
     auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     while (!done()) {
@@ -88,6 +97,11 @@ bool pumpMainLoopUntil(const std::function<bool()>& done, int timeoutMs) {
     return true;
 }
 
+void drainMainLoop() {
+    while (g_main_context_iteration(nullptr, FALSE)) {
+    }
+}
+
 std::string makeProfile(const std::string& featureconfMembers) {
     return "{\"name\": \"test\", \"deviceName\": \"[TV] Test\", \"featureconf\": {" +
            featureconfMembers +
@@ -95,13 +109,15 @@ std::string makeProfile(const std::string& featureconfMembers) {
            "\"productCode\": \"P-1\"}}";
 }
 
-bool startPlatform(const TempDir& dir, const std::string& profileJson, std::string& error) {
+bool startPlatform(const TempDir& dir, const std::string& profileJson, std::string& error,
+                   unsigned short port) {
     std::string profilePath = dir.file("profile.json");
     writeFile(profilePath, profileJson);
     ipc_platform::Options options;
     options.dataDir = dir.path();
     options.resourceDir = dir.path();
     options.profile = profilePath;
+    options.port = port;
     return ipc_platform::initialize(options, error);
 }
 

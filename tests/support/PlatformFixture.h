@@ -42,15 +42,21 @@ private:
 
 void writeFile(const std::string& path, const std::string& contents);
 std::string readFile(const std::string& path);
+// The lines of a file without their line ends (a last line without one included).
+std::vector<std::string> readLines(const std::string& path);
 
 // Runs the default main context until done() or the deadline; returns done().
 bool pumpMainLoopUntil(const std::function<bool()>& done, int timeoutMs = 5000);
+// Runs whatever the default main context has ready, without waiting.
+void drainMainLoop();
 
 // A profile with the given featureconf members (JSON text of the object's body, e.g.
 // "\"product.tv_year\": 23").
 std::string makeProfile(const std::string& featureconfMembers);
 
-// Initialises the platform on dataDir with the profile text written next to it.
-bool startPlatform(const TempDir& dir, const std::string& profileJson, std::string& error);
+// Initialises the platform on dataDir with the profile text written next to it; port 0 leaves
+// the JSON-RPC port to the model year.
+bool startPlatform(const TempDir& dir, const std::string& profileJson, std::string& error,
+                   unsigned short port = 0);
 
 }  // namespace testsupport

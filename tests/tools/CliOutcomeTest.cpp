@@ -27,16 +27,13 @@ protected:
     // Runs ipcontrol against port.
     int runAt(unsigned short port, std::vector<std::string> args) {
         args.insert(args.begin(), {"--port", std::to_string(port)});
-        int code = m_cli.run(args);
-        m_output = m_cli.output();
-        return code;
+        return m_cli.run(args);
     }
     int run(const std::vector<std::string>& args) { return runAt(m_tv.port(), args); }
-
-    std::string tokenFile() const { return m_cli.tokenFile(); }
+    bool said(const std::string& text) const { return m_cli.said(text); }
 
     void storeToken(unsigned short port) {
-        TokenStore store(tokenFile());
+        TokenStore store(m_cli.tokenFile());
         store.put(TokenStore::keyFor("127.0.0.1", port), kToken);
         std::string error;
         ASSERT_TRUE(store.save(error)) << error;
@@ -53,28 +50,25 @@ protected:
     void expectEach(const std::vector<std::string>& command, const std::vector<Case>& cases) {
         for (const Case& c : cases) {
             m_tv.answerWith(c.answer);
-            EXPECT_EQ(c.exitCode, run(command)) << m_output;
-            EXPECT_TRUE(said(c.says)) << m_output;
+            EXPECT_EQ(c.exitCode, run(command)) << m_cli.output();
+            EXPECT_TRUE(said(c.says)) << m_cli.output();
         }
     }
 
-    bool said(const std::string& text) const { return m_output.find(text) != std::string::npos; }
-
     ScriptedTv m_tv;
     CliRunner m_cli;
-    std::string m_output;
 };
 
 TEST_F(CliOutcomeTest, PairStoresTheTokenThatCallThenSends) {
     m_tv.answerWith({response("\"result\":{\"AccessToken\":\"" + kToken + "\"}")});
-    ASSERT_EQ(0, run({"pair"})) << m_output;
-    EXPECT_TRUE(said("Paired")) << m_output;
-    JsonValue stored = JsonValue::Create(testsupport::readFile(tokenFile()));
+    ASSERT_EQ(0, run({"pair"})) << m_cli.output();
+    EXPECT_TRUE(said("Paired")) << m_cli.output();
+    JsonValue stored = JsonValue::Create(testsupport::readFile(m_cli.tokenFile()));
     EXPECT_EQ(kToken, stored["127.0.0.1:" + std::to_string(m_tv.port())].asString());
 
     m_tv.answerWith({response("\"result\":{\"power\":\"on\"}")});
-    ASSERT_EQ(0, run({"call", "powerControl", "{\"power\":\"on\"}"})) << m_output;
-    EXPECT_TRUE(said("\"power\" : \"on\"")) << m_output;
+    ASSERT_EQ(0, run({"call", "powerControl", "{\"power\":\"on\"}"})) << m_cli.output();
+    EXPECT_TRUE(said("\"power\" : \"on\"")) << m_cli.output();
 
     std::vector<JsonValue> requests = m_tv.requests();
     ASSERT_EQ(2u, requests.size());
@@ -96,7 +90,7 @@ TEST_F(CliOutcomeTest, EveryPairingRefusalHasItsOwnExitCode) {
             {{"", false, true}, 5, "Nobody answered"},  // the server's 504 after its deadline
             {{response("\"result\":{}")}, 1, "without a token"},
         });
-    EXPECT_EQ("", testsupport::readFile(tokenFile()));  // nothing was stored
+    EXPECT_EQ("", testsupport::readFile(m_cli.tokenFile()));  // nothing was stored
 }
 
 TEST_F(CliOutcomeTest, EveryCallFailureHasItsOwnExitCode) {
@@ -119,8 +113,8 @@ TEST_F(CliOutcomeTest, EveryCallFailureHasItsOwnExitCode) {
 
 TEST_F(CliOutcomeTest, CallWithoutAStoredTokenAsksToPairFirst) {
     EXPECT_EQ(8, run({"call", "powerControl"}));
-    EXPECT_TRUE(said("not paired")) << m_output;
-    EXPECT_TRUE(said("pair first")) << m_output;
+    EXPECT_TRUE(said("not paired")) << m_cli.output();
+    EXPECT_TRUE(said("pair first")) << m_cli.output();
     EXPECT_TRUE(m_tv.requests().empty());
 }
 
@@ -128,13 +122,13 @@ TEST_F(CliOutcomeTest, UnreachableOrStoppedTvExitsWith3) {
     unsigned short nothingListens = testsupport::findFreePort();
     storeToken(nothingListens);
     EXPECT_EQ(3, runAt(nothingListens, {"pair"}));
-    EXPECT_TRUE(said("cannot be reached (Connection refused)")) << m_output;
+    EXPECT_TRUE(said("cannot be reached (Connection refused)")) << m_cli.output();
     EXPECT_EQ(3, runAt(nothingListens, {"call", "powerControl"}));
 
     storeToken(m_tv.port());
     m_tv.stopService();
     EXPECT_EQ(3, run({"call", "powerControl"}));
-    EXPECT_TRUE(said("not running (HTTP 503)")) << m_output;
+    EXPECT_TRUE(said("not running (HTTP 503)")) << m_cli.output();
 }
 
 TEST_F(CliOutcomeTest, JsonPrintsTheRawResponseBody) {
@@ -142,19 +136,19 @@ TEST_F(CliOutcomeTest, JsonPrintsTheRawResponseBody) {
     const std::string body = response("\"result\":{\"volume\":\"12\"}");
     m_tv.answerWith({body});
     EXPECT_EQ(0, run({"--json", "call", "directVolumeControl"}));
-    EXPECT_EQ(body + "\n", m_output);
+    EXPECT_EQ(body + "\n", m_cli.output());
 
     m_tv.answerWith({kParseError, true});
     EXPECT_EQ(8, run({"--json", "call", "directVolumeControl"}));
-    EXPECT_EQ(0u, m_output.find(kParseError + "\n")) << m_output;
+    EXPECT_EQ(0u, m_cli.output().find(kParseError + "\n")) << m_cli.output();
 }
 
 TEST_F(CliOutcomeTest, UsageErrorsExitWith2AndHelpWith0) {
     EXPECT_EQ(2, run({"reboot"}));
-    EXPECT_TRUE(said("unknown command 'reboot'")) << m_output;
-    EXPECT_TRUE(said("Usage: ipcontrol")) << m_output;
+    EXPECT_TRUE(said("unknown command 'reboot'")) << m_cli.output();
+    EXPECT_TRUE(said("Usage: ipcontrol")) << m_cli.output();
     EXPECT_EQ(0, run({"--help"}));
-    EXPECT_TRUE(said("Exit codes")) << m_output;
+    EXPECT_TRUE(said("Exit codes")) << m_cli.output();
     EXPECT_TRUE(m_tv.requests().empty());
 }
 

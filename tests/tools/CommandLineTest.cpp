@@ -17,15 +17,13 @@ protected:
     std::string m_error;
 };
 
-TEST_F(CommandLineTest, DefaultsToTheLoopbackTvOnPort1516) {
+TEST_F(CommandLineTest, TakesGlobalOptionsBeforeTheCommandElseTheLoopbackTvOnPort1516) {
     ASSERT_TRUE(parse({"pair"})) << m_error;
     EXPECT_EQ(CommandLine::Command::Pair, m_commandLine.command);
     EXPECT_EQ("127.0.0.1", m_commandLine.host);
     EXPECT_EQ(1516, m_commandLine.port);
     EXPECT_FALSE(m_commandLine.json);
-}
 
-TEST_F(CommandLineTest, TakesGlobalOptionsBeforeTheCommand) {
     ASSERT_TRUE(parse({"--host", "tv.local", "--port=1515", "--json", "call", "powerControl",
                        "{\"power\": \"on\"}"}))
         << m_error;
@@ -55,22 +53,16 @@ TEST_F(CommandLineTest, RefusesUsageErrorsWithOneLine) {
         std::vector<std::string> args;
         const char* says;
     } cases[] = {
-        {{}, "no command"},
         {{"--json"}, "no command"},
-        {{"reboot"}, "unknown command 'reboot'"},
         {{"--verbose", "pair"}, "unknown option '--verbose'"},
         {{"pair", "--json"}, "before the command"},
         {{"pair", "now"}, "no arguments"},
         {{"call"}, "METHOD"},
-        {{"call", "--json", "powerControl"}, "options come first"},
         {{"call", "powerControl", "{}", "{}"}, "at most one"},
         {{"call", "powerControl", "[1]"}, "must be a JSON object"},
-        {{"call", "powerControl", "{\"a\":"}, "must be a JSON object"},
         {{"--port", "0", "pair"}, "from 1 to 65535, got '0'"},
-        {{"--port", "65536", "pair"}, "got '65536'"},
         {{"--port=15x6", "pair"}, "got '15x6'"},
         {{"--port"}, "--port needs a value"},
-        {{"--host", "", "pair"}, "--host needs"},
     };
     for (const auto& c : cases) {
         std::string joined;

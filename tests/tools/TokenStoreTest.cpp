@@ -1,10 +1,10 @@
 // The token file: where it lives, one token per host and port, owner-only modes, atomic
 // replacement, and refusal of files it did not write.
-#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 
 #include <glib.h>
@@ -25,13 +25,8 @@ mode_t permissionsOf(const std::string& path) {
 
 std::vector<std::string> entriesOf(const std::string& folder) {
     std::vector<std::string> names;
-    if (DIR* dir = opendir(folder.c_str())) {
-        while (dirent* entry = readdir(dir)) {
-            if (entry->d_name[0] != '.') {
-                names.push_back(entry->d_name);
-            }
-        }
-        closedir(dir);
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        names.push_back(entry.path().filename().string());
     }
     return names;
 }
