@@ -1,5 +1,5 @@
-// ipcontrold: brings the Linux platform up, loads the IP-control plug-in and runs the main loop
-// until SIGINT or SIGTERM.
+// ipcontrold: brings the Linux platform and the virtual TV up, loads the IP-control plug-in and
+// runs the main loop until SIGINT or SIGTERM.
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -11,6 +11,7 @@
 #include "HostOptions.h"
 #include "PlatformRuntime.h"
 #include "PluginLoader.h"
+#include "VirtualTvRuntime.h"
 
 namespace {
 
@@ -57,12 +58,19 @@ int main(int argc, char** argv) {
     if (g_mkdir_with_parents(dataDir.c_str(), 0700) != 0) {
         return fail(kExitUsage, "cannot create data directory " + dataDir + ": " + strerror(errno));
     }
-    if (!ipc_platform::initialize(options.platform, message)) {
+    // The TV's part of the profile is checked first: a refusal is then the only line printed.
+    if (!ipc_tv::checkProfile(options.platform, message) ||
+        !ipc_platform::initialize(options.platform, message)) {
+        return fail(kExitUsage, message);
+    }
+    if (!ipc_tv::start(message)) {
+        ipc_platform::shutdown();
         return fail(kExitUsage, message);
     }
 
     PluginLoader plugin;
     if (!plugin.load(pluginPath(), message)) {
+        ipc_tv::stop();
         ipc_platform::shutdown();
         return fail(kExitInstall, message);
     }
@@ -78,6 +86,7 @@ int main(int argc, char** argv) {
     plugin.destroy();
     plugin.unload();
     g_main_loop_unref(loop);
+    ipc_tv::stop();
     ipc_platform::shutdown();
     dlog_print(DLOG_INFO, kTag, "stopped");
     return 0;

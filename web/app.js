@@ -146,7 +146,39 @@
     $('clients-empty').hidden = body.children.length > 0;
   }
 
+  // The TV itself: dark in standby, "Restarting…" while it reboots, badges for the ambient
+  // screen and an unavailable service. A state without the TV section shows the TV on.
+  function renderTv(tv) {
+    const power = tv ? tv.power : 'on';
+    const layer = $('power-layer');
+    layer.hidden = power === 'on';
+    layer.classList.toggle('restarting', power === 'reboot');
+    $('power-label').textContent = power === 'reboot' ? 'Restarting…' : 'Standby';
+    $('screen').classList.toggle('off', power !== 'on');
+    $('ambient-badge').hidden = !(tv && tv.ambient && power === 'on');
+    $('service-badge').hidden = !(tv && power !== 'reboot' && tv.service && !tv.service.tv);
+    for (const button of $('power-buttons').querySelectorAll('button')) {
+      button.disabled = !tv || power === 'reboot';
+      button.classList.toggle('current', button.dataset.power === power);
+    }
+  }
+
+  async function pressPower(word) {
+    const message = $('tv-message');
+    try {
+      const result = await request('PUT', 'api/tv/power', word);
+      message.textContent = result.ok ? '' : (result.data && result.data.error) || 'Refused';
+    } catch (error) {
+      message.textContent = 'The TV cannot be reached';
+    }
+  }
+
+  for (const button of $('power-buttons').querySelectorAll('button')) {
+    button.addEventListener('click', () => pressPower(button.dataset.power));
+  }
+
   function render(state) {
+    renderTv(state.tv);
     renderSettings(state.settings);
     renderClients(state.clients);
     renderPopup(state.notification);

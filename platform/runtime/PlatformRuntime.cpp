@@ -146,6 +146,7 @@ void shutdown() {
     }
     objects->notifications->stop();
     objects->settings->stop();
+    objects->keyValues->stop();
     g_options = Options();
     dlog_print(DLOG_INFO, kLogTag, "platform shut down");
 }
@@ -161,6 +162,16 @@ const Options& options() {
 unsigned short adminPort() {
     const auto objects = currentObjects();
     return objects != nullptr && objects->admin != nullptr ? objects->admin->port() : 0;
+}
+
+std::shared_ptr<AdminServer> adminServer() {
+    const auto objects = currentObjects();
+    return objects != nullptr ? objects->admin : nullptr;
+}
+
+std::shared_ptr<const ProductProfile> productProfile() {
+    const auto objects = currentObjects();
+    return objects != nullptr ? objects->profile : nullptr;
 }
 
 std::string resolveProfilePath(const std::string& name, const std::string& resourceDir) {

@@ -3,9 +3,13 @@
 // thread-safe once initialize has returned.
 #pragma once
 
+#include <memory>
 #include <string>
 
 namespace ipc_platform {
+
+class AdminServer;
+class ProductProfile;
 
 struct Options {
     std::string dataDir;      // created by the host; holds settings, key-value store, auth list
@@ -36,6 +40,12 @@ bool isInitialized();
 const Options& options();
 // The port the admin server listens on; 0 when it does not run.
 unsigned short adminPort();
+// The admin server, for parts outside the platform that add their state section and routes
+// (see AdminServer.h); null when the platform is not initialised or runs without it.
+// Thread-safe.
+std::shared_ptr<AdminServer> adminServer();
+// The loaded product profile; null when the platform is not initialised. Thread-safe.
+std::shared_ptr<const ProductProfile> productProfile();
 
 // Absolute path of the profile file that `name` designates: a path (relative to the working
 // folder) when it contains '/' or ends in ".json", otherwise resourceDir/profiles/<name>.json;

@@ -13,6 +13,7 @@ namespace {
 
 constexpr char kFeatureSection[] = "featureconf";
 constexpr char kSystemInfoSection[] = "systemInfo";
+constexpr char kTvSection[] = "tv";
 
 bool isValueOfType(JsonNode* node, GType type) {
     return JSON_NODE_HOLDS_VALUE(node) && json_node_get_value_type(node) == type;
@@ -82,15 +83,31 @@ std::string readFacts(JsonObject* section, std::map<std::string, std::string>& f
     return {};
 }
 
+// Keeps the text of the optional "tv" object; false when it is there but not an object.
+bool readTvSection(JsonObject* root, std::string& text) {
+    JsonObject* section = nullptr;
+    if (!findSection(root, kTvSection, section)) {
+        return false;
+    }
+    if (section != nullptr) {
+        g_autofree gchar* json = json_to_string(json_object_get_member(root, kTvSection), FALSE);
+        text = json;
+    }
+    return true;
+}
+
 // Checks the top level and reads it into the profile's parts; returns the problem, empty when
 // none.
-std::string readProfile(JsonObject* root, std::string& deviceName,
+std::string readProfile(JsonObject* root, std::string& deviceName, std::string& tvSection,
                         std::map<std::string, ProductProfile::Feature>& features,
                         std::map<std::string, std::string>& facts) {
     JsonObject* featureSection = nullptr;
     JsonObject* factSection = nullptr;
     if (!readOptionalString(root, "deviceName", deviceName)) {
         return "\"deviceName\" is not a string";
+    }
+    if (!readTvSection(root, tvSection)) {
+        return "\"tv\" is not an object";
     }
     if (!findSection(root, kFeatureSection, featureSection)) {
         return "\"featureconf\" is not an object";
@@ -116,7 +133,8 @@ bool ProductProfile::load(const std::string& path, std::string& error) {
         return false;
     }
     JsonObject* root = json_node_get_object(json_parser_get_root(parser));
-    const std::string problem = readProfile(root, m_deviceName, m_features, m_systemInfo);
+    const std::string problem =
+        readProfile(root, m_deviceName, m_tvSection, m_features, m_systemInfo);
     g_object_unref(parser);
     if (!problem.empty()) {
         error = path + ": " + problem;

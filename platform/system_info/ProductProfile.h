@@ -27,12 +27,16 @@ public:
 
     // The device name a first start gives the TV; empty when the profile names none.
     const std::string& deviceName() const { return m_deviceName; }
+    // The compact JSON text of the "tv" object, which the virtual TV reads and checks itself;
+    // empty when the profile has none.
+    const std::string& tvSection() const { return m_tvSection; }
 
 private:
     template <typename T>
     int _custom(const std::string& key, T& value) const;
 
     std::string m_deviceName;
+    std::string m_tvSection;
     std::map<std::string, Feature> m_features;        // by "featureconf/<name>"
     std::map<std::string, std::string> m_systemInfo;  // by member of "systemInfo"
 };

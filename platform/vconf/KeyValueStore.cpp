@@ -88,7 +88,7 @@ bool KeyValueStore::set(const std::string& key, const std::string& value) {
     }
     auto values = m_values;
     values[key] = value;
-    return _commitLocked(std::move(values));
+    return _commitLocked(std::move(values), key);
 }
 
 bool KeyValueStore::unset(const std::string& key) {
@@ -98,17 +98,81 @@ bool KeyValueStore::unset(const std::string& key) {
     }
     auto values = m_values;
     values.erase(key);
-    return _commitLocked(std::move(values));
+    return _commitLocked(std::move(values), key);
 }
 
-bool KeyValueStore::_commitLocked(std::map<std::string, std::string> values) {
+bool KeyValueStore::_commitLocked(std::map<std::string, std::string> values,
+                                  const std::string& changedKey) {
     std::string error;
     if (!replaceFileContents(m_path, toJson(values), error)) {
         dlog_print(DLOG_ERROR, kLogTag, "key-value store not written: %s", error.c_str());
         return false;
     }
     m_values = std::move(values);
+    const std::shared_ptr<Watchers> watchers = m_watchers;
+    m_announcements.add(0, [watchers, changedKey] { _announce(watchers, changedKey); });
     return true;
+}
+
+void KeyValueStore::_announce(const std::shared_ptr<Watchers>& watchers, const std::string& key) {
+    std::vector<ChangeCallback> callbacks;
+    {
+        std::lock_guard<std::mutex> lock(watchers->mutex);
+        for (const Watcher& watcher : watchers->list) {
+            if (watcher.key == key) {
+                callbacks.push_back(watcher.callback);
+            }
+        }
+    }
+    for (ChangeCallback callback : callbacks) {
+        // Looked up again: an earlier callback may have removed this one.
+        void* userData = nullptr;
+        bool registered = false;
+        {
+            std::lock_guard<std::mutex> lock(watchers->mutex);
+            for (const Watcher& watcher : watchers->list) {
+                if (!watchers->stopped && watcher.key == key && watcher.callback == callback) {
+                    userData = watcher.userData;
+                    registered = true;
+                }
+            }
+        }
+        if (registered) {
+            callback(key.c_str(), userData);
+        }
+    }
+}
+
+void KeyValueStore::watch(const std::string& key, ChangeCallback callback, void* userData) {
+    std::lock_guard<std::mutex> lock(m_watchers->mutex);
+    for (Watcher& watcher : m_watchers->list) {
+        if (watcher.key == key && watcher.callback == callback) {
+            watcher.userData = userData;
+            return;
+        }
+    }
+    m_watchers->list.push_back(Watcher{key, callback, userData});
+}
+
+bool KeyValueStore::unwatch(const std::string& key, ChangeCallback callback) {
+    std::lock_guard<std::mutex> lock(m_watchers->mutex);
+    auto& list = m_watchers->list;
+    for (auto it = list.begin(); it != list.end(); ++it) {
+        if (it->key == key && it->callback == callback) {
+            list.erase(it);
+            return true;
+        }
+    }
+    return false;
+}
+
+void KeyValueStore::stop() {
+    {
+        std::lock_guard<std::mutex> lock(m_watchers->mutex);
+        m_watchers->list.clear();
+        m_watchers->stopped = true;
+    }
+    m_announcements.cancelAll();
 }
 
 }  // namespace ipc_platform

@@ -44,4 +44,21 @@ int vconf_unset(const char* key) {
     return store->unset(key) ? 0 : -1;
 }
 
+int vconf_notify_key_changed(const char* key, vconf_callback_fn cb, void* user_data) {
+    const auto store = currentStore();
+    if (key == nullptr || cb == nullptr || store == nullptr) {
+        return -1;
+    }
+    store->watch(key, cb, user_data);
+    return 0;
+}
+
+int vconf_ignore_key_changed(const char* key, vconf_callback_fn cb) {
+    const auto store = currentStore();
+    if (key == nullptr || cb == nullptr || store == nullptr) {
+        return -1;
+    }
+    return store->unwatch(key, cb) ? 0 : -1;
+}
+
 }  // extern "C"

@@ -1,4 +1,4 @@
-// Tests of bringing the platform up and down, profile resolution and the application interface.
+// Tests of bringing the platform up and down, profile resolution and the application paths.
 #include <filesystem>
 
 #include <gtest/gtest.h>
@@ -64,16 +64,6 @@ TEST_F(PlatformRuntimeTest, AppPathsEndWithOneSlash) {
     EXPECT_EQ(std::string(IPC_TEST_RESOURCE_DIR) + "/", takeString(app_get_resource_path()));
     EXPECT_EQ(std::string(IPC_TEST_RESOURCE_DIR) + "/shared/",
               takeString(app_get_shared_resource_path()));
-}
-
-TEST_F(PlatformRuntimeTest, AppIdAndVersion) {
-    char* id = nullptr;
-    char* version = nullptr;
-    ASSERT_EQ(APP_ERROR_NONE, app_get_id(&id));
-    ASSERT_EQ(APP_ERROR_NONE, app_get_version(&version));
-    EXPECT_EQ("com.orvane.ipcontrol", takeString(id));
-    EXPECT_EQ(IPC_TEST_VERSION, takeString(version));
-    EXPECT_EQ(APP_ERROR_INVALID_PARAMETER, app_get_id(nullptr));
 }
 
 }  // namespace

@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include <glib.h>
-
 namespace platform_test {
 
 std::string takeString(char* text) {
@@ -18,11 +16,6 @@ void writeByRename(const std::string& path, const std::string& contents) {
     const std::string temporary = path + ".new";
     writeFile(temporary, contents);
     ASSERT_EQ(0, std::rename(temporary.c_str(), path.c_str()));
-}
-
-void drainMainLoop() {
-    while (g_main_context_iteration(nullptr, FALSE)) {
-    }
 }
 
 void PopupEvents::record(notification_h /*noti*/, int event, void* self) {

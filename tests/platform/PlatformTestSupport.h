@@ -15,6 +15,7 @@
 
 namespace platform_test {
 
+using testsupport::drainMainLoop;
 using testsupport::pumpMainLoopUntil;
 using testsupport::readFile;
 using testsupport::TempDir;
@@ -24,8 +25,6 @@ using testsupport::writeFile;
 std::string takeString(char* text);
 // Writes a new file beside path and renames it over path, as an editor that saves safely does.
 void writeByRename(const std::string& path, const std::string& contents);
-// Runs whatever the default main context has ready, without waiting.
-void drainMainLoop();
 
 // The events a pop-up's callback received and the threads they arrived on. Thread-safe.
 class PopupEvents {

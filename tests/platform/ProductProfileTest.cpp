@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "PlatformTestSupport.h"
+#include "ProductProfile.h"
 #include "system_info.h"
 
 namespace platform_test {
@@ -43,21 +44,14 @@ TEST_F(ProductProfileTest, AnswersFeatureKeysAndFactsOfDefaultProfile) {
     EXPECT_EQ("OTV55C8000", fact(SYSTEM_INFO_KEY_PRODUCT_CODE_SW));
 }
 
-TEST_F(ProductProfileTest, KeyWithoutVendorPrefixOrUnknownIsNotSupported) {
-    start();
-    int value = 0;
-    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
-              system_info_get_custom_int("featureconf/product.tv_year", &value));
-    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
-              system_info_get_custom_int(FEATURE("product.no_such_key"), &value));
-    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
-              system_info_get_custom_int(SYSTEM_INFO_VENDOR_PREFIX "product.tv_year", &value));
-}
-
-TEST_F(ProductProfileTest, KeyAskedWithOtherTypeIsInvalidParameter) {
+TEST_F(ProductProfileTest, RefusesUnknownKeysAndKeysAskedWithAnotherType) {
     start();
     int number = 0;
     bool flag = false;
+    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
+              system_info_get_custom_int("featureconf/product.tv_year", &number));
+    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
+              system_info_get_custom_int(FEATURE("product.no_such_key"), &number));
     EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER,
               system_info_get_custom_int(FEATURE("tessera_support"), &number));
     EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER,
@@ -85,15 +79,22 @@ TEST_P(RefusedProfileTest, InitializeFailsNamingFile) {
 INSTANTIATE_TEST_SUITE_P(
     Cases, RefusedProfileTest,
     ::testing::Values(NamedText{"Truncated", "{\"featureconf\": {"},
-                      NamedText{"TopLevelArray", "[1, 2]"}, NamedText{"EmptyFile", ""},
+                      NamedText{"TopLevelArray", "[1, 2]"},
                       NamedText{"FeatureString", R"({"featureconf": {"easel_tv": "yes"}})"},
-                      NamedText{"FeatureDouble", R"({"featureconf": {"product.tv_year": 23.5}})"},
                       NamedText{"FeatureBeyondInt",
                                 R"({"featureconf": {"product.tv_year": 9999999999}})"},
-                      NamedText{"FeatureconfArray", R"({"featureconf": []})"},
                       NamedText{"FactNumber", R"({"systemInfo": {"swVersion": 1}})"},
-                      NamedText{"DeviceNameNull", R"({"deviceName": null})"}),
+                      NamedText{"TvNotObject", R"({"tv": ["ambientType", 4]})"}),
     CaseName());
+
+TEST_F(ProductProfileTest, KeepsTheTvSectionAsTextForTheVirtualTv) {
+    ASSERT_EQ("", startWithProfile(R"({"tv": {"ambientType": 4, "unsupported": ["x"]}})"));
+    EXPECT_EQ(R"({"ambientType":4,"unsupported":["x"]})",
+              ipc_platform::productProfile()->tvSection());
+    ipc_platform::shutdown();
+    ASSERT_EQ("", startWithProfile(R"({"systemInfo": {}})"));
+    EXPECT_EQ("", ipc_platform::productProfile()->tvSection());
+}
 
 TEST_F(ProductProfileTest, MissingProfileNamesTheFile) {
     const std::string error = startError("no-such-product");
@@ -115,35 +116,6 @@ TEST_F(ProductProfileTest, EveryShippedProfileLoadsWithServiceAvailable) {
     }
     EXPECT_EQ(5, count);
 }
-
-struct ProfileTrait {
-    const char* name;
-    const char* profile;
-    const char* key;
-    int value;  // booleans as 0 and 1
-};
-
-class ShippedProfileTraitTest : public ProductProfileTest,
-                                public ::testing::WithParamInterface<ProfileTrait> {};
-
-TEST_P(ShippedProfileTraitTest, HoldsItsProductTrait) {
-    start(GetParam().profile);
-    int number = -1;
-    bool flag = false;
-    if (system_info_get_custom_int(GetParam().key, &number) != SYSTEM_INFO_ERROR_NONE) {
-        ASSERT_EQ(SYSTEM_INFO_ERROR_NONE, system_info_get_custom_bool(GetParam().key, &flag));
-        number = flag ? 1 : 0;
-    }
-    EXPECT_EQ(GetParam().value, number);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, ShippedProfileTraitTest,
-    ::testing::Values(ProfileTrait{"Tv2019Year", "tv-2019", FEATURE("product.tv_year"), 19},
-                      ProfileTrait{"WallMicroLed", "wall", FEATURE("tessera_version"), 2},
-                      ProfileTrait{"EaselTv", "easel", FEATURE("easel_tv"), 1},
-                      ProfileTrait{"LfdType", "lfd", FEATURE("product.product_type"), 4}),
-    CaseName());
 
 }  // namespace
 }  // namespace platform_test

@@ -53,21 +53,29 @@ typedef void (*dynf_service_status_cb)(dynf_protocol_h handle, const char* servi
                                        dynf_service_status status, void* user_data);
 typedef void (*dynf_noti_cb)(dynf_protocol_h handle, const char* service_name,
                              dynf_property_list_h properties, void* user_data);
-// result is the answered property list (owned by the framework, valid during the call).
+// result is the answered property list (owned by the framework, valid during the call): NULL
+// when error is not 0; otherwise, with flags 2, the current values of the requested properties in
+// the request's order (after a set, the new values), and without it an empty list.
 typedef void (*dynf_result_cb)(dynf_protocol_h handle, dynf_error error,
                                dynf_property_list_h result, void* user_data);
 
-// Strings.
+// Strings. A dynf_string starts as {NULL, 0}. set replaces the text with a copy of text (0, or
+// DYNF_ERROR_MALFORMED_REQUEST for a NULL argument); clear frees it.
 int dynf_string_set(dynf_string* string, const char* text);
 void dynf_string_clear(dynf_string* string);
+
+// Unless said otherwise, int results are 0 or a dynf_error.
 
 // Protocol handles. NULL when the framework is not running.
 dynf_protocol_h dynf_protocol_create(dynf_service_status_cb status_cb, dynf_noti_cb noti_cb,
                                      void* user_data);
-// Waits until no callback of the handle is running, then frees it.
+// Drops the handle's pending callbacks, waits until none of its callbacks is running (from inside
+// one of its own callbacks it does not wait), then frees it: no callback of the handle starts
+// after it returns. Requests already accepted are still carried out by the service.
 int dynf_protocol_destroy(dynf_protocol_h handle);
 // After subscribing, the service's status is reported once if it is not available, and then at
-// every change; property notifications of the service follow.
+// every change; property notifications of the service follow. Subscriptions are counted: each
+// subscribe needs its unsubscribe, and events come once per handle.
 int dynf_protocol_subscribe_service(dynf_protocol_h handle, const char* service_name);
 int dynf_protocol_unsubscribe_service(dynf_protocol_h handle, const char* service_name);
 // Start one asynchronous read or write of the properties in the list. The framework takes the
@@ -81,7 +89,8 @@ int dynf_protocol_set_property(dynf_protocol_h handle, const char* service_name,
                                dynf_property_list_h properties, dynf_result_cb result_cb, int flags,
                                uint32_t* request_id, void* user_data);
 
-// Properties.
+// Properties. The create functions answer NULL for a NULL name or value. destroy leaves a
+// property that a list holds to that list.
 dynf_property_h dynf_property_create_int(const char* name, int value);
 dynf_property_h dynf_property_create_bool(const char* name, bool value);
 dynf_property_h dynf_property_create_string(const char* name, const char* value);
@@ -94,7 +103,8 @@ int dynf_property_get_bool(dynf_property_h property, bool* value);
 // *value points into the property; valid while the property lives.
 int dynf_property_get_string(dynf_property_h property, const char** value);
 
-// Lists own the properties pushed onto them.
+// Lists own the properties pushed onto them. A property already held by a list is refused by
+// push (the caller keeps it).
 dynf_property_list_h dynf_property_list_create(void);
 void dynf_property_list_destroy(dynf_property_list_h list);
 int dynf_property_list_push(dynf_property_list_h list, dynf_property_h property);

@@ -1,0 +1,182 @@
+// The virtual TV on the admin API over HTTP: the "tv" state section, the power, ambient, knobs
+// and test wall mode routes, and the bodies they refuse.
+#include <json-glib/json-glib.h>
+
+#include "AdminJson.h"
+#include "TvTestSupport.h"
+#include "VirtualTvRuntime.h"
+#include "support/HttpClient.h"
+#include "vconf.h"
+
+namespace tv_test {
+namespace {
+
+using ipc_platform::JsonNodePtr;
+using testsupport::HttpResponse;
+
+constexpr char kFlagsKey[] = "db/private/ipcontrol/config_flags";
+
+class TvAdminApiTest : public VirtualTvTest {
+protected:
+    void SetUp() override {
+        m_options.dataDir = m_dir.path();
+        m_options.resourceDir = m_dir.path();
+        m_options.profile = m_dir.file("profile.json");
+        m_options.adminServer = true;
+        m_options.adminPort = 0;
+    }
+
+    HttpResponse request(const std::string& method, const std::string& path,
+                         const std::string& body = "") {
+        testsupport::HttpClient client;
+        if (!client.connect(ipc_platform::adminPort()) ||
+            !client.send(method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" +
+                         "Content-Type: application/json\r\nContent-Length: " +
+                         std::to_string(body.size()) + "\r\n\r\n" + body)) {
+            return HttpResponse();
+        }
+        return client.read().value_or(HttpResponse());
+    }
+
+    // The compact JSON text of a member of the "tv" section (a dotted path); "<missing>"
+    // when it is not there.
+    std::string tvState(const std::string& path = "") {
+        std::string error;
+        JsonNodePtr state = ipc_platform::parseJsonText(request("GET", "/api/state").body, error);
+        JsonNode* node = state != nullptr && JSON_NODE_HOLDS_OBJECT(state.get())
+                             ? json_object_get_member(json_node_get_object(state.get()), "tv")
+                             : nullptr;
+        std::string rest = path;
+        while (node != nullptr && !rest.empty()) {
+            const std::string name = rest.substr(0, rest.find('.'));
+            rest = rest.find('.') == std::string::npos ? "" : rest.substr(rest.find('.') + 1);
+            node = JSON_NODE_HOLDS_OBJECT(node)
+                       ? json_object_get_member(json_node_get_object(node), name.c_str())
+                       : nullptr;
+        }
+        return node != nullptr ? ipc_platform::jsonText(node) : "<missing>";
+    }
+};
+
+TEST_F(TvAdminApiTest, StateShowsTheTv) {
+    startTv(R"({"ambientType": 4, "unsupported": ["ambientMode"], "knobs": {"latencyMs": 20}})");
+    EXPECT_EQ(R"("on")", tvState("power"));
+    EXPECT_EQ("false", tvState("ambient"));
+    EXPECT_EQ("4", tvState("ambientType"));
+    EXPECT_EQ(R"({"tv":true,"wall":true})", tvState("service"));
+    EXPECT_EQ("20", tvState("knobs.latencyMs"));
+    EXPECT_EQ(R"(["ambientMode"])", tvState("unsupported"));
+    EXPECT_EQ("false", tvState("testWallMode"));
+    RecordingClient client;
+    EXPECT_EQ("1", tvState("clients"));
+
+    ipc_tv::stop();
+    EXPECT_EQ("null", tvState());
+    EXPECT_EQ(503, request("PUT", "/api/tv/power", R"("off")").status);
+}
+
+TEST_F(TvAdminApiTest, PowerRouteActsAsTheRemote) {
+    startTv(R"({"knobs": {"rebootMs": 60000, "tvServiceAvailable": false}})");
+    RecordingClient client;
+    ASSERT_TRUE(client.subscribe());
+    // The remote works while the IP service is down.
+    const HttpResponse off = request("PUT", "/api/tv/power", R"("off")");
+    EXPECT_EQ(200, off.status) << off.body;
+    EXPECT_EQ(R"("off")", tvState("power"));
+    ASSERT_TRUE(
+        client.waitFor([](const RecordingClient& c) { return !c.notifications().empty(); }));
+    EXPECT_EQ(std::vector<std::string>{"powerValue=off"}, client.notifications());
+
+    EXPECT_EQ(409, request("PUT", "/api/tv/ambientMode", "1").status);
+    EXPECT_EQ(200, request("PUT", "/api/tv/power", R"("reboot")").status);
+    EXPECT_EQ(R"("reboot")", tvState("power"));
+    EXPECT_EQ(409, request("PUT", "/api/tv/power", R"("on")").status);
+}
+
+TEST_F(TvAdminApiTest, AmbientRouteSetsTheMode) {
+    startTv();
+    EXPECT_EQ(200, request("PUT", "/api/tv/ambientMode", "2").status);
+    EXPECT_EQ("true", tvState("ambient"));
+    EXPECT_EQ("2", tvState("ambientMode"));
+}
+
+TEST_F(TvAdminApiTest, KnobsRouteChangesOnlyTheGivenKnobs) {
+    startTv();
+    const HttpResponse response = request(
+        "PUT", "/api/tv/knobs",
+        R"({"latencyMs": 5, "failNext": {"count": 3, "error": 2}, "wallServiceAvailable": false})");
+    EXPECT_EQ(200, response.status) << response.body;
+    EXPECT_EQ(R"({"latencyMs":5,"jitterMs":0,"rebootMs":100,"failNext":{"count":3,"error":2},)"
+              R"("tvServiceAvailable":true,"wallServiceAvailable":false})",
+              tvState("knobs"));
+    EXPECT_EQ(R"({"tv":true,"wall":false})", tvState("service"));
+    EXPECT_EQ(200, request("PUT", "/api/tv/knobs", R"({"tvServiceAvailable": false})").status);
+    EXPECT_EQ("false", tvState("service.tv"));
+}
+
+struct BadBody {
+    const char* name;
+    const char* path;
+    const char* body;
+};
+
+class RefusedAdminBodyTest : public TvAdminApiTest,
+                             public ::testing::WithParamInterface<BadBody> {};
+
+TEST_P(RefusedAdminBodyTest, AnswersBadRequestAndChangesNothing) {
+    startTv();
+    const std::string before = tvState();
+    const HttpResponse response = request("PUT", GetParam().path, GetParam().body);
+    EXPECT_EQ(400, response.status) << response.body;
+    EXPECT_EQ(before, tvState());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, RefusedAdminBodyTest,
+    ::testing::Values(
+        BadBody{"KnobsNotObject", "/api/tv/knobs", "[1]"},
+        BadBody{"KnobsEmptyBody", "/api/tv/knobs", ""},
+        BadBody{"KnobsUnknownMember", "/api/tv/knobs", R"({"latencyMs": 5, "speed": 1})"},
+        BadBody{"KnobsNegativeLatency", "/api/tv/knobs", R"({"latencyMs": -1})"},
+        BadBody{"KnobsHugeLatency", "/api/tv/knobs", R"({"latencyMs": 99999999999999})"},
+        BadBody{"KnobsLatencyAsText", "/api/tv/knobs", R"({"latencyMs": "5"})"},
+        BadBody{"KnobsLatencyAsDouble", "/api/tv/knobs", R"({"latencyMs": 5.5})"},
+        BadBody{"KnobsFailWithSuccess", "/api/tv/knobs",
+                R"({"latencyMs": 5, "failNext": {"count": 1, "error": 0}})"},
+        BadBody{"KnobsFailNextNull", "/api/tv/knobs", R"({"failNext": null})"},
+        BadBody{"KnobsAvailabilityAsText", "/api/tv/knobs", R"({"tvServiceAvailable": "no"})"},
+        BadBody{"PowerUnknownWord", "/api/tv/power", R"("standby")"},
+        BadBody{"PowerClientWord", "/api/tv/power", R"("powerOff")"},
+        BadBody{"PowerNumber", "/api/tv/power", "0"},
+        BadBody{"PowerObject", "/api/tv/power", R"({"power": "off"})"},
+        BadBody{"AmbientOutOfRange", "/api/tv/ambientMode", "4"},
+        BadBody{"AmbientAsText", "/api/tv/ambientMode", R"("1")"},
+        BadBody{"TestWallModeAsText", "/api/tv/testWallMode", R"("true")"},
+        BadBody{"TestWallModeNull", "/api/tv/testWallMode", "null"}),
+    [](const ::testing::TestParamInfo<BadBody>& info) { return std::string(info.param.name); });
+
+TEST_F(TvAdminApiTest, TestWallModeKeepsTheOtherFlagsAndIsAnnounced) {
+    startTv();
+    ASSERT_EQ(0, vconf_set_str(kFlagsKey, R"({"other":1})"));
+    int changes = 0;
+    ASSERT_EQ(
+        0, vconf_notify_key_changed(
+               kFlagsKey, [](const char*, void* count) { ++*static_cast<int*>(count); }, &changes));
+    testsupport::pumpMainLoopUntil([&] { return changes == 1; });
+    EXPECT_EQ(200, request("PUT", "/api/tv/testWallMode", "true").status);
+    char* flags = vconf_get_str(kFlagsKey);
+    EXPECT_STREQ(R"({"other":1,"test_wall_mode":true})", flags);
+    free(flags);
+    EXPECT_EQ("true", tvState("testWallMode"));
+    EXPECT_TRUE(testsupport::pumpMainLoopUntil([&] { return changes == 2; }));
+
+    // Flags that do not hold an object are replaced.
+    ASSERT_EQ(0, vconf_set_str(kFlagsKey, "garbage"));
+    EXPECT_EQ(200, request("PUT", "/api/tv/testWallMode", "false").status);
+    flags = vconf_get_str(kFlagsKey);
+    EXPECT_STREQ(R"({"test_wall_mode":false})", flags);
+    free(flags);
+}
+
+}  // namespace
+}  // namespace tv_test

@@ -1,0 +1,139 @@
+// The virtual TV's state across restarts and its configuration from the profile: the state file,
+// broken files, and refused "tv" sections.
+#include <filesystem>
+
+#include "TvTestSupport.h"
+#include "VirtualTvRuntime.h"
+#include "device_power.h"
+
+namespace tv_test {
+namespace {
+
+const Prop kPowerRead = textProp("powerValue", "");
+const Prop kAmbientRead = intProp("ambientMode", 0);
+
+class VirtualTvStateTest : public VirtualTvTest {
+protected:
+    std::string statePath() const { return m_dir.file("tv-state.json"); }
+
+    // Power and ambient mode as one read sees them: "on/2".
+    std::string readState() {
+        RecordingClient client;
+        return client.read(kPowerRead) + "/" + client.read(kAmbientRead);
+    }
+
+    // Writes one property with a client that is gone before the TV restarts; the state after.
+    std::string restartAfterWriting(const Prop& prop) {
+        {
+            RecordingClient client;
+            EXPECT_EQ(DYNF_ERROR_NONE, client.write(prop));
+        }
+        restartTv();
+        return readState();
+    }
+};
+
+TEST_F(VirtualTvStateTest, ChangesSurviveARestart) {
+    startTv();
+    EXPECT_EQ("on/2", restartAfterWriting(intProp("ambientMode", 2)));
+    EXPECT_EQ("off/0", restartAfterWriting(textProp("powerValue", "off")));
+}
+
+TEST_F(VirtualTvStateTest, StopDuringARebootComesBackOn) {
+    startTv(R"({"knobs": {"rebootMs": 60000}})");
+    EXPECT_EQ("on/0", restartAfterWriting(textProp("powerValue", "reboot")));
+}
+
+TEST_F(VirtualTvStateTest, ProfileValuesApplyUntilTheTvHasAState) {
+    startTv(R"({"initial": {"powerValue": "off"}})");
+    EXPECT_EQ("off/0", readState());
+    EXPECT_EQ("on/0", restartAfterWriting(textProp("powerValue", "on")));
+}
+
+TEST_F(VirtualTvStateTest, StoredValuesThatDoNotFitAreLeftOut) {
+    testsupport::writeFile(statePath(), R"({"properties": {"powerValue": "standby",
+        "ambientMode": 2, "volume": 10}})");
+    startTv();
+    EXPECT_EQ("on/2", readState());
+}
+
+TEST_F(VirtualTvStateTest, EveryShippedProfileStartsTheTv) {
+    struct Expected {
+        const char* profile;
+        int ambientType;
+        const char* ambientMode;  // what a read answers
+    };
+    const Expected kProfiles[] = {{"tv-2023", 0, "0"},
+                                  {"tv-2019", 0, "error 3"},
+                                  {"wall", 0, "error 3"},
+                                  {"easel", 4, "0"},
+                                  {"lfd", 0, "error 3"}};
+    for (const Expected& expected : kProfiles) {
+        TempDir data;
+        ipc_platform::Options options;
+        options.dataDir = data.path();
+        options.resourceDir = IPC_TEST_RESOURCE_DIR;
+        options.profile = expected.profile;
+        std::string error;
+        ASSERT_TRUE(ipc_platform::initialize(options, error)) << error;
+        ASSERT_TRUE(ipc_tv::start(error)) << expected.profile << ": " << error;
+        EXPECT_EQ(expected.ambientType, device_power_get_ambient_type()) << expected.profile;
+        {
+            RecordingClient client;
+            EXPECT_EQ("on", client.read(kPowerRead)) << expected.profile;
+            EXPECT_EQ(expected.ambientMode, client.read(kAmbientRead)) << expected.profile;
+        }
+        ipc_tv::stop();
+        ipc_platform::shutdown();
+    }
+}
+
+struct NamedText {
+    const char* name;
+    const char* text;
+};
+
+class BrokenStateFileTest : public VirtualTvStateTest,
+                            public ::testing::WithParamInterface<NamedText> {};
+
+TEST_P(BrokenStateFileTest, StartsFromTheProfileAndKeepsTheFile) {
+    testsupport::writeFile(statePath(), GetParam().text);
+    startTv(R"({"initial": {"ambientMode": 1}})");
+    EXPECT_EQ("on/1", readState());
+    EXPECT_EQ(GetParam().text, testsupport::readFile(statePath() + ".broken"));
+    EXPECT_FALSE(std::filesystem::exists(statePath()));
+    // The next change writes a good file again.
+    EXPECT_EQ("on/3", restartAfterWriting(intProp("ambientMode", 3)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, BrokenStateFileTest,
+    ::testing::Values(NamedText{"Truncated", R"({"properties": {)"},
+                      NamedText{"TopLevelArray", "[]"},
+                      NamedText{"NoProperties", R"({"power": "on"})"},
+                      NamedText{"PropertiesNotObject", R"({"properties": 1})"}),
+    [](const ::testing::TestParamInfo<NamedText>& info) { return std::string(info.param.name); });
+
+class RefusedTvSectionTest : public VirtualTvStateTest,
+                             public ::testing::WithParamInterface<NamedText> {};
+
+TEST_P(RefusedTvSectionTest, StartFailsNamingTheProfile) {
+    const std::string error = startError(GetParam().text);
+    EXPECT_NE(std::string::npos, error.find(m_dir.file("profile.json"))) << error;
+    EXPECT_EQ(nullptr, dynf_protocol_create(nullptr, nullptr, nullptr));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, RefusedTvSectionTest,
+    ::testing::Values(NamedText{"UnknownMember", R"({"power": "on"})"},
+                      NamedText{"UnknownInitialProperty", R"({"initial": {"volume": 3}})"},
+                      NamedText{"InitialOutsideDomain", R"({"initial": {"ambientMode": 4}})"},
+                      NamedText{"InitialOfWrongType", R"({"initial": {"powerValue": true}})"},
+                      NamedText{"UnsupportedNotAName", R"({"unsupported": ["volume"]})"},
+                      NamedText{"UnsupportedNotArray", R"({"unsupported": "ambientMode"})"},
+                      NamedText{"AmbientTypeText", R"({"ambientType": "4"})"},
+                      NamedText{"KnobOutOfRange", R"({"knobs": {"latencyMs": -1}})"}),
+    [](const ::testing::TestParamInfo<NamedText>& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace tv_test
