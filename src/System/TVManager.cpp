@@ -1,33 +1,20 @@
-// The TV device: read/write classification and the answers it gives without a property framework.
+// The TV device: read/write classification, the method lookup by mode, and the failure answers.
 #include "System/TVManager.h"
 
-#include <memory>
-#include <string>
-
+#include "Core/AppSettings.h"
 #include "Log.h"
 #include "Manager/CmdRequest.h"
-#include "Manager/DeviceManager.h"
-
-using common::json::JsonType;
+#include "System/CmdRequestFields.h"
+#include "System/DYNFHandler.h"
+#include "System/SystemApi.h"
+#include "device_power.h"
 
 namespace {
-
-const char* const kAccessToken = "AccessToken";
-
-// True when params holds a member other than the access token: the client wants to write.
-bool carriesValues(const common::json::JsonValue& params) {
-    if (params.type() != JsonType::objectValue) {
-        return false;
-    }
-    for (const std::string& name : params.getMemberNames()) {
-        if (name != kAccessToken) {
-            return true;
-        }
-    }
-    return false;
-}
-
+// The ambient type of an Easel TV that shows art.
+const int kEaselArtAmbientType = 4;
 }  // namespace
+
+TVManager::TVManager() = default;
 
 TVManager::~TVManager() = default;
 
@@ -35,10 +22,23 @@ bool TVManager::create(void* owner) {
     if (owner != nullptr) {
         m_owner = owner;
     }
+    m_handler = std::make_unique<DYNFHandler>();  // a previous handler is destroyed here
+    m_handler->create(m_owner);
+    m_bEaselTV = SystemApi::getInstance().isEaselTv();
+    m_bAmbientTV = SystemApi::getInstance().isAmbientScreenSupport();
+    LOGI("m_bEaselTV:%d", m_bEaselTV);
+    LOGI("m_bAmbientTV:%d", m_bAmbientTV);
+    AppSettings::getInstance().watchChanges();
     return true;
 }
 
 bool TVManager::destroy() {
+    AppSettings::getInstance().unwatchChanges();
+    if (!m_handler) {
+        LOGE("invalid pointer");
+        return true;
+    }
+    m_handler->destroy();
     return true;
 }
 
@@ -47,7 +47,7 @@ void TVManager::runCommand(CmdRequest* request) {
         LOGE("invalid pointer");
         return;
     }
-    if (carriesValues(request->params) && !_isGetOnlyMethod(request->method)) {
+    if (cmdfields::hasValueParams(*request) && !_isGetOnlyMethod(request->method)) {
         LOGI("running setCommand");
         setCommand(request);
     } else {
@@ -57,29 +57,76 @@ void TVManager::runCommand(CmdRequest* request) {
 }
 
 void TVManager::getCommand(CmdRequest* request) {
-    _answerInvalidMethod(request);
+    _startCommand(request, false);
 }
 
 void TVManager::setCommand(CmdRequest* request) {
-    _answerInvalidMethod(request);
+    _startCommand(request, true);
+}
+
+bool TVManager::isWall() {
+    SystemApi& system = SystemApi::getInstance();
+    if (system.isWall() || system.isMicroLED()) {
+        return true;
+    }
+    try {
+        return AppSettings::getInstance().isTestWallMode();
+    } catch (const common::json::JsonException& e) {
+        LOGE("config flags are not an object (%s); test wall mode off", e.what());
+        return false;
+    }
+}
+
+bool TVManager::getAmbientMode() {
+    bool ambient = false;
+    if (m_bAmbientTV) {
+        ambient = SystemApi::getInstance().isAmbientMode();
+    } else if (m_bEaselTV && device_power_get_ambient_type() == kEaselArtAmbientType) {
+        ambient = SystemApi::getInstance().isAmbientMode();
+    }
+    LOGI("bAmbientMode:%d", ambient);
+    return ambient;
 }
 
 bool TVManager::_isGetOnlyMethod(const std::string& method) {
     return method == "getCabinetStates";
 }
 
-void TVManager::_answerInvalidMethod(CmdRequest* request) {
-    if (request == nullptr) {
+void TVManager::_startCommand(CmdRequest* request, bool isSet) {
+    if (request == nullptr || !m_handler) {
         LOGE("invalid pointer");
+        delete request;
         return;
     }
     std::unique_ptr<CmdRequest> owned(request);
     LOGI("method:%s", request->method.c_str());
-    request->propType = TVCONTROL_PROP_TYPE_INVALID;
-    LOGE("INVALID METHOD");
-    request->bJsonRpcError = true;
-    request->errorIndex = METHOD_NOT_FOUND;
-    request->resultCode = DEVICE_MANAGER_ERROR_INVALID_OPERATION;
+    if (isSet) {
+        const bool ambient = getAmbientMode();
+        request->propType = m_handler->getTypeForSetOp(ambient, isWall(), request->method);
+    } else {
+        request->propType = m_handler->getTypeForGetOp(isWall(), request->method);
+    }
+    if (request->propType == TVCONTROL_PROP_TYPE_INVALID) {
+        LOGE("INVALID METHOD");
+        cmdfields::setError(*request, METHOD_NOT_FOUND, DEVICE_MANAGER_ERROR_INVALID_OPERATION);
+        _enqueueForResponse(request);
+        return;
+    }
+    if (isSet ? m_handler->setRequest(request) : m_handler->getRequest(request)) {
+        owned.release();  // the handler's result path answers and frees it
+        return;
+    }
+    if (isSet) {
+        LOGE("failed for setRequest");
+    } else {
+        LOGE("failed for getRequest");
+    }
+    // An error chosen further down (unusable params, unavailable service) is kept.
+    if (!request->bJsonRpcError) {
+        request->bJsonRpcError = true;
+        request->errorIndex = SERVER_ERROR_FAILED;
+    }
+    request->resultCode = DEVICE_MANAGER_ERROR_FAILED;
     _enqueueForResponse(request);
 }
 
@@ -89,7 +136,5 @@ void TVManager::_enqueueForResponse(CmdRequest* request) {
         return;
     }
     LOGI("_enqueueForResponse method: %s", request->method.c_str());
-    if (m_owner != nullptr) {
-        static_cast<DeviceManager*>(m_owner)->processEnqueueForResponse(request);
-    }
+    cmdfields::handBack(static_cast<DeviceManager*>(m_owner), request);
 }

@@ -1,0 +1,68 @@
+// Reading a command's params and recording its failure.
+#include "System/CmdRequestFields.h"
+
+#include <exception>
+
+#include "Log.h"
+#include "Manager/DeviceManager.h"
+
+namespace cmdfields {
+
+namespace {
+const char* const kAccessToken = "AccessToken";
+}  // namespace
+
+bool hasValueParams(const CmdRequest& request) {
+    if (request.params.type() != common::json::JsonType::objectValue) {
+        return false;
+    }
+    for (const std::string& name : request.params.getMemberNames()) {
+        if (name != kAccessToken) {
+            return true;
+        }
+    }
+    return false;
+}
+
+common::json::JsonValue paramsWithoutToken(const CmdRequest& request) {
+    common::json::JsonValue copy = request.params;
+    if (copy.type() == common::json::JsonType::objectValue) {
+        copy.removeMember(kAccessToken);
+    }
+    return copy;
+}
+
+common::json::JsonValue& resultObject(CmdRequest& request) {
+    if (request.result.type() != common::json::JsonType::objectValue) {
+        request.result = common::json::JsonValue(common::json::JsonType::objectValue);
+    }
+    return request.result;
+}
+
+std::string resultString(const CmdRequest& request, const std::string& name) {
+    if (request.result.type() != common::json::JsonType::objectValue) {
+        return "";
+    }
+    const common::json::JsonValue& value = request.result[name];
+    return value.type() == common::json::JsonType::stringValue ? value.asString() : "";
+}
+
+void setError(CmdRequest& request, eJSONRPCErrorCode errorIndex, _DeviceManagerError resultCode) {
+    request.bJsonRpcError = true;
+    request.errorIndex = errorIndex;
+    request.resultCode = resultCode;
+}
+
+bool handBack(DeviceManager* owner, CmdRequest* request) {
+    if (owner == nullptr) {
+        return false;
+    }
+    try {
+        owner->processEnqueueForResponse(request);
+    } catch (const std::exception& e) {
+        LOGE("hand-back failed, command unanswered: %s", e.what());
+    }
+    return true;
+}
+
+}  // namespace cmdfields

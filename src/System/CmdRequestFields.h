@@ -1,0 +1,34 @@
+// The command fields that every TV-control class reads or records in the same way.
+#pragma once
+
+#include <string>
+
+#include "Manager/CmdRequest.h"
+
+class DeviceManager;
+
+// Free functions over one CmdRequest; each call touches only the command it is given, so they
+// are as thread-safe as the command (one thread at a time).
+namespace cmdfields {
+
+// True when the command writes: its params are an object with a member other than
+// "AccessToken". Params of any other kind (null, array, scalar) carry nothing to write.
+bool hasValueParams(const CmdRequest& request);
+
+// The params without "AccessToken": what a finished write answers with.
+common::json::JsonValue paramsWithoutToken(const CmdRequest& request);
+
+// The command's result, made an empty object first when it is not one.
+common::json::JsonValue& resultObject(CmdRequest& request);
+
+// The result's member name when it is a string, else "".
+std::string resultString(const CmdRequest& request, const std::string& name);
+
+// Marks the command failed with the given error object and result code.
+void setError(CmdRequest& request, eJSONRPCErrorCode errorIndex, _DeviceManagerError resultCode);
+
+// Gives the finished command to owner for the response. False without an owner; a response
+// layer that is stopping (and throws) leaves the command unanswered. Never throws.
+bool handBack(DeviceManager* owner, CmdRequest* request);
+
+}  // namespace cmdfields

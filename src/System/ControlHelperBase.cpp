@@ -1,0 +1,300 @@
+// The shared helper steps: error table, write echo, property builders and readers, KPI events.
+#include "System/ControlHelperBase.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+#include "Common/KPILogger.h"
+#include "JsonValue.h"
+#include "Log.h"
+#include "Manager/CmdRequest.h"
+#include "System/CmdRequestFields.h"
+
+using common::json::JsonException;
+using common::json::JsonType;
+using common::json::JsonValue;
+
+namespace {
+
+// Decimal digits with an optional sign and nothing else, within the int range.
+bool parseDecimalInt(const std::string& text, int& out) {
+    if (text.empty() || text.find_first_not_of("+-0123456789") != std::string::npos) {
+        return false;
+    }
+    errno = 0;
+    char* end = nullptr;
+    const long long value = std::strtoll(text.c_str(), &end, 10);
+    if (errno != 0 || end != text.c_str() + text.size() || value < INT_MIN || value > INT_MAX) {
+        return false;
+    }
+    out = static_cast<int>(value);
+    return true;
+}
+
+// A JSON integer or decimal text that fits an int.
+bool toInt(const JsonValue& value, int& out) {
+    if (value.type() == JsonType::stringValue) {
+        return parseDecimalInt(value.asString(), out);
+    }
+    if (value.type() != JsonType::intValue) {
+        return false;
+    }
+    const long long number = value.asInt64();
+    if (number < INT_MIN || number > INT_MAX) {
+        return false;
+    }
+    out = static_cast<int>(number);
+    return true;
+}
+
+}  // namespace
+
+dynf_property_list_h ControlHelperBase::getPropertyData(CmdRequest* /*request*/) {
+    return nullptr;
+}
+
+void ControlHelperBase::handleResult(const dynf_error& error, dynf_property_list_h /*result*/,
+                                     CmdRequest* request) {
+    if (preHandleResult(error, request)) {
+        LOGE("no reader for type(%d)", request->propType);
+        cmdfields::setError(*request, SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_FAILED);
+    }
+}
+
+bool ControlHelperBase::preHandleResult(const dynf_error& error, CmdRequest* request) {
+    LOGI("preHandleResult");
+    if (request == nullptr) {
+        LOGE("invalid pointer");
+        return false;
+    }
+    if (!_allowErrorCase(error, request)) {
+        LOGE("not allowed error case!");
+        handleError(error, request);
+        return false;
+    }
+    if (cmdfields::hasValueParams(*request)) {
+        LOGI("set operation handling...");
+        request->result = cmdfields::paramsWithoutToken(*request);
+        return false;
+    }
+    return true;
+}
+
+void ControlHelperBase::handleError(const dynf_error& error, CmdRequest* request) {
+    if (request == nullptr) {
+        LOGE("invalid pointer");
+        return;
+    }
+    switch (error) {
+        case DYNF_ERROR_UNKNOWN:
+        case DYNF_ERROR_NOT_AVAILABLE:
+            cmdfields::setError(*request, SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_UNKNOWN);
+            break;
+        case DYNF_ERROR_INVALID_VALUE:
+            cmdfields::setError(*request, INVALID_PARAMS, DEVICE_MANAGER_ERROR_INVALID_OPERATION);
+            break;
+        case DYNF_ERROR_MALFORMED_REQUEST:
+            cmdfields::setError(*request, INVALID_REQUEST, DEVICE_MANAGER_ERROR_INVALID_OPERATION);
+            break;
+        default:
+            cmdfields::setError(*request, SERVER_ERROR_INVALID_OPERATION,
+                                DEVICE_MANAGER_ERROR_FAILED);
+            break;
+    }
+}
+
+bool ControlHelperBase::_allowErrorCase(const dynf_error& error, const CmdRequest* request) {
+    bool allow = false;
+    const bool answersItsOwnFailures =
+        request->propType == USB_SOURCE_CONTROL || request->propType == EXTERNAL_SPEAKER_CONTROL;
+    if (answersItsOwnFailures && !cmdfields::hasValueParams(*request)) {
+        allow = true;
+    } else if (error == DYNF_ERROR_NONE) {
+        LOGI("changing allow to true since there's no error!");
+        allow = true;
+    } else {
+        LOGE("error->(%d), changing allow to false!", error);
+    }
+    LOGI("allow->(%d)", allow);
+    return allow;
+}
+
+dynf_property_h ControlHelperBase::getPropertyHandle(dynf_property_list_h list,
+                                                     const std::string& name, CmdRequest* request) {
+    dynf_property_h property =
+        list != nullptr ? dynf_property_list_find(list, name.c_str()) : nullptr;
+    if (property == nullptr) {
+        LOGE("failed to get property from property_list");
+        handleError(DYNF_ERROR_NOT_AVAILABLE, request);
+    }
+    return property;
+}
+
+dynf_property_list_h ControlHelperBase::getPropertyDataInternalInt(
+    CmdRequest* request, const std::string& key, const std::string& propertyName) {
+    dynf_property_list_h list = dynf_property_list_create();
+    if (!addPropertyDataInternalInt(list, request, key, propertyName)) {
+        dynf_property_list_destroy(list);
+        return nullptr;
+    }
+    return list;
+}
+
+bool ControlHelperBase::addPropertyDataInternalInt(dynf_property_list_h list, CmdRequest* request,
+                                                   const std::string& key,
+                                                   const std::string& propertyName) {
+    if (list == nullptr || request == nullptr) {
+        LOGE("invalid pointer");
+        return false;
+    }
+    int value = 0;
+    if (cmdfields::hasValueParams(*request)) {
+        LOGI("hasParams!");
+        if (!readIntParam(request, key, value)) {
+            return false;
+        }
+        LOGI("int val -> (%d)", value);
+    }
+    return _pushProperty(list, dynf_property_create_int(propertyName.c_str(), value));
+}
+
+dynf_property_list_h ControlHelperBase::getPropertyDataInternalString(
+    CmdRequest* request, const std::string& key, const std::string& propertyName) {
+    if (request == nullptr) {
+        LOGE("invalid pointer");
+        return nullptr;
+    }
+    std::string value;
+    if (cmdfields::hasValueParams(*request)) {
+        LOGI("hasParams!");
+        if (!readStringParam(request, key, value)) {
+            return nullptr;
+        }
+    }
+    return createList(dynf_property_create_string(propertyName.c_str(), value.c_str()));
+}
+
+dynf_property_list_h ControlHelperBase::createList(dynf_property_h property) {
+    if (property == nullptr) {
+        LOGE("invalid pointer");
+        return nullptr;
+    }
+    dynf_property_list_h list = dynf_property_list_create();
+    if (!_pushProperty(list, property)) {
+        dynf_property_list_destroy(list);
+        return nullptr;
+    }
+    return list;
+}
+
+bool ControlHelperBase::readIntParam(CmdRequest* request, const std::string& key, int& out) {
+    try {
+        if (toInt(request->params[key], out)) {
+            return true;
+        }
+    } catch (const JsonException& e) {
+        LOGE("params: %s", e.what());
+    }
+    LOGE("parse got dirty data!");
+    handleError(DYNF_ERROR_INVALID_VALUE, request);
+    return false;
+}
+
+bool ControlHelperBase::readStringParam(CmdRequest* request, const std::string& key,
+                                        std::string& out) {
+    try {
+        out = request->params[key].asString();
+        LOGI("str val -> (%s)", out.c_str());
+        return true;
+    } catch (const JsonException& e) {
+        LOGE("parse got dirty data! %s", e.what());
+    }
+    handleError(DYNF_ERROR_INVALID_VALUE, request);
+    return false;
+}
+
+bool ControlHelperBase::readStringProperty(dynf_property_h property, std::string& out) {
+    const char* value = nullptr;
+    if (property == nullptr || dynf_property_get_string(property, &value) != 0 ||
+        value == nullptr) {
+        LOGE("invalid pointer");
+        return false;
+    }
+    out = value;
+    return true;
+}
+
+bool ControlHelperBase::handleStringResult(dynf_property_list_h list, const std::string& name,
+                                           std::string& out, CmdRequest* /*request*/) {
+    dynf_property_h property =
+        list != nullptr ? dynf_property_list_find(list, name.c_str()) : nullptr;
+    if (!readStringProperty(property, out)) {
+        return false;
+    }
+    LOGI("%s->(%s)", name.c_str(), out.c_str());
+    return true;
+}
+
+bool ControlHelperBase::handleJsonStringArrayResult(
+    dynf_property_list_h list, const std::string& name, const std::string& key, CmdRequest* request,
+    const std::map<std::string, std::string>& translations) {
+    std::string text;
+    if (request == nullptr || !handleStringResult(list, name, text, request)) {
+        return false;
+    }
+    LOGI("handleJsonString with key[%s]", key.c_str());
+    const JsonValue parsed = JsonValue::Create(text);
+    if (parsed.type() != JsonType::arrayValue) {
+        LOGE("%s is not a JSON array: %s", name.c_str(), text.c_str());
+        return false;
+    }
+    JsonValue values(JsonType::arrayValue);
+    for (size_t i = 0; i < parsed.size(); ++i) {
+        const JsonValue& element = parsed[i];
+        if (element.type() != JsonType::stringValue) {
+            LOGE("%s holds a value that is not a string: %s", name.c_str(), text.c_str());
+            return false;
+        }
+        const std::string value = element.asString();
+        const auto translated = translations.find(value);
+        values.append(JsonValue(translated != translations.end() ? translated->second : value));
+    }
+    cmdfields::resultObject(*request)[key] = values;
+    return true;
+}
+
+void ControlHelperBase::sendKPILog(const std::string& propertyName,
+                                   const std::string& propertyValue, CmdRequest* request) {
+    if (request == nullptr) {
+        LOGE("invalid pointer");
+        return;
+    }
+    LOGI("property_name[%s], property_value[%s]", propertyName.c_str(), propertyValue.c_str());
+    KPILoggerData data;
+    data.kind = KPILoggerData::COMMAND;
+    data.isSet = cmdfields::hasValueParams(*request);
+    data.requestName = request->method;
+    data.propertyName = propertyName;
+    data.propertyValue = propertyValue;
+    KPILogger::getInstance().sendLog("COMMAND", "EV002", data);
+}
+
+bool ControlHelperBase::_pushProperty(dynf_property_list_h list, dynf_property_h property) {
+    if (property == nullptr) {
+        LOGE("invalid pointer");
+        return false;
+    }
+    if (list == nullptr) {
+        LOGE("invalid pointer");
+        dynf_property_destroy(property);
+        return false;
+    }
+    if (dynf_property_list_push(list, property) != 0) {
+        LOGE("not good!");
+        dynf_property_destroy(property);
+        return false;
+    }
+    LOGI("good!");
+    return true;
+}

@@ -1,0 +1,29 @@
+// Power control: reads the TV's power state and switches it on, off or into a reboot.
+#pragma once
+
+#include <string>
+
+#include "System/ControlHelperBase.h"
+
+// Serves "powerControl" through the framework's string property "powerValue", translating the
+// client's words ("powerOn", "powerOff", "reboot") to the framework's ("on", "off", "reboot")
+// and back. A value outside that vocabulary is refused in both directions.
+// Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
+class PowerControlHelper : public ControlHelperBase {
+public:
+    PowerControlHelper();
+    ~PowerControlHelper() override = default;
+    // "powerValue" with "" for a read, the translated params member "power" for a write; null
+    // for a value outside the vocabulary.
+    dynf_property_list_h getPropertyData(CmdRequest* request) override;
+    // A read answers {"power": <client word>}; a write its params. Both send a usage event.
+    void handleResult(const dynf_error& error, dynf_property_list_h result,
+                      CmdRequest* request) override;
+
+private:
+    dynf_property_h _getPropertyDataInternal(CmdRequest* request);
+    void _handlePowerResult(dynf_property_h property, CmdRequest* request);
+    void _sendKPILog(CmdRequest* request);
+
+    const std::string m_propertyName;  // the framework's power property
+};
