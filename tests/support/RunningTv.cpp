@@ -1,0 +1,107 @@
+// Test support: a running ipcontrold and the requests made to it.
+#include "support/RunningTv.h"
+
+#include <chrono>
+#include <csignal>
+#include <regex>
+
+using common::json::JsonType;
+using common::json::JsonValue;
+
+namespace testsupport {
+
+namespace {
+
+HttpResponse exchange(unsigned short port, const std::string& request, int timeoutMs) {
+    HttpClient client;
+    if (!client.connect(port) || !client.send(request)) {
+        return HttpResponse();
+    }
+    return client.read(std::chrono::milliseconds(timeoutMs)).value_or(HttpResponse());
+}
+
+}  // namespace
+
+RunningTv::RunningTv(std::string dataDir) : m_dataDir(std::move(dataDir)) {}
+
+RunningTv::~RunningTv() {
+    stop();
+}
+
+bool RunningTv::start(const std::string& approval, const std::vector<std::string>& extra) {
+    m_port = findFreePort();
+    std::vector<std::string> args = {
+        "--data-dir",   m_dataDir, "--no-upnp",  "--port", std::to_string(m_port),
+        "--admin-port", "0",       "--approval", approval};
+    args.insert(args.end(), extra.begin(), extra.end());
+    m_daemon = std::make_unique<DaemonProcess>();
+    if (!m_daemon->start(IPCONTROLD_PATH, args) ||
+        !m_daemon->waitForOutput("IP control service started")) {
+        return false;
+    }
+    std::smatch match;
+    std::string text = m_daemon->output();
+    static const std::regex kAdmin("admin API on http://127\\.0\\.0\\.1:([0-9]+)/");
+    if (std::regex_search(text, match, kAdmin)) {
+        m_adminPort = static_cast<unsigned short>(std::stoi(match[1]));
+    }
+    return true;
+}
+
+int RunningTv::stop() {
+    if (!m_daemon) {
+        return 0;
+    }
+    m_daemon->signal(SIGTERM);
+    int code = m_daemon->waitForExit();
+    m_daemon.reset();
+    return code;
+}
+
+std::string RunningTv::output() const {
+    return m_daemon ? m_daemon->output() : "";
+}
+
+HttpResponse RunningTv::post(const std::string& body, int timeoutMs) const {
+    return exchange(m_port,
+                    "POST / HTTP/1.1\r\nHost: tv\r\nContent-Type: application/json\r\n"
+                    "Content-Length: " +
+                        std::to_string(body.size()) + "\r\n\r\n" + body,
+                    timeoutMs);
+}
+
+std::string RunningTv::pair() const {
+    HttpResponse response = post(R"({"jsonrpc":"2.0","method":"createAccessToken","id":"1"})");
+    JsonValue answer = JsonValue::Create(response.body);
+    if (response.status != 200 || answer.type() != JsonType::objectValue) {
+        return "";
+    }
+    const JsonValue& result = static_cast<const JsonValue&>(answer)["result"];
+    return result.type() == JsonType::objectValue ? result.get("AccessToken", "").asString() : "";
+}
+
+JsonValue RunningTv::call(const std::string& method, const std::string& paramsJson,
+                          const std::string& token) const {
+    JsonValue request(JsonType::objectValue);
+    request["jsonrpc"] = "2.0";
+    request["method"] = method;
+    request["id"] = 1;
+    JsonValue params =
+        paramsJson.empty() ? JsonValue(JsonType::objectValue) : JsonValue::Create(paramsJson);
+    if (!token.empty() && params.type() == JsonType::objectValue) {
+        params["AccessToken"] = token;
+    }
+    request["params"] = params;
+    return JsonValue::Create(post(request.toString(false)).body);
+}
+
+HttpResponse RunningTv::admin(const std::string& method, const std::string& path,
+                              const std::string& body) const {
+    return exchange(m_adminPort,
+                    method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" +
+                        "Content-Type: application/json\r\nContent-Length: " +
+                        std::to_string(body.size()) + "\r\n\r\n" + body,
+                    10000);
+}
+
+}  // namespace testsupport
