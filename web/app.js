@@ -4,6 +4,7 @@
 
 (function () {
   const RECONNECT_MS = 2000;
+  const OSD_MS = 2000;  // how long an overlay stays before it fades
   const $ = (id) => document.getElementById(id);
 
   let shownPopupId = null;  // id of the pop-up on screen, null when none
@@ -163,6 +164,77 @@
     }
   }
 
+  // An overlay shown for a while after a change, then faded out.
+  const overlayTimers = new Map();
+  function flash(element) {
+    element.hidden = false;
+    element.classList.remove('fading');
+    clearTimeout(overlayTimers.get(element));
+    overlayTimers.set(element, setTimeout(() => {
+      element.classList.add('fading');
+      overlayTimers.set(element, setTimeout(() => { element.hidden = true; }, 400));
+    }, OSD_MS));
+  }
+
+  function parseJson(text) {
+    try {
+      return JSON.parse(text);
+    } catch (ignored) {
+      return null;
+    }
+  }
+
+  // What the screen shows: the foreground application, else the source (the tuner with its
+  // channel).
+  function describeSource(p) {
+    const app = parseJson(p.launchApp);
+    if (app && app.title) {
+      return { source: app.title, detail: p.foregroundUrl || '' };
+    }
+    if (p.extendedSource) {
+      return { source: p.extendedSource, detail: '' };
+    }
+    const input = p.inputSource || '';
+    if (input === 'dtv' || input === 'atv') {
+      const channel = String(p.channelMajor) + (p.channelMinor > 0 ? '-' + p.channelMinor : '');
+      return { source: (input === 'dtv' ? 'TV' : 'Analogue TV') + ' ' + channel, detail: '' };
+    }
+    return { source: input, detail: '' };
+  }
+
+  let lastSeen = null;  // the properties of the previous state, to see what changed
+
+  // The picture itself: source or application, art mode, multi-view, and the overlays for a
+  // change of volume or a key press.
+  function renderScreen(tv) {
+    const p = tv && tv.properties ? tv.properties : null;
+    const on = tv && tv.power === 'on';
+    $('now-showing').hidden = !p || !on;
+    $('art-layer').hidden = !(p && on && p.artMode === 'on' && !tv.unsupported.includes('artMode'));
+    $('multiview-badge').hidden = !(p && on && p.multiView);
+    if (!p) {
+      lastSeen = null;
+      return;
+    }
+    const shown = describeSource(p);
+    $('source').textContent = shown.source;
+    $('source-detail').textContent = shown.detail;
+    if (lastSeen !== null && on) {
+      if (p.volume !== lastSeen.volume || p.mute !== lastSeen.mute) {
+        const osd = $('volume-osd');
+        $('volume-label').textContent = p.mute ? 'Muted' : 'Volume ' + p.volume;
+        $('volume-fill').style.width = p.volume + '%';
+        osd.classList.toggle('muted', p.mute);
+        flash(osd);
+      }
+      if (p.keyPresses !== lastSeen.keyPresses && p.lastKey) {
+        $('last-key').textContent = p.lastKey;
+        flash($('last-key'));
+      }
+    }
+    lastSeen = p;
+  }
+
   async function pressPower(word) {
     const message = $('tv-message');
     try {
@@ -179,6 +251,7 @@
 
   function render(state) {
     renderTv(state.tv);
+    renderScreen(state.tv);
     renderSettings(state.settings);
     renderClients(state.clients);
     renderPopup(state.notification);

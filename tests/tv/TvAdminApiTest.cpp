@@ -65,7 +65,7 @@ TEST_F(TvAdminApiTest, StateShowsTheTv) {
     EXPECT_EQ("4", tvState("ambientType"));
     EXPECT_EQ(R"({"tv":true,"wall":true})", tvState("service"));
     EXPECT_EQ("20", tvState("knobs.latencyMs"));
-    EXPECT_EQ(R"(["ambientMode"])", tvState("unsupported"));
+    EXPECT_EQ(R"(["ambientMode","artMode"])", tvState("unsupported"));
     EXPECT_EQ("false", tvState("testWallMode"));
     RecordingClient client;
     EXPECT_EQ("1", tvState("clients"));
@@ -152,8 +152,37 @@ INSTANTIATE_TEST_SUITE_P(
         BadBody{"AmbientOutOfRange", "/api/tv/ambientMode", "4"},
         BadBody{"AmbientAsText", "/api/tv/ambientMode", R"("1")"},
         BadBody{"TestWallModeAsText", "/api/tv/testWallMode", R"("true")"},
-        BadBody{"TestWallModeNull", "/api/tv/testWallMode", "null"}),
+        BadBody{"TestWallModeNull", "/api/tv/testWallMode", "null"},
+        BadBody{"SpeakersNotArray", "/api/tv/speakers", R"({"id": "a", "name": "A"})"},
+        BadBody{"SpeakerWithoutName", "/api/tv/speakers", R"([{"id": "a"}])"},
+        BadBody{"SpeakersSameId", "/api/tv/speakers",
+                R"([{"id": "a", "name": "A"}, {"id": "a", "name": "B"}])"},
+        BadBody{"UsbErrorCodeAsText", "/api/tv/usbDevices",
+                R"([{"id": "u", "name": "U", "errorCode": "0"}])"}),
     [](const ::testing::TestParamInfo<BadBody>& info) { return std::string(info.param.name); });
+
+TEST_F(TvAdminApiTest, DeviceRoutesPlugInAndOut) {
+    startTv();
+    EXPECT_EQ(200,
+              request("PUT", "/api/tv/speakers", R"([{"id": "sb", "name": "Soundbar"}])").status);
+    EXPECT_EQ(200,
+              request("PUT", "/api/tv/usbDevices", R"([{"id": "u1", "name": "Stick"}])").status);
+    EXPECT_EQ(R"("[{\"name\":\"Stick\",\"id\":\"u1\",\"uniqueKey\":\"u1\",\"errorCode\":0,)"
+              R"(\"unavailable\":false}]")",
+              tvState("properties.connectedExtendedSourceList"));
+    RecordingClient client;
+    ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("speaker", "external")));
+    ASSERT_EQ(DYNF_ERROR_NONE,
+              client.write(textProp("extendedSource", R"({"additionalData":"u1"})")));
+    // Unplugging what is in use falls back to the TV's own speaker and tuner.
+    EXPECT_EQ(200, request("PUT", "/api/tv/speakers", "[]").status);
+    EXPECT_EQ(200, request("PUT", "/api/tv/usbDevices",
+                           R"([{"id": "u1", "name": "Stick", "unavailable": true}])")
+                       .status);
+    EXPECT_EQ(R"("internal")", tvState("properties.speaker"));
+    EXPECT_EQ(R"("dtv")", tvState("properties.inputSource"));
+    EXPECT_EQ(R"("")", tvState("properties.extendedSource"));
+}
 
 TEST_F(TvAdminApiTest, TestWallModeKeepsTheOtherFlagsAndIsAnnounced) {
     startTv();

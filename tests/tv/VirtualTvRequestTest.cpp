@@ -99,7 +99,8 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, RequestErrorTest,
     ::testing::Values(
         ErrorCase{"EmptyList", false, {}, DYNF_ERROR_MALFORMED_REQUEST},
-        ErrorCase{"UnknownName", false, {textProp("volume", "")}, DYNF_ERROR_MALFORMED_REQUEST},
+        ErrorCase{
+            "UnknownName", false, {textProp("noSuchProperty", "")}, DYNF_ERROR_MALFORMED_REQUEST},
         ErrorCase{
             "NameInOtherCase", true, {textProp("PowerValue", "off")}, DYNF_ERROR_MALFORMED_REQUEST},
         ErrorCase{"IntegerForText", true, {intProp("powerValue", 0)}, DYNF_ERROR_MALFORMED_REQUEST},

@@ -3,6 +3,8 @@
 #include <filesystem>
 
 #include "TvTestSupport.h"
+#include "CurrentTv.h"
+#include "VirtualTv.h"
 #include "VirtualTvRuntime.h"
 #include "device_power.h"
 
@@ -57,17 +59,43 @@ TEST_F(VirtualTvStateTest, StoredValuesThatDoNotFitAreLeftOut) {
     EXPECT_EQ("on/2", readState());
 }
 
+TEST_F(VirtualTvStateTest, ControlsAndDevicesSurviveARestart) {
+    startTv(R"({"speakers": [{"id": "sb", "name": "Soundbar"}]})");
+    ASSERT_EQ(DYNF_ERROR_NONE, ipc_tv::currentTv()->connectDevices("connectedExtendedSourceList",
+                                                                   R"([{"name":"S","id":"u"}])"));
+    restartAfterWriting(textProp("speaker", "external"));
+    RecordingClient client;
+    EXPECT_EQ("external", client.read(textProp("speaker", "")));
+    EXPECT_EQ(R"([{"name":"S","id":"u","uniqueKey":"u","errorCode":0,"unavailable":false}])",
+              client.read(jsonProp("connectedExtendedSourceList", "[]")));
+}
+
+TEST_F(VirtualTvStateTest, StoredValuesOutsideTheProductFallBack) {
+    testsupport::writeFile(statePath(), R"({"properties": {"pictureMode": "Movie",
+        "speaker": "external", "launchApp": "{\"targetAppId\":\"gone\"}",
+        "connectedExtendedSourceList": "{}", "volume": 30}})");
+    startTv(R"({"pictureModes": ["Vivid", "Calm"]})");
+    RecordingClient client;
+    EXPECT_EQ("Vivid", client.read(textProp("pictureMode", "")));
+    EXPECT_EQ("internal", client.read(textProp("speaker", "")));
+    EXPECT_EQ("{}", client.read(jsonProp("launchApp", "")));
+    EXPECT_EQ("[]", client.read(jsonProp("connectedExtendedSourceList", "")));
+    EXPECT_EQ("30", client.read(intProp("volume", 0)));
+}
+
 TEST_F(VirtualTvStateTest, EveryShippedProfileStartsTheTv) {
     struct Expected {
         const char* profile;
         int ambientType;
         const char* ambientMode;  // what a read answers
+        const char* artMode;
+        const char* lastInput;
     };
-    const Expected kProfiles[] = {{"tv-2023", 0, "0"},
-                                  {"tv-2019", 0, "error 3"},
-                                  {"wall", 0, "error 3"},
-                                  {"easel", 4, "0"},
-                                  {"lfd", 0, "error 3"}};
+    const Expected kProfiles[] = {{"tv-2023", 0, "0", "error 3", "HDMI4"},
+                                  {"tv-2019", 0, "error 3", "error 3", "HDMI3"},
+                                  {"wall", 0, "error 3", "error 3", "HDMI2"},
+                                  {"easel", 4, "0", "off", "HDMI4"},
+                                  {"lfd", 0, "error 3", "error 3", "HDMI3"}};
     for (const Expected& expected : kProfiles) {
         TempDir data;
         ipc_platform::Options options;
@@ -82,6 +110,8 @@ TEST_F(VirtualTvStateTest, EveryShippedProfileStartsTheTv) {
             RecordingClient client;
             EXPECT_EQ("on", client.read(kPowerRead)) << expected.profile;
             EXPECT_EQ(expected.ambientMode, client.read(kAmbientRead)) << expected.profile;
+            EXPECT_EQ(expected.artMode, client.read(textProp("artMode", ""))) << expected.profile;
+            EXPECT_EQ(DYNF_ERROR_NONE, client.write(textProp("inputSource", expected.lastInput)));
         }
         ipc_tv::stop();
         ipc_platform::shutdown();
@@ -126,10 +156,10 @@ TEST_P(RefusedTvSectionTest, StartFailsNamingTheProfile) {
 INSTANTIATE_TEST_SUITE_P(
     Cases, RefusedTvSectionTest,
     ::testing::Values(NamedText{"UnknownMember", R"({"power": "on"})"},
-                      NamedText{"UnknownInitialProperty", R"({"initial": {"volume": 3}})"},
+                      NamedText{"UnknownInitialProperty", R"({"initial": {"noSuchProperty": 3}})"},
                       NamedText{"InitialOutsideDomain", R"({"initial": {"ambientMode": 4}})"},
                       NamedText{"InitialOfWrongType", R"({"initial": {"powerValue": true}})"},
-                      NamedText{"UnsupportedNotAName", R"({"unsupported": ["volume"]})"},
+                      NamedText{"UnsupportedNotAName", R"({"unsupported": ["noSuchProperty"]})"},
                       NamedText{"UnsupportedNotArray", R"({"unsupported": "ambientMode"})"},
                       NamedText{"AmbientTypeText", R"({"ambientType": "4"})"},
                       NamedText{"KnobOutOfRange", R"({"knobs": {"latencyMs": -1}})"}),

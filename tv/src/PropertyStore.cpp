@@ -28,7 +28,8 @@ dynf_error PropertyStore::_check(const dynf_property_list_s& list, const Conditi
     std::set<std::string> seen;
     for (const auto& property : list.items) {
         const PropertySpec* row = m_schema.find(property->name);
-        if (row == nullptr || !property->value.fits(row->type)) {
+        if (row == nullptr || row->access == Access::Internal || !property->value.fits(row->type) ||
+            row->access == (isWrite ? Access::ReadOnly : Access::WriteOnly)) {
             return DYNF_ERROR_MALFORMED_REQUEST;
         }
         if (isWrite && !seen.insert(row->name).second) {
@@ -49,19 +50,14 @@ dynf_error PropertyStore::_check(const dynf_property_list_s& list, const Conditi
         if (!row->accepts(property->value)) {
             return DYNF_ERROR_INVALID_VALUE;
         }
-    }
-    return DYNF_ERROR_NONE;
-}
-
-std::vector<std::string> PropertyStore::apply(const dynf_property_list_s& list) {
-    std::vector<std::string> changed;
-    for (const auto& property : list.items) {
-        const PropertySpec* row = m_schema.find(property->name);
-        if (row != nullptr && set(row->name, property->value.as(row->type))) {
-            changed.push_back(row->name);
+        if (conditions.validate) {
+            const dynf_error error = conditions.validate(row->name, property->value);
+            if (error != DYNF_ERROR_NONE) {
+                return error;
+            }
         }
     }
-    return changed;
+    return DYNF_ERROR_NONE;
 }
 
 PropertyListPtr PropertyStore::valuesOf(const std::vector<std::string>& names) const {

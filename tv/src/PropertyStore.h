@@ -2,6 +2,7 @@
 // and the TV's condition.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -27,15 +28,16 @@ public:
     struct Conditions {
         bool wallAvailable = true;  // the wall service answers its properties
         bool standby = false;       // the TV is off: writes only to writable-in-standby rows
+        // Checks of a write beyond its row's domain (the TV's current state); may be empty.
+        std::function<dynf_error(const std::string& name, const PropertyValue& value)> validate;
     };
     // DYNF_ERROR_NONE, or the error of the first property that fails. Per property, in this
-    // order: unknown name or a value of another type 5, a name twice in a write 5, not on this
-    // product 3, wall service unavailable 2, standby 2 (writes), outside the domain 4 (writes);
-    // an empty list is 5.
+    // order: unknown or internal name, a value of another type, a read of a write-only or a
+    // write of a read-only property 5, a name twice in a write 5, not on this product 3, wall
+    // service unavailable 2, standby 2 (writes), outside the domain 4 then the validator's
+    // answer (writes); an empty list is 5.
     dynf_error checkGet(const dynf_property_list_s& list, const Conditions& conditions) const;
     dynf_error checkSet(const dynf_property_list_s& list, const Conditions& conditions) const;
-    // Stores the values of a checked write; returns the names whose value changed.
-    std::vector<std::string> apply(const dynf_property_list_s& list);
 
     // A fresh list with the current values of the names, in their order.
     PropertyListPtr valuesOf(const std::vector<std::string>& names) const;

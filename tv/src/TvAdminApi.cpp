@@ -7,6 +7,7 @@
 #include <json-glib/json-glib.h>
 
 #include "AdminServer.h"
+#include "ConnectedDevices.h"
 #include "CurrentTv.h"
 #include "TvJson.h"
 #include "TvLog.h"
@@ -76,6 +77,10 @@ JsonNodePtr stateSection() {
     for (const std::string& name : state.unsupported) {
         json_array_add_string_element(unsupported, name.c_str());
     }
+    JsonArray* inputs = json_array_new();
+    for (const std::string& input : state.inputs) {
+        json_array_add_string_element(inputs, input.c_str());
+    }
     JsonObject* service = json_object_new();
     json_object_set_boolean_member(service, "tv", state.tvServiceAvailable);
     json_object_set_boolean_member(service, "wall", state.knobs.wallServiceAvailable);
@@ -89,6 +94,9 @@ JsonNodePtr stateSection() {
     json_object_set_member(section, "knobs", state.knobs.toJson());
     json_object_set_object_member(section, "properties", properties);
     json_object_set_array_member(section, "unsupported", unsupported);
+    json_object_set_array_member(section, "inputs", inputs);
+    json_object_set_member(section, "apps", tv->apps().toJson());
+    json_object_set_boolean_member(section, "multiViewSupported", state.multiView);
     json_object_set_int_member(section, "clients", static_cast<gint64>(state.clients));
     json_object_set_boolean_member(section, "testWallMode", testWallMode());
     return objectNode(section);
@@ -151,6 +159,34 @@ AdminReply putAmbientMode(const AdminRequest& request) {
                       kRefusal);
 }
 
+// Plugs in or out the TV's external speakers or USB devices: the body is the whole new list.
+AdminReply putDevices(const AdminRequest& request, const char* listName,
+                      bool (*read)(JsonNode*, std::string&), const char* refusal) {
+    const std::shared_ptr<VirtualTv> tv = currentTv();
+    if (tv == nullptr) {
+        return notRunning();
+    }
+    std::string json;
+    if (!read(request.body.get(), json)) {
+        return AdminReply::error(kBadRequest, refusal);
+    }
+    if (tv->connectDevices(listName, json) != DYNF_ERROR_NONE) {
+        return AdminReply::error(kConflict, "the TV is restarting");
+    }
+    return AdminReply::json(stateSection());
+}
+
+AdminReply putSpeakers(const AdminRequest& request) {
+    return putDevices(request, kSpeakerList, readSpeakers,
+                      "speakers takes an array of {\"id\", \"name\"} with distinct ids");
+}
+
+AdminReply putUsbDevices(const AdminRequest& request) {
+    return putDevices(request, kUsbDeviceList, readUsbDevices,
+                      "usbDevices takes an array of {\"name\", \"id\"} with distinct ids and "
+                      "optional \"uniqueKey\", \"errorCode\" and \"unavailable\"");
+}
+
 AdminReply putTestWallMode(const AdminRequest& request) {
     JsonNode* body = request.body.get();
     if (valueType(body) != G_TYPE_BOOLEAN) {
@@ -178,6 +214,8 @@ void addTvAdminApi(ipc_platform::AdminServer& server) {
     server.addRoute("PUT", "/api/tv/power", putPower);
     server.addRoute("PUT", "/api/tv/ambientMode", putAmbientMode);
     server.addRoute("PUT", "/api/tv/testWallMode", putTestWallMode);
+    server.addRoute("PUT", "/api/tv/speakers", putSpeakers);
+    server.addRoute("PUT", "/api/tv/usbDevices", putUsbDevices);
 }
 
 }  // namespace ipc_tv

@@ -6,6 +6,7 @@
 
 #include <json-glib/json-glib.h>
 
+#include "ConnectedDevices.h"
 #include "TvJson.h"
 
 namespace ipc_tv {
@@ -54,10 +55,77 @@ bool readUnsupported(JsonNode* node, const PropertySchema& schema, TvConfig& con
     return true;
 }
 
+// A non-empty array of distinct non-empty strings (empty allowed when mayBeEmpty).
+bool readWords(JsonNode* node, bool mayBeEmpty, std::vector<std::string>& words) {
+    if (node == nullptr || !JSON_NODE_HOLDS_ARRAY(node)) {
+        return false;
+    }
+    JsonArray* array = json_node_get_array(node);
+    std::set<std::string> seen;
+    words.clear();
+    for (guint index = 0; index < json_array_get_length(array); ++index) {
+        JsonNode* element = json_array_get_element(array, index);
+        const char* word =
+            valueType(element) == G_TYPE_STRING ? json_node_get_string(element) : nullptr;
+        if (word == nullptr || *word == '\0' || !seen.insert(word).second) {
+            return false;
+        }
+        words.push_back(word);
+    }
+    return mayBeEmpty || !words.empty();
+}
+
+bool readBool(JsonNode* node, bool& value) {
+    if (valueType(node) != G_TYPE_BOOLEAN) {
+        return false;
+    }
+    value = json_node_get_boolean(node);
+    return true;
+}
+
+// The product's domains and devices; false when the name is none of them or the value is
+// refused (error says which).
+bool readProductMember(const char* name, JsonNode* node, TvConfig& config, std::string& error) {
+    const std::string member = name;
+    long long count = 0;
+    std::string list;
+    bool read = true;
+    if (member == "hdmiCount") {
+        read = readInteger(node, 1, 8, count);
+        config.hdmiCount = static_cast<int>(count);
+    } else if (member == "extendedSources") {
+        read = readWords(node, true, config.extendedSources);
+    } else if (member == "pictureModes") {
+        read = readWords(node, false, config.pictureModes);
+    } else if (member == "soundModes") {
+        read = readWords(node, false, config.soundModes);
+    } else if (member == "speakers" || member == "usbDevices") {
+        const bool speakers = member == "speakers";
+        read = speakers ? readSpeakers(node, list) : readUsbDevices(node, list);
+        config.initial[speakers ? kSpeakerList : kUsbDeviceList] = PropertyValue::ofJson(list);
+    } else if (member == "apps") {
+        read = config.apps.parse(node, error);
+    } else if (member == "artMode") {
+        read = readBool(node, config.artMode);
+    } else if (member == "multiView") {
+        read = readBool(node, config.multiView);
+    } else {
+        error = "tv: unknown member \"" + member +
+                "\" (initial, ambientType, unsupported, knobs, hdmiCount, extendedSources, "
+                "pictureModes, soundModes, speakers, usbDevices, apps, artMode, multiView)";
+        return false;
+    }
+    if (!read) {
+        error = "tv." + member + " is not a value it takes" + (error.empty() ? "" : ": " + error);
+    }
+    return read;
+}
+
 bool readMember(const char* name, JsonNode* node, const PropertySchema& schema, TvConfig& config,
                 std::string& error) {
     if (std::strcmp(name, "initial") == 0) {
-        return readInitial(node, schema, config, error);
+        // Read once the product's domains are known.
+        return true;
     }
     if (std::strcmp(name, "ambientType") == 0) {
         long long type = 0;
@@ -78,9 +146,7 @@ bool readMember(const char* name, JsonNode* node, const PropertySchema& schema, 
         }
         return true;
     }
-    error = std::string("tv: unknown member \"") + name +
-            "\" (initial, ambientType, unsupported, knobs)";
-    return false;
+    return readProductMember(name, node, config, error);
 }
 
 }  // namespace
@@ -96,9 +162,13 @@ bool TvConfig::parse(const std::string& text, const PropertySchema& schema, std:
             : nullptr;
     TvConfig config;
     error.clear();
-    if (!forEachMember(root, [&](const char* name, JsonNode* member) {
-            return readMember(name, member, schema, config, error);
-        })) {
+    if (!forEachMember(root,
+                       [&](const char* name, JsonNode* member) {
+                           return readMember(name, member, schema, config, error);
+                       }) ||
+        (json_object_has_member(json_node_get_object(root), "initial") &&
+         !readInitial(json_object_get_member(json_node_get_object(root), "initial"),
+                      config.productSchema(schema), config, error))) {
         if (error.empty()) {
             error = "tv is not an object";
         }
@@ -106,6 +176,24 @@ bool TvConfig::parse(const std::string& text, const PropertySchema& schema, std:
     }
     *this = config;
     return true;
+}
+
+PropertySchema TvConfig::productSchema(const PropertySchema& base) const {
+    std::vector<std::string> inputs = {"dtv", "atv"};
+    for (int number = 1; number <= hdmiCount; ++number) {
+        inputs.push_back("HDMI" + std::to_string(number));
+    }
+    return base.withWords(kPictureMode, pictureModes)
+        .withWords(kSoundMode, soundModes)
+        .withWords(kInputSource, inputs);
+}
+
+std::set<std::string> TvConfig::unsupportedNames() const {
+    std::set<std::string> names = unsupported;
+    if (!artMode) {
+        names.insert(kArtMode);
+    }
+    return names;
 }
 
 }  // namespace ipc_tv

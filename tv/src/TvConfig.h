@@ -4,7 +4,9 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
+#include "AppCatalogue.h"
 #include "PropertySchema.h"
 #include "PropertyValue.h"
 #include "TvKnobs.h"
@@ -17,12 +19,27 @@ struct TvConfig {
     int ambientType = 0;                           // what the power interface reports
     std::set<std::string> unsupported;             // properties this product does not have
     TvKnobs knobs;                                 // the knobs at start
+    int hdmiCount = 4;                             // inputs HDMI1 to HDMI<n>
+    std::vector<std::string> extendedSources;      // names of the other sources ("AV")
+    std::vector<std::string> pictureModes;         // empty: the schema's
+    std::vector<std::string> soundModes;           // empty: the schema's
+    AppCatalogue apps;
+    bool artMode = false;    // an easel TV's art mode; without it "artMode" is unsupported
+    bool multiView = false;  // the multi-view key splits the screen
 
     // Reads the section's JSON text (empty: no section, everything default). Members: "initial"
     // (object: property name to value), "ambientType" (integer), "unsupported" (array of
-    // property names), "knobs" (object, see TvKnobs::apply). False with error naming the member
-    // when a member is unknown, a name is not in the schema or a value does not fit.
+    // property names), "knobs" (object, see TvKnobs::apply), "hdmiCount" (1 to 8),
+    // "extendedSources", "pictureModes", "soundModes" (arrays of distinct non-empty strings),
+    // "speakers" and "usbDevices" (the connected devices at first start, see
+    // ConnectedDevices.h), "apps" (see AppCatalogue::parse), "artMode" and "multiView" (bools).
+    // False with error naming the member when a member is unknown, a name is not in the schema
+    // or a value does not fit.
     bool parse(const std::string& text, const PropertySchema& schema, std::string& error);
+    // The schema with this product's domains (modes, inputs).
+    PropertySchema productSchema(const PropertySchema& base) const;
+    // The properties this product does not have, with art mode where it has none.
+    std::set<std::string> unsupportedNames() const;
 };
 
 }  // namespace ipc_tv

@@ -36,8 +36,9 @@ struct VirtualTv::Pending {
 
 VirtualTv::VirtualTv(PropertySchema schema, TvConfig config, std::string statePath)
     : m_config(std::move(config)),
+      m_controls(m_config.apps, m_config.extendedSources, m_config.multiView),
       m_stateFile(std::move(statePath)),
-      m_store(std::move(schema), m_config.unsupported),
+      m_store(m_config.productSchema(schema), m_config.unsupportedNames()),
       m_knobs(m_config.knobs),
       m_random(std::random_device()()) {}
 
@@ -52,6 +53,7 @@ void VirtualTv::start() {
     for (const auto& [name, value] : values) {
         m_store.set(name, value);
     }
+    m_controls.settle(m_store);
     // A restart during a reboot comes back on.
     if (_powerLocked() == Power::Rebooting) {
         m_store.set(kPowerValue, PropertyValue::ofString(kPowerOn));
@@ -228,12 +230,25 @@ dynf_error VirtualTv::_setLocked(const dynf_property_list_s& list) {
     PropertyStore::Conditions conditions;
     conditions.wallAvailable = m_knobs.wallServiceAvailable;
     conditions.standby = _powerLocked() == Power::Off;
+    conditions.validate = [this, &conditions](const std::string& name, const PropertyValue& value) {
+        return m_controls.check(name, value, m_store, conditions.standby);
+    };
     const dynf_error error = m_store.checkSet(list, conditions);
     if (error != DYNF_ERROR_NONE) {
         return error;
     }
     const Power before = _powerLocked();
-    _changedLocked(m_store.apply(list), before);
+    _changedLocked(m_controls.apply(list, m_store), before);
+    return DYNF_ERROR_NONE;
+}
+
+dynf_error VirtualTv::connectDevices(const std::string& listName, const std::string& json) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (_powerLocked() == Power::Rebooting) {
+        return DYNF_ERROR_NOT_AVAILABLE;
+    }
+    const Power before = _powerLocked();
+    _changedLocked(m_controls.connect(listName, json, m_store), before);
     return DYNF_ERROR_NONE;
 }
 
@@ -298,6 +313,12 @@ VirtualTv::Snapshot VirtualTv::snapshot() const {
     snapshot.properties = m_store.values();
     snapshot.unsupported = m_store.unsupported();
     snapshot.clients = m_clients;
+    if (const PropertySpec* inputs = m_store.schema().find(kInputSource)) {
+        snapshot.inputs = inputs->words;
+    }
+    snapshot.inputs.insert(snapshot.inputs.end(), m_controls.extendedSources().begin(),
+                           m_controls.extendedSources().end());
+    snapshot.multiView = m_config.multiView;
     return snapshot;
 }
 
@@ -311,7 +332,18 @@ bool VirtualTv::_tvAvailableLocked() const {
 }
 
 void VirtualTv::_notifyLocked(const std::vector<std::string>& names) {
-    const PropertyListPtr changed = m_store.valuesOf(names);
+    // Clients hear only of the properties they can read.
+    std::vector<std::string> readable;
+    for (const std::string& name : names) {
+        const PropertySpec* row = m_store.schema().find(name);
+        if (row != nullptr && row->access != Access::Internal && row->access != Access::WriteOnly) {
+            readable.push_back(name);
+        }
+    }
+    if (readable.empty()) {
+        return;
+    }
+    const PropertyListPtr changed = m_store.valuesOf(readable);
     for (const auto& [id, subscription] : m_subscriptions) {
         const ClientPtr client = subscription.client;
         if (client->notificationCallback == nullptr) {

@@ -14,6 +14,7 @@
 #include "PropertyStore.h"
 #include "ProtocolClient.h"
 #include "TvConfig.h"
+#include "TvControls.h"
 #include "TvKnobs.h"
 #include "TvStateFile.h"
 
@@ -43,6 +44,8 @@ public:
         std::map<std::string, PropertyValue> properties;
         std::set<std::string> unsupported;
         size_t clients = 0;
+        std::vector<std::string> inputs;  // the input sources, then the extended sources
+        bool multiView = false;           // the product has the multi-view key
     };
 
     // One accepted get or set.
@@ -83,6 +86,11 @@ public:
     // A change made at the TV itself (the remote, the admin API): the checks of a write
     // except the service knobs. DYNF_ERROR_NOT_AVAILABLE while rebooting.
     dynf_error setLocally(const std::string& name, const PropertyValue& value);
+    // Replaces the connected speakers (kSpeakerList) or USB devices (kUsbDeviceList), given as
+    // canonical JSON text (ConnectedDevices.h). DYNF_ERROR_NOT_AVAILABLE while rebooting.
+    dynf_error connectDevices(const std::string& listName, const std::string& json);
+    // The application catalogue. Thread-safe without the lock (immutable).
+    const AppCatalogue& apps() const { return m_controls.apps(); }
     // Applies knobs given as JSON (see TvKnobs::apply); false with error when refused.
     bool applyKnobs(JsonNode* knobs, std::string& error);
     Snapshot snapshot() const;
@@ -107,6 +115,7 @@ private:
     void _listenerLocked() const;
 
     const TvConfig m_config;
+    const TvControls m_controls;
     const TvStateFile m_stateFile;
     CallbackThread m_thread;
 
