@@ -1,9 +1,66 @@
-// Application control: the direct-access, art-mode and first-screen application methods.
+// Application control: launching known apps, art mode, and the first-screen app list and choice.
 #pragma once
 
+#include <map>
+#include <string>
+
+#include "JsonValue.h"
 #include "System/ControlHelperBase.h"
 
-// Serves "directAccessControl", "artModeControl", "firstScreenAppControl".
-// Builds no properties yet: each of its commands fails in the handler as one without data.
-// Stateless; threads as ControlHelperBase.
-class AppControlHelper : public ControlHelperBase {};
+// Serves "directAccessControl" (framework property "launchApp"), "artModeControl" ("artMode")
+// and "firstScreenAppControl" ("firstScreenAppList" to read, "firstScreenAppId" to choose).
+//
+// Apps are named as clients know them ("Netflix", "Prime Video", "Internet", ...); each name maps
+// to an app key and the key to a store app id, or to a run title that the platform's app-title
+// lookup resolves per command. A missing or unknown name, or params that cannot be read, fail as
+// "Invalid params" before any framework call; a run title the TV cannot resolve fails as an
+// invalid operation.
+//
+// Every successful write sends a usage event: a launch an "APPLICATION" event with the name, the
+// others a "COMMAND" event.
+// Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
+class AppControlHelper : public ControlHelperBase {
+public:
+    AppControlHelper();
+    ~AppControlHelper() override = default;
+    // Writes: the launch, the art-mode word or the first-screen choice from the params. Reads: the
+    // foreground app, the art mode or the first-screen list. Null when refused.
+    dynf_property_list_h getPropertyData(CmdRequest* request) override;
+    // A write answers its params; a read {"applicationName"}, {"artMode"} or
+    // {"firstScreenAppList": [{"name","id"}, ...]}. An answer that cannot be read fails.
+    void handleResult(const dynf_error& error, dynf_property_list_h result,
+                      CmdRequest* request) override;
+
+private:
+    dynf_property_list_h _getDirectAccessProperty(CmdRequest* request);
+    dynf_property_list_h _getArtModeProperty(CmdRequest* request);
+    dynf_property_list_h _getFirstScreenAppProperty(CmdRequest* request);
+    void _handleDirectAccessResult(dynf_property_list_h result, CmdRequest* request);
+    void _handleArtModeResult(dynf_property_list_h result, CmdRequest* request);
+    void _handleFirstScreenAppResult(dynf_property_list_h result, CmdRequest* request);
+    void _sendKPILog(CmdRequest* request);
+
+    // The params member "applicationName", "" when absent; false (recorded) when unreadable.
+    bool _getAppName(CmdRequest* request, std::string& name);
+    // The app key and store app id of the params' app name (the unknown-name log differs for a
+    // launch and a first-screen choice); false (recorded) when there is none.
+    bool _resolveApp(CmdRequest* request, bool isLaunch, std::string& key, std::string& appId);
+    // The app key and launch target of a client's app name; false for an unknown name.
+    bool _findApp(const std::string& name, std::string& key, std::string& target) const;
+    // The store app id of a target, resolving a run title; false (recorded) when it cannot.
+    static bool _getAppId(CmdRequest* request, const std::string& target, std::string& appId);
+    // The named result property's text parsed as JSON of the given kind; false (recorded) when
+    // the property is missing or its text is not such JSON.
+    bool _readResultJson(dynf_property_list_h result, const std::string& name,
+                         common::json::JsonType kind, common::json::JsonValue& value,
+                         CmdRequest* request);
+    static dynf_property_list_h _createJsonList(const std::string& name,
+                                                const common::json::JsonValue& value);
+
+    const std::string m_launchAppName;
+    const std::string m_artModeName;
+    const std::string m_firstScreenAppListName;
+    const std::string m_firstScreenAppIdName;
+    std::map<std::string, std::string> m_appTargets;  // app key → store app id or run title
+    std::map<std::string, std::string> m_appKeys;     // client's app name → app key
+};

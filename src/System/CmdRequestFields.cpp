@@ -47,6 +47,25 @@ std::string resultString(const CmdRequest& request, const std::string& name) {
     return value.type() == common::json::JsonType::stringValue ? value.asString() : "";
 }
 
+std::string scalarText(const common::json::JsonValue& value) {
+    switch (value.type()) {
+        case common::json::JsonType::boolValue:
+        case common::json::JsonType::intValue:
+        case common::json::JsonType::doubleValue:
+        case common::json::JsonType::stringValue:
+            return value.asString();
+        default:
+            return "";
+    }
+}
+
+std::string resultText(const CmdRequest& request, const std::string& name) {
+    if (request.result.type() != common::json::JsonType::objectValue) {
+        return "";
+    }
+    return scalarText(request.result[name]);
+}
+
 void setError(CmdRequest& request, eJSONRPCErrorCode errorIndex, _DeviceManagerError resultCode) {
     request.bJsonRpcError = true;
     request.errorIndex = errorIndex;

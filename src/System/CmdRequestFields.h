@@ -24,6 +24,13 @@ common::json::JsonValue& resultObject(CmdRequest& request);
 // The result's member name when it is a string, else "".
 std::string resultString(const CmdRequest& request, const std::string& name);
 
+// A value as text: a string as it is, a number or boolean in its JSON spelling; "" for anything
+// else.
+std::string scalarText(const common::json::JsonValue& value);
+
+// The result's member name as scalarText().
+std::string resultText(const CmdRequest& request, const std::string& name);
+
 // Marks the command failed with the given error object and result code.
 void setError(CmdRequest& request, eJSONRPCErrorCode errorIndex, _DeviceManagerError resultCode);
 

@@ -156,7 +156,7 @@ bool ControlHelperBase::addPropertyDataInternalInt(dynf_property_list_h list, Cm
         }
         LOGI("int val -> (%d)", value);
     }
-    return _pushProperty(list, dynf_property_create_int(propertyName.c_str(), value));
+    return pushProperty(list, dynf_property_create_int(propertyName.c_str(), value));
 }
 
 dynf_property_list_h ControlHelperBase::getPropertyDataInternalString(
@@ -181,7 +181,7 @@ dynf_property_list_h ControlHelperBase::createList(dynf_property_h property) {
         return nullptr;
     }
     dynf_property_list_h list = dynf_property_list_create();
-    if (!_pushProperty(list, property)) {
+    if (!pushProperty(list, property)) {
         dynf_property_list_destroy(list);
         return nullptr;
     }
@@ -264,6 +264,48 @@ bool ControlHelperBase::handleJsonStringArrayResult(
     return true;
 }
 
+bool ControlHelperBase::findIntProperty(dynf_property_list_h list, const std::string& name,
+                                        int& out, CmdRequest* request) {
+    dynf_property_h property = getPropertyHandle(list, name, request);
+    if (property == nullptr) {
+        return false;
+    }
+    if (dynf_property_get_int(property, &out) != 0) {
+        LOGE("%s is not an integer", name.c_str());
+        handleError(DYNF_ERROR_NOT_AVAILABLE, request);
+        return false;
+    }
+    return true;
+}
+
+bool ControlHelperBase::findBoolProperty(dynf_property_list_h list, const std::string& name,
+                                         bool& out, CmdRequest* request) {
+    dynf_property_h property = getPropertyHandle(list, name, request);
+    if (property == nullptr) {
+        return false;
+    }
+    if (dynf_property_get_bool(property, &out) != 0) {
+        LOGE("%s is not a bool", name.c_str());
+        handleError(DYNF_ERROR_NOT_AVAILABLE, request);
+        return false;
+    }
+    return true;
+}
+
+bool ControlHelperBase::findStringProperty(dynf_property_list_h list, const std::string& name,
+                                           std::string& out, CmdRequest* request) {
+    dynf_property_h property = getPropertyHandle(list, name, request);
+    if (property == nullptr) {
+        return false;
+    }
+    if (!readStringProperty(property, out)) {
+        LOGE("%s is not a string", name.c_str());
+        handleError(DYNF_ERROR_NOT_AVAILABLE, request);
+        return false;
+    }
+    return true;
+}
+
 void ControlHelperBase::sendKPILog(const std::string& propertyName,
                                    const std::string& propertyValue, CmdRequest* request) {
     if (request == nullptr) {
@@ -280,7 +322,7 @@ void ControlHelperBase::sendKPILog(const std::string& propertyName,
     KPILogger::getInstance().sendLog("COMMAND", "EV002", data);
 }
 
-bool ControlHelperBase::_pushProperty(dynf_property_list_h list, dynf_property_h property) {
+bool ControlHelperBase::pushProperty(dynf_property_list_h list, dynf_property_h property) {
     if (property == nullptr) {
         LOGE("invalid pointer");
         return false;

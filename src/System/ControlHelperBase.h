@@ -55,6 +55,8 @@ protected:
                                                        const std::string& propertyName);
     // A new list holding property, which it takes over; null (property freed) on failure.
     static dynf_property_list_h createList(dynf_property_h property);
+    // Pushes property onto list, which takes it over; frees it when the push fails.
+    static bool pushProperty(dynf_property_list_h list, dynf_property_h property);
 
     // params[key] as an integer: a JSON integer, or a JSON string of decimal digits, that fits
     // an int. Anything else fails the command as "Invalid params" and gives false.
@@ -74,11 +76,16 @@ protected:
                                      const std::string& key, CmdRequest* request,
                                      const std::map<std::string, std::string>& translations);
 
+    // The value of the property of that name. A missing property, or one of another kind, fails
+    // the command (framework error 2: error index 3, result code 1) and gives false.
+    bool findIntProperty(dynf_property_list_h list, const std::string& name, int& out,
+                         CmdRequest* request);
+    bool findBoolProperty(dynf_property_list_h list, const std::string& name, bool& out,
+                          CmdRequest* request);
+    bool findStringProperty(dynf_property_list_h list, const std::string& name, std::string& out,
+                            CmdRequest* request);
+
     // One "COMMAND" usage event for the command with the given property name and value.
     void sendKPILog(const std::string& propertyName, const std::string& propertyValue,
                     CmdRequest* request);
-
-private:
-    // Pushes property onto list, which takes it over; frees it when the push fails.
-    static bool _pushProperty(dynf_property_list_h list, dynf_property_h property);
 };

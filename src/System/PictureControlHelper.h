@@ -1,10 +1,34 @@
 // Picture control: picture mode, size, the basic picture values and the video state.
 #pragma once
 
+#include <string>
+
 #include "System/ControlHelperBase.h"
 
-// Serves "pictureModeControl", "contrastControl", "brightnessControl", "sharpnessControl",
-// "colorControl", "tintControl", "pictureSizeControl", "getVideoStates".
-// Builds no properties yet: each of its commands fails in the handler as one without data.
-// Stateless; threads as ControlHelperBase.
-class PictureControlHelper : public ControlHelperBase {};
+// Serves "pictureModeControl" and "pictureSizeControl" (string properties "pictureMode" and
+// "pictureSizeIPControl", answered as "pictureMode" and "pictureSize"), "contrastControl",
+// "brightnessControl", "sharpnessControl", "colorControl", "tintControl" (integer properties of
+// the same names) and the read-only "getVideoStates", which reads the five integers in one
+// request. Values are passed unchanged; their ranges and words are the framework's to judge.
+// Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
+class PictureControlHelper : public ControlHelperBase {
+public:
+    ~PictureControlHelper() override = default;
+    // The property (or, for "getVideoStates", the five properties) of the command's type: ""
+    // or 0 for a read, the params member for a write. Null for another type or unusable params.
+    dynf_property_list_h getPropertyData(CmdRequest* request) override;
+    // A read answers the values under their client keys; a write its params. Writes and reads of
+    // mode and size send a usage event. A property missing from the answer fails the command,
+    // though "getVideoStates" still copies the ones found.
+    void handleResult(const dynf_error& error, dynf_property_list_h result,
+                      CmdRequest* request) override;
+
+private:
+    dynf_property_list_h _getVideoStatesPropertyInternal(CmdRequest* request);
+    void _handlePictureModeSizeResult(dynf_property_list_h result, CmdRequest* request);
+    void _handlePictureControlResult(dynf_property_list_h result, CmdRequest* request);
+    void _handleVideoStatesResult(dynf_property_list_h result, CmdRequest* request);
+    // Copies the integer property name into result[name]; false when it is missing.
+    bool _copyIntResult(dynf_property_list_h result, const std::string& name, CmdRequest* request);
+    void _sendKPILog(CmdRequest* request);
+};

@@ -1,9 +1,32 @@
-// Source control: the input source and USB sources.
+// Source control: the input source and the choice among connected USB devices.
 #pragma once
 
 #include "System/ControlHelperBase.h"
 
-// Serves "inputSourceControl", "USBSourceControl".
-// Builds no properties yet: each of its commands fails in the handler as one without data.
-// Stateless; threads as ControlHelperBase.
-class SourceControlHelper : public ControlHelperBase {};
+// Serves "inputSourceControl" and "USBSourceControl". The client's "inputSource" travels as the
+// framework's "inputSource" for "TV" (sent as "dtv") and any text containing "HDMI", and as
+// "extendedSource" for every other text but "USB", which is refused. A read answers the extended
+// source when one is set, else the input source. "USBSourceControl" reads
+// "connectedExtendedSourceList" into an array of {"deviceName", "deviceId", "source",
+// "available", "errorCode"} (README), [] when the framework answers an error, and chooses a
+// device with params "deviceName" and "deviceId", both required.
+// Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
+class SourceControlHelper : public ControlHelperBase {
+public:
+    ~SourceControlHelper() override = default;
+    // A read asks for both source properties (or the USB list); a write sends the one property
+    // the vocabulary picks. Null for "USB", a USB choice without both fields, unusable params or
+    // another type.
+    dynf_property_list_h getPropertyData(CmdRequest* request) override;
+    // A read answers {"inputSource": ...} or the USB list; a write its params. A successful write
+    // sends a usage event, as does a read of the input source.
+    void handleResult(const dynf_error& error, dynf_property_list_h result,
+                      CmdRequest* request) override;
+
+private:
+    dynf_property_list_h _getInputSourcePropertyInternal(CmdRequest* request);
+    dynf_property_list_h _getUSBSourcePropertyInternal(CmdRequest* request);
+    void _handleInputSourceResult(dynf_property_list_h result, CmdRequest* request);
+    void _handleUSBSourceResult(dynf_property_list_h result, CmdRequest* request);
+    void _sendKPILog(CmdRequest* request);
+};

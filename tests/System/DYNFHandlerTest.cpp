@@ -162,13 +162,15 @@ TEST_F(DYNFHandlerTest, SpeakerAndUsbHelpersJudgeAnUnavailableService) {
     // The write's error goes through the helpers' table, not the handler's.
     EXPECT_EQ(SERVER_ERROR_FAILED, answers()[0].errorIndex);
     EXPECT_EQ(DEVICE_MANAGER_ERROR_UNKNOWN, answers()[0].resultCode);
-    // The read reaches the source helper, which has no reader yet and fails it.
-    EXPECT_TRUE(answers()[1].bJsonRpcError);
+    // The read reaches the source helper, which answers that no USB device can be chosen.
+    EXPECT_FALSE(answers()[1].bJsonRpcError);
+    EXPECT_EQ(JsonValue::Create("[]"), answers()[1].result);
 }
 
 TEST_F(DYNFHandlerTest, CommandWithoutPropertyDataIsNotStarted) {
     ASSERT_TRUE(create());
-    EXPECT_FALSE(start(command("muteControl", MUTE_CONTROL)));
+    EXPECT_FALSE(start(
+        command("inputSourceControl", INPUT_SOURCE_CONTROL, R"({"inputSource":"USB"})"), true));
     EXPECT_FALSE(start(command("powerControl", POWER_CONTROL, R"({"power":"on"})"), true));
     EXPECT_TRUE(framework().calls().empty());
     EXPECT_TRUE(answers().empty());

@@ -1,0 +1,199 @@
+// Sound control: the mute and speaker vocabularies, volume and mode, the external speaker list.
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "JsonValue.h"
+#include "System/HelperTestSupport.h"
+#include "System/SoundControlHelper.h"
+#include "support/PlatformTest.h"
+
+using common::json::JsonType;
+using common::json::JsonValue;
+using helpertest::answer;
+using helpertest::command;
+using helpertest::List;
+
+namespace {
+
+class SoundControlHelperTest : public testsupport::PlatformTest {
+protected:
+    static CmdRequest mute(const std::string& params) {
+        return command(MUTE_CONTROL, "muteControl", params);
+    }
+    static CmdRequest speaker(const std::string& params) {
+        return command(SPEAKER_SELECT_CONTROL, "speakerSelectControl", params);
+    }
+    static CmdRequest speakers(const std::string& params = R"({"AccessToken":"t"})") {
+        return command(EXTERNAL_SPEAKER_CONTROL, "externalSpeakerControl", params);
+    }
+
+    // The result of a speaker list read that the framework answers with text.
+    JsonValue speakerList(const std::string& text) {
+        List result = answer(
+            {dynf_property_create_json_string("connectedExternalSpeakerList", text.c_str())});
+        CmdRequest request =
+            helpertest::handled(m_helper, speakers(), DYNF_ERROR_NONE, std::move(result));
+        EXPECT_FALSE(request.bJsonRpcError) << text;
+        return request.result;
+    }
+
+    CmdRequest handled(CmdRequest request, List result) {
+        return helpertest::handled(m_helper, request, DYNF_ERROR_NONE, std::move(result));
+    }
+
+    SoundControlHelper m_helper;
+};
+
+TEST_F(SoundControlHelperTest, MuteWordsAndTheFallbackToFalse) {
+    const std::pair<const char*, bool> words[] = {
+        {R"({"mute":"muteOn"})", true}, {R"({"mute":"muteOff"})", false},
+        {R"({"mute":"on"})", false},    {R"({"mute":"MuteOn"})", false},
+        {R"({"mute":""})", false},      {R"({"AccessToken":"t"})", false}};
+    for (const auto& [params, value] : words) {
+        CmdRequest request = mute(params);
+        fakedynf::Property property = helpertest::sentOne(m_helper, request);
+        EXPECT_EQ("mute", property.name) << params;
+        EXPECT_EQ(DYNF_PROPERTY_BOOL, property.type) << params;
+        EXPECT_EQ(value, property.boolValue) << params;
+        EXPECT_FALSE(request.bJsonRpcError) << params;
+    }
+}
+
+TEST_F(SoundControlHelperTest, MuteReadAnswersTheClientWord) {
+    List on = answer({dynf_property_create_bool("mute", true)});
+    EXPECT_EQ(JsonValue::Create(R"({"mute":"muteOn"})"), handled(mute("{}"), std::move(on)).result);
+    List off = answer({dynf_property_create_bool("mute", false)});
+    EXPECT_EQ(JsonValue::Create(R"({"mute":"muteOff"})"),
+              handled(mute("{}"), std::move(off)).result);
+}
+
+TEST_F(SoundControlHelperTest, SpeakerWordsAreTranslatedBothWays) {
+    const std::pair<const char*, const char*> words[] = {
+        {"Internal", "internal"}, {"External", "external"}, {"AudioOut/Optical", "optical"}};
+    for (const auto& [client, framework] : words) {
+        CmdRequest request = speaker(std::string(R"({"speakerSelect":")") + client + "\"}");
+        EXPECT_EQ(framework, helpertest::sentOne(m_helper, request).text) << client;
+        CmdRequest read = handled(speaker("{}"), helpertest::stringAnswer("speaker", framework));
+        EXPECT_EQ(client, read.result["speakerSelect"].asString()) << framework;
+    }
+}
+
+TEST_F(SoundControlHelperTest, UnknownSpeakerWordSendsTheEmptyString) {
+    for (const char* params : {R"({"speakerSelect":"internal"})", R"({"speakerSelect":"TV"})",
+                               R"({"AccessToken":"t"})"}) {
+        CmdRequest request = speaker(params);
+        fakedynf::Property property = helpertest::sentOne(m_helper, request);
+        EXPECT_EQ("speaker", property.name) << params;
+        EXPECT_EQ("", property.text) << params;
+    }
+}
+
+TEST_F(SoundControlHelperTest, UnknownFrameworkSpeakerLeavesSpeakerSelectOut) {
+    CmdRequest request = handled(speaker("{}"), helpertest::stringAnswer("speaker", "hdmi"));
+    EXPECT_FALSE(request.bJsonRpcError);
+    EXPECT_FALSE(request.result.isMember("speakerSelect"));
+}
+
+TEST_F(SoundControlHelperTest, VolumeAndSoundModeTravelUnchanged) {
+    CmdRequest volume = command(DIRECT_VOLUME_CONTROL, "directVolumeControl", R"({"volume":"20"})");
+    fakedynf::Property property = helpertest::sentOne(m_helper, volume);
+    EXPECT_EQ("volume", property.name);
+    EXPECT_EQ(20, property.intValue);
+    CmdRequest mode = command(SOUND_MODE_CONTROL, "soundModeControl", R"({"soundMode":"Amplify"})");
+    property = helpertest::sentOne(m_helper, mode);
+    EXPECT_EQ("soundMode", property.name);
+    EXPECT_EQ("Amplify", property.text);
+
+    List level = answer({dynf_property_create_int("volume", 7)});
+    EXPECT_EQ(JsonValue::Create(R"({"volume":7})"),
+              handled(command(DIRECT_VOLUME_CONTROL, "directVolumeControl", "{}"), std::move(level))
+                  .result);
+    EXPECT_EQ(JsonValue::Create(R"({"soundMode":"Standard"})"),
+              handled(command(SOUND_MODE_CONTROL, "soundModeControl", "{}"),
+                      helpertest::stringAnswer("soundMode", "Standard"))
+                  .result);
+}
+
+TEST_F(SoundControlHelperTest, VolumeBeyondIntIsInvalidParams) {
+    CmdRequest request =
+        command(DIRECT_VOLUME_CONTROL, "directVolumeControl", R"({"volume":99999999999})");
+    EXPECT_TRUE(helpertest::sent(m_helper, request).empty());
+    helpertest::expectError(request, INVALID_PARAMS, DEVICE_MANAGER_ERROR_INVALID_OPERATION);
+}
+
+TEST_F(SoundControlHelperTest, MissingVolumeFailsTheRead) {
+    CmdRequest request = handled(command(DIRECT_VOLUME_CONTROL, "directVolumeControl", "{}"),
+                                 helpertest::stringAnswer("mute", "x"));
+    helpertest::expectError(request, SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_UNKNOWN);
+}
+
+TEST_F(SoundControlHelperTest, SpeakerListReadAndChoiceBuildTheirJsonText) {
+    CmdRequest read = speakers();
+    fakedynf::Property property = helpertest::sentOne(m_helper, read);
+    EXPECT_EQ("connectedExternalSpeakerList", property.name);
+    EXPECT_EQ(DYNF_PROPERTY_JSON_STRING, property.type);
+    EXPECT_EQ("{}", property.text);
+
+    CmdRequest choice = speakers(R"({"deviceName":"Bar \"1\"","deviceId":"7"})");
+    property = helpertest::sentOne(m_helper, choice);
+    EXPECT_EQ(JsonValue::Create(R"({"id":"7","name":"Bar \"1\""})"),
+              JsonValue::Create(property.text));
+}
+
+TEST_F(SoundControlHelperTest, SpeakerListIsRebuiltWithClientKeys) {
+    EXPECT_EQ(JsonValue::Create(R"([{"deviceName":"Bar","deviceId":"1"}])"),
+              speakerList(R"([{"id":"1","name":"Bar"}])"));
+    EXPECT_EQ(JsonValue::Create(
+                  R"([{"deviceName":"A","deviceId":"1"},{"deviceName":"B","deviceId":"2"}])"),
+              speakerList(R"([{"id":"1","name":"A"},"skipped",{"id":"2","name":"B","x":0}])"));
+}
+
+TEST_F(SoundControlHelperTest, EmptySpeakerListAnswersAnEmptyObject) {
+    JsonValue result = speakerList("[]");
+    EXPECT_EQ(JsonType::objectValue, result.type());
+    EXPECT_EQ(0u, result.size());
+}
+
+TEST_F(SoundControlHelperTest, SpeakerNameWithADoubleQuoteAnswersNull) {
+    EXPECT_TRUE(speakerList(R"([{"id":"1","name":"Bar \"X\""}])").isNull());
+}
+
+TEST_F(SoundControlHelperTest, SpeakerListThatIsNotJsonLeavesTheResult) {
+    EXPECT_TRUE(speakerList("[{").isNull());
+}
+
+TEST_F(SoundControlHelperTest, RefusedOrMissingSpeakerListAnswersAnEmptyObject) {
+    CmdRequest refused =
+        helpertest::handled(m_helper, speakers(), DYNF_ERROR_NOT_SUPPORTED, nullptr);
+    EXPECT_FALSE(refused.bJsonRpcError);
+    EXPECT_EQ(JsonValue::Create("{}"), refused.result);
+    CmdRequest missing = handled(speakers(), helpertest::stringAnswer("speaker", "external"));
+    EXPECT_FALSE(missing.bJsonRpcError);
+    EXPECT_EQ(JsonValue::Create("{}"), missing.result);
+}
+
+TEST_F(SoundControlHelperTest, RefusedSpeakerChoiceFailsWithoutUsageEvent) {
+    startPlatform("\"product.tv_year\": 23");
+    CmdRequest request =
+        helpertest::handled(m_helper, speakers(R"({"deviceName":"Bar","deviceId":"1"})"),
+                            DYNF_ERROR_INVALID_VALUE, nullptr);
+    helpertest::expectError(request, INVALID_PARAMS, DEVICE_MANAGER_ERROR_INVALID_OPERATION);
+    EXPECT_TRUE(helpertest::kpiDescriptions(m_dir).empty());
+}
+
+TEST_F(SoundControlHelperTest, WritesSendUsageEventsWithTheClientsWords) {
+    startPlatform("\"product.tv_year\": 23");
+    handled(command(DIRECT_VOLUME_CONTROL, "directVolumeControl", R"({"volume":20})"), nullptr);
+    handled(mute(R"({"AccessToken":"t","mute":"muteOn"})"), nullptr);
+    handled(speaker(R"({"speakerSelect":"External"})"), nullptr);
+    EXPECT_EQ((std::vector<std::string>{
+                  "{svn=ipcontrol;cm=set;rn=directVolumeControl;pn=volume;pv=20}",
+                  "{svn=ipcontrol;cm=set;rn=muteControl;pn=mute;pv=muteOn}",
+                  "{svn=ipcontrol;cm=set;rn=speakerSelectControl;pn=speakerSelect;pv=External}"}),
+              helpertest::kpiDescriptions(m_dir));
+}
+
+}  // namespace
