@@ -1,9 +1,28 @@
 // Device control: the TV's overall state.
 #pragma once
 
-#include "System/ControlHelperBase.h"
+#include "System/PropertyTableHelper.h"
 
-// Serves "getTVStates".
-// Builds no properties yet: each of its commands fails in the handler as one without data.
-// Stateless; threads as ControlHelperBase.
-class DeviceControlHelper : public ControlHelperBase {};
+// Serves the read-only "getTVStates": one request for power, volume, mute, sources, channel,
+// picture and sound modes and the foreground app, plus art mode on an Easel TV and ambient mode
+// on products with an ambient screen. The answer uses the client words of the single-property
+// methods (README). A write is refused before any framework call.
+// Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
+class DeviceControlHelper : public PropertyTableHelper {
+public:
+    ~DeviceControlHelper() override = default;
+
+private:
+    // Every state property with its placeholder; null for a write or another type.
+    dynf_property_list_h _getCompositePropertyData(CmdRequest* request) override;
+    // Answers the states found; a missing or unreadable one fails the command, the others are
+    // still copied.
+    void _handleCompositeResult(dynf_property_list_h result, CmdRequest* request) override;
+    void _handlePower(dynf_property_list_h result, CmdRequest* request);
+    void _handleSound(dynf_property_list_h result, CmdRequest* request);
+    void _handleSource(dynf_property_list_h result, CmdRequest* request);
+    void _handleChannel(dynf_property_list_h result, CmdRequest* request);
+    void _handleModes(dynf_property_list_h result, CmdRequest* request);
+    void _handleApplication(dynf_property_list_h result, CmdRequest* request);
+    void _handleArtAndAmbient(dynf_property_list_h result, CmdRequest* request);
+};

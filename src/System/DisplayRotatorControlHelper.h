@@ -1,9 +1,14 @@
 // Display rotator control: the screen's orientation.
 #pragma once
 
-#include "System/ControlHelperBase.h"
+#include "System/PropertyTableHelper.h"
 
-// Serves "displayRotatorControl".
-// Builds no properties yet: each of its commands fails in the handler as one without data.
-// Stateless; threads as ControlHelperBase.
-class DisplayRotatorControlHelper : public ControlHelperBase {};
+// Serves "displayRotatorControl": the string property "displayRotation" ("landscape",
+// "portrait"), answered and written under the client key "rotation". Products without rotation
+// are refused by the framework.
+// Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
+class DisplayRotatorControlHelper : public PropertyTableHelper {
+public:
+    DisplayRotatorControlHelper();
+    ~DisplayRotatorControlHelper() override = default;
+};

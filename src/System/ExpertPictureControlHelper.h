@@ -1,10 +1,15 @@
 // Expert picture control: calibration, motion, dimming, white balance, gamma and colour space.
 #pragma once
 
-#include "System/ControlHelperBase.h"
+#include "System/PropertyTableHelper.h"
 
 // Serves the expert picture methods, from "pictureCalibrationModeControl" to
-// "colorSpace.BlueControl".
-// Builds no properties yet: each of its commands fails in the handler as one without data.
-// Stateless; threads as ControlHelperBase.
-class ExpertPictureControlHelper : public ControlHelperBase {};
+// "colorSpace.BlueControl": one integer or string property per method, whose name is also the
+// client's key ("backlight", "gammaMode", ...). Values are passed unchanged; their ranges and
+// words are the framework's to judge.
+// Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
+class ExpertPictureControlHelper : public PropertyTableHelper {
+public:
+    ExpertPictureControlHelper();
+    ~ExpertPictureControlHelper() override = default;
+};
