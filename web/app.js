@@ -202,16 +202,73 @@
     return { source: input, detail: '' };
   }
 
+  // The product has the property (it is not listed as unsupported).
+  function supports(tv, name) {
+    return !(tv.unsupported || []).includes(name);
+  }
+
+  // Multi-view: one tile per source in the layout's arrangement; null hides the tiles.
+  function renderMultiView(view) {
+    const layer = $('multiview-layer');
+    layer.hidden = view === null;
+    if (view === null) {
+      return;
+    }
+    layer.className = 'multiview-layer ' + view.layout;
+    layer.replaceChildren();
+    for (const source of view.sources || []) {
+      const tile = document.createElement('div');
+      tile.className = 'tile';
+      tile.textContent = source;
+      layer.appendChild(tile);
+    }
+  }
+
+  // A wall display's cabinets at their rows and columns; null hides the grid.
+  function renderWall(cabinets) {
+    const layer = $('wall-layer');
+    layer.hidden = !Array.isArray(cabinets);
+    if (layer.hidden) {
+      return;
+    }
+    layer.replaceChildren();
+    for (const cabinet of cabinets) {
+      const cell = document.createElement('div');
+      cell.className = 'cabinet ' + (cabinet.error ? 'error' : cabinet.power);
+      cell.style.gridRow = String(cabinet.row);
+      cell.style.gridColumn = String(cabinet.column);
+      cell.title = cabinet.error || '';
+      cell.textContent = cabinet.cabinetId;
+      const temperature = document.createElement('span');
+      temperature.className = 'cabinet-temperature';
+      temperature.textContent = cabinet.temperature + ' \u00b0C';
+      cell.appendChild(temperature);
+      if (cabinet.error) {
+        const error = document.createElement('span');
+        error.className = 'cabinet-error';
+        error.textContent = cabinet.error;
+        cell.appendChild(error);
+      }
+      layer.appendChild(cell);
+    }
+  }
+
   let lastSeen = null;  // the properties of the previous state, to see what changed
 
-  // The picture itself: source or application, art mode, multi-view, and the overlays for a
-  // change of volume or a key press.
+  // The picture itself: source or application, art mode, multi-view, rotation, a wall's
+  // cabinets, and the overlays for a change of volume or a key press.
   function renderScreen(tv) {
     const p = tv && tv.properties ? tv.properties : null;
     const on = tv && tv.power === 'on';
     $('now-showing').hidden = !p || !on;
-    $('art-layer').hidden = !(p && on && p.artMode === 'on' && !tv.unsupported.includes('artMode'));
-    $('multiview-badge').hidden = !(p && on && p.multiView);
+    $('art-layer').hidden = !(p && on && p.artMode === 'on' && supports(tv, 'artMode'));
+    const view = p && supports(tv, 'multiView') ? parseJson(p.multiView) : null;
+    const split = Boolean(on && view && view.on);
+    $('multiview-badge').hidden = !split;
+    renderMultiView(split ? view : null);
+    $('screen').classList.toggle('portrait',
+      Boolean(p && supports(tv, 'displayRotation') && p.displayRotation === 'portrait'));
+    renderWall(p && supports(tv, 'wallCabinetStates') ? parseJson(p.wallCabinetStates) : null);
     if (!p) {
       lastSeen = null;
       return;

@@ -65,7 +65,9 @@ TEST_F(TvAdminApiTest, StateShowsTheTv) {
     EXPECT_EQ("4", tvState("ambientType"));
     EXPECT_EQ(R"({"tv":true,"wall":true})", tvState("service"));
     EXPECT_EQ("20", tvState("knobs.latencyMs"));
-    EXPECT_EQ(R"(["ambientMode","artMode"])", tvState("unsupported"));
+    EXPECT_EQ(R"(["ambientMode","artMode","displayRotation","multiView","wallAmbient",)"
+              R"("wallBoxStates","wallCabinetGroupIds","wallCabinetStates"])",
+              tvState("unsupported"));
     EXPECT_EQ("false", tvState("testWallMode"));
     RecordingClient client;
     EXPECT_EQ("1", tvState("clients"));

@@ -125,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(
                 {textProp("inputSource", "HDMI2")},
                 "KEY_CHUP",
                 {{"channelMajor", "2"}, {"inputSource", "dtv"}}},
-        KeyCase{"ChannelDown", {}, "KEY_CHDOWN", {{"channelMajor", "0"}}},
+        KeyCase{"ChannelDownWrapsToTheLast", {}, "KEY_CHDOWN", {{"channelMajor", "999"}}},
         KeyCase{"NumberTunes",
                 {jsonProp("launchApp", R"({"targetAppId":"111299001912"})")},
                 "KEY_7",
@@ -136,7 +136,10 @@ INSTANTIATE_TEST_SUITE_P(
                 {},
                 "KEY_HOME",
                 {{"launchApp", R"({"targetAppId":"home","title":"Home"})"}}},
-        KeyCase{"MultiViewToggles", {}, "KEY_MULTI_VIEW", {{"multiView", "true"}}},
+        KeyCase{"MultiViewToggles",
+                {},
+                "KEY_MULTI_VIEW",
+                {{"multiView", R"({"on":true,"layout":"pip","sources":["dtv","HDMI1"]})"}}},
         KeyCase{"OtherKeysOnlyShow", {}, "KEY_RED", {{"volume", "15"}}}),
     [](const ::testing::TestParamInfo<KeyCase>& info) { return std::string(info.param.name); });
 
@@ -206,7 +209,7 @@ TEST_F(VirtualTvControlsTest, ProfileChoosesTheDomainsAndArtMode) {
     EXPECT_EQ(DYNF_ERROR_INVALID_VALUE, client.write(textProp("speaker", "external")));
     // The multi-view key is shown but does nothing without the capability.
     EXPECT_EQ(DYNF_ERROR_NONE, client.write(key("KEY_MULTI_VIEW")));
-    EXPECT_EQ("false", value("multiView"));
+    EXPECT_EQ(R"({"on":false,"layout":"pip","sources":["dtv","HDMI1"]})", value("multiView"));
 }
 
 }  // namespace

@@ -90,12 +90,20 @@ TEST_F(VirtualTvStateTest, EveryShippedProfileStartsTheTv) {
         const char* ambientMode;  // what a read answers
         const char* artMode;
         const char* lastInput;
+        // What reads of the product's optional properties answer.
+        const char* localDimming;
+        const char* rotation;
+        const char* multiView;
+        const char* wallGroups;
     };
-    const Expected kProfiles[] = {{"tv-2023", 0, "0", "error 3", "HDMI4"},
-                                  {"tv-2019", 0, "error 3", "error 3", "HDMI3"},
-                                  {"wall", 0, "error 3", "error 3", "HDMI2"},
-                                  {"easel", 4, "0", "off", "HDMI4"},
-                                  {"lfd", 0, "error 3", "error 3", "HDMI3"}};
+    const char* kOff = R"({"on":false,"layout":"pip","sources":["dtv","HDMI1"]})";
+    const char* kNo = "error 3";
+    const Expected kProfiles[] = {
+        {"tv-2023", 0, "0", kNo, "HDMI4", "Standard", kNo, kOff, kNo},
+        {"tv-2019", 0, kNo, kNo, "HDMI3", kNo, kNo, kNo, kNo},
+        {"wall", 0, kNo, kNo, "HDMI2", "Standard", "landscape", kNo, R"(["A","B"])"},
+        {"easel", 4, "0", "off", "HDMI4", "Standard", "landscape", kNo, kNo},
+        {"lfd", 0, kNo, kNo, "HDMI3", kNo, kNo, kNo, kNo}};
     for (const Expected& expected : kProfiles) {
         TempDir data;
         ipc_platform::Options options;
@@ -111,6 +119,14 @@ TEST_F(VirtualTvStateTest, EveryShippedProfileStartsTheTv) {
             EXPECT_EQ("on", client.read(kPowerRead)) << expected.profile;
             EXPECT_EQ(expected.ambientMode, client.read(kAmbientRead)) << expected.profile;
             EXPECT_EQ(expected.artMode, client.read(textProp("artMode", ""))) << expected.profile;
+            EXPECT_EQ(expected.localDimming, client.read(textProp("localDimming", "")))
+                << expected.profile;
+            EXPECT_EQ(expected.rotation, client.read(textProp("displayRotation", "")))
+                << expected.profile;
+            EXPECT_EQ(expected.multiView, client.read(jsonProp("multiView", "{}")))
+                << expected.profile;
+            EXPECT_EQ(expected.wallGroups, client.read(jsonProp("wallCabinetGroupIds", "[]")))
+                << expected.profile;
             EXPECT_EQ(DYNF_ERROR_NONE, client.write(textProp("inputSource", expected.lastInput)));
         }
         ipc_tv::stop();
@@ -162,7 +178,13 @@ INSTANTIATE_TEST_SUITE_P(
                       NamedText{"UnsupportedNotAName", R"({"unsupported": ["noSuchProperty"]})"},
                       NamedText{"UnsupportedNotArray", R"({"unsupported": "ambientMode"})"},
                       NamedText{"AmbientTypeText", R"({"ambientType": "4"})"},
-                      NamedText{"KnobOutOfRange", R"({"knobs": {"latencyMs": -1}})"}),
+                      NamedText{"KnobOutOfRange", R"({"knobs": {"latencyMs": -1}})"},
+                      NamedText{"WallCabinetsOnOnePlace",
+                                R"({"wall": {"cabinets": [
+                                    {"cabinetId": "a", "groupId": "g", "row": 1, "column": 1,
+                                     "power": "on", "temperature": 30},
+                                    {"cabinetId": "b", "groupId": "g", "row": 1, "column": 1,
+                                     "power": "on", "temperature": 30}]}})"}),
     [](const ::testing::TestParamInfo<NamedText>& info) { return std::string(info.param.name); });
 
 }  // namespace

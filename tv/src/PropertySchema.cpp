@@ -51,6 +51,11 @@ PropertySpec jsonRow(const char* name, const char* initial, Access access) {
     return row;
 }
 
+PropertySpec wallRow(PropertySpec row) {
+    row.wall = true;
+    return row;
+}
+
 PropertySpec internal(PropertySpec row) {
     row.access = Access::Internal;
     return row;
@@ -76,6 +81,35 @@ std::vector<PropertySpec> builtInRows() {
         intRow("color", 0, 50, 25),
         intRow("sharpness", 0, 20, 10),
         intRow("tint", -50, 50, 0),
+        // Expert picture settings.
+        textRow("pictureCalibrationMode", {"Off", "Basic", "Professional"}, "Off"),
+        intRow("backlight", 0, 50, 25),
+        textRow("digitalCleanView", {"Off", "Auto"}, "Off"),
+        textRow("autoMotionPlus", {"Off", "Auto", "Custom"}, "Auto"),
+        intRow("blurReduction", 0, 10, 0),
+        intRow("judderReduction", 0, 10, 0),
+        textRow("LEDClearMotion", {"Off", "On"}, "Off"),
+        textRow("localDimming", {"Off", "Low", "Standard", "High"}, "Standard"),
+        textRow("filmMode", {"Off", "Auto1", "Auto2"}, "Off"),
+        textRow("contrastEnhancer", {"Off", "Low", "High"}, "Low"),
+        textRow("colorTone", {"Cool", "Standard", "Warm1", "Warm2"}, "Standard"),
+        intRow("WB2Point", -50, 50, 0),
+        textRow("WB20PointMode", {"Off", "On"}, "Off"),
+        intRow("WB20PInterval", 1, 20, 1),
+        intRow("WB20PRed", -50, 50, 0),
+        intRow("WB20PGreen", -50, 50, 0),
+        intRow("WB20PBlue", -50, 50, 0),
+        textRow("gammaMode", {"BT.1886", "ST.2084", "HLG", "2.2"}, "BT.1886"),
+        intRow("gammaBT1886", -3, 3, 0),
+        intRow("gammaST2084", -3, 3, 0),
+        intRow("gammaHLG", -3, 3, 0),
+        textRow("RGBOnlyMode", {"Off", "Red", "Green", "Blue"}, "Off"),
+        textRow("colorSpace", {"Auto", "Native", "Custom"}, "Auto"),
+        textRow("colorSpaceColor", {"Red", "Green", "Blue", "Yellow", "Cyan", "Magenta"}, "Red"),
+        intRow("colorSpaceColorAdjustmentPoint", 0, 100, 50),
+        intRow("colorSpaceRed", 0, 100, 50),
+        intRow("colorSpaceGreen", 0, 100, 50),
+        intRow("colorSpaceBlue", 0, 100, 50),
         // Sound.
         intRow(kVolume, 0, 100, 15),
         boolRow(kMute, false),
@@ -94,11 +128,20 @@ std::vector<PropertySpec> builtInRows() {
         textRow(kArtMode, {"on", "off"}, "off"),
         jsonRow(kFirstScreenAppList, "[]", Access::ReadOnly),
         jsonRow(kFirstScreenAppId, "{}", Access::ReadWrite),
-        internal(intRow(kChannelMajor, 0, 999, 1)),
-        internal(intRow(kChannelMinor, 0, 999, 0)),
+        // The tuner: a write of either tunes digital TV.
+        intRow(kChannelMajor, 1, 999, 1),
+        intRow(kChannelMinor, 0, 99, 0),
+        textRow(kDisplayRotation, {"landscape", "portrait"}, "landscape"),
+        // {"on", "layout", "sources"}; the controls check the layout against the sources.
+        jsonRow(kMultiView, R"({"on":false,"layout":"pip","sources":["dtv","HDMI1"]})",
+                Access::ReadWrite),
+        // The wall: the states come from the profile; a read of the cabinets filters them.
+        wallRow(textRow(kWallAmbient, {"on", "off"}, "off")),
+        wallRow(jsonRow(kWallBoxStates, "[]", Access::ReadOnly)),
+        wallRow(jsonRow(kWallCabinetGroupIds, "[]", Access::ReadOnly)),
+        wallRow(jsonRow(kWallCabinetStates, "[]", Access::ReadOnly)),
         internal(textRow(kLastKey, {}, "")),
         internal(intRow(kKeyCount, 0, 999999, 0)),
-        internal(boolRow(kMultiView, false)),
         internal(textRow(kForegroundUrl, {}, "")),
         internal(textRow(kExternalSpeakerId, {}, "")),
     };

@@ -26,12 +26,17 @@ inline constexpr char kLaunchApp[] = "launchApp";
 inline constexpr char kArtMode[] = "artMode";
 inline constexpr char kFirstScreenAppList[] = "firstScreenAppList";
 inline constexpr char kFirstScreenAppId[] = "firstScreenAppId";
-// The TV's own state behind the properties, never served to clients.
 inline constexpr char kChannelMajor[] = "channelMajor";
 inline constexpr char kChannelMinor[] = "channelMinor";  // 0: none
+inline constexpr char kDisplayRotation[] = "displayRotation";
+inline constexpr char kMultiView[] = "multiView";
+inline constexpr char kWallAmbient[] = "wallAmbient";
+inline constexpr char kWallBoxStates[] = "wallBoxStates";
+inline constexpr char kWallCabinetGroupIds[] = "wallCabinetGroupIds";
+inline constexpr char kWallCabinetStates[] = "wallCabinetStates";  // a read's value filters
+// The TV's own state behind the properties, never served to clients.
 inline constexpr char kLastKey[] = "lastKey";
 inline constexpr char kKeyCount[] = "keyPresses";  // counts every key, so a repeat shows
-inline constexpr char kMultiView[] = "multiView";
 inline constexpr char kForegroundUrl[] = "foregroundUrl";
 inline constexpr char kExternalSpeakerId[] = "externalSpeakerId";
 

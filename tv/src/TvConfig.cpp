@@ -109,10 +109,16 @@ bool readProductMember(const char* name, JsonNode* node, TvConfig& config, std::
         read = readBool(node, config.artMode);
     } else if (member == "multiView") {
         read = readBool(node, config.multiView);
+    } else if (member == "displayRotation") {
+        read = readBool(node, config.displayRotation);
+    } else if (member == "wall") {
+        read = readWallStates(node, config.wallStates, error);
+        config.wall = true;
     } else {
         error = "tv: unknown member \"" + member +
                 "\" (initial, ambientType, unsupported, knobs, hdmiCount, extendedSources, "
-                "pictureModes, soundModes, speakers, usbDevices, apps, artMode, multiView)";
+                "pictureModes, soundModes, speakers, usbDevices, apps, artMode, multiView, "
+                "displayRotation, wall)";
         return false;
     }
     if (!read) {
@@ -190,8 +196,16 @@ PropertySchema TvConfig::productSchema(const PropertySchema& base) const {
 
 std::set<std::string> TvConfig::unsupportedNames() const {
     std::set<std::string> names = unsupported;
-    if (!artMode) {
-        names.insert(kArtMode);
+    const std::pair<bool, std::vector<const char*>> capabilities[] = {
+        {artMode, {kArtMode}},
+        {multiView, {kMultiView}},
+        {displayRotation, {kDisplayRotation}},
+        {wall, {kWallAmbient, kWallBoxStates, kWallCabinetGroupIds, kWallCabinetStates}},
+    };
+    for (const auto& [has, properties] : capabilities) {
+        if (!has) {
+            names.insert(properties.begin(), properties.end());
+        }
     }
     return names;
 }

@@ -1,4 +1,5 @@
-// The TV's controls: keys acting on the state, sources, speakers and application launches.
+// The TV's controls: keys acting on the state, sources, channels, speakers, application
+// launches, multi-view and the wall's states.
 #include "TvControls.h"
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 
 #include "AdminJson.h"
 #include "ConnectedDevices.h"
+#include "MultiView.h"
 #include "TvJson.h"
 #include "TvLog.h"
 
@@ -26,6 +28,7 @@ constexpr std::array<const char*, 37> kKeys = {
     "KEY_BLUE",      "KEY_AMBIENT", "KEY_CHUP",  "KEY_CHDOWN", "KEY_VOLUP", "KEY_VOLDOWN",
     "KEY_MULTI_VIEW"};
 constexpr char kPressAndRelease[] = "pressAndRelease";
+constexpr int kFirstChannel = 1;
 constexpr int kLastChannel = 999;
 
 // The members of a JSON object text; null when the text is not an object.
@@ -85,10 +88,12 @@ private:
     std::vector<std::string> m_names;
 };
 
-TvControls::TvControls(AppCatalogue apps, std::vector<std::string> extendedSources, bool multiView)
+TvControls::TvControls(AppCatalogue apps, std::vector<std::string> extendedSources, bool multiView,
+                       WallStates wall)
     : m_apps(std::move(apps)),
       m_extendedSources(std::move(extendedSources)),
-      m_multiView(multiView) {}
+      m_multiView(multiView),
+      m_wall(std::move(wall)) {}
 
 dynf_error TvControls::check(const std::string& name, const PropertyValue& value,
                              const PropertyStore& store, bool standby) const {
@@ -118,8 +123,18 @@ dynf_error TvControls::check(const std::string& name, const PropertyValue& value
         valid =
             choice != nullptr && (json_object_get_size(json_node_get_object(choice.get())) == 0 ||
                                   (app != nullptr && app->firstScreen));
+    } else if (name == kMultiView) {
+        MultiView merged;
+        valid = MultiView::fromText(store.value(kMultiView).text())
+                    .merge(text, _sources(store), merged);
     }
     return valid ? DYNF_ERROR_NONE : DYNF_ERROR_INVALID_VALUE;
+}
+
+std::vector<std::string> TvControls::_sources(const PropertyStore& store) const {
+    std::vector<std::string> sources = store.schema().find(kInputSource)->words;
+    sources.insert(sources.end(), m_extendedSources.begin(), m_extendedSources.end());
+    return sources;
 }
 
 bool TvControls::_isSource(const std::string& name, const PropertyStore& store) const {
@@ -144,6 +159,20 @@ std::vector<std::string> TvControls::apply(const dynf_property_list_s& list,
         }
     }
     return changes.names();
+}
+
+PropertyListPtr TvControls::answer(const dynf_property_list_s& list,
+                                   const PropertyStore& store) const {
+    auto values = std::make_unique<dynf_property_list_s>();
+    for (const auto& property : list.items) {
+        const std::string& name = property->name;
+        addProperty(*values, name,
+                    name == kWallCabinetStates
+                        ? PropertyValue::ofJson(
+                              cabinetsMatching(store.value(name).text(), property->value.text()))
+                        : store.value(name));
+    }
+    return values;
 }
 
 void TvControls::_applyOne(const std::string& name, const PropertyValue& value,
@@ -185,6 +214,17 @@ void TvControls::_applyOne(const std::string& name, const PropertyValue& value,
     } else if (name == kFirstScreenAppId) {
         const std::string id = member(objectOf(text), "id");
         changes.set(name, PropertyValue::ofJson(id.empty() ? "{}" : objectText({{"id", id}})));
+    } else if (name == kChannelMajor || name == kChannelMinor) {
+        // A channel is digital TV's.
+        changes.set(name, value);
+        changes.set(kInputSource, PropertyValue::ofString("dtv"));
+        changes.set(kExtendedSource, PropertyValue::ofString(""));
+        changes.leaveApp();
+    } else if (name == kMultiView) {
+        MultiView merged;
+        MultiView::fromText(changes.value(kMultiView).text())
+            .merge(text, _sources(changes.store()), merged);
+        changes.set(kMultiView, PropertyValue::ofJson(merged.text()));
     } else {
         changes.set(name, value);
     }
@@ -204,9 +244,10 @@ void TvControls::_pressKey(const std::string& key, Changes& changes) const {
         changes.set(kVolume, PropertyValue::ofInt(std::clamp(volume + step, 0, 100)));
         changes.set(kMute, PropertyValue::ofBool(false));
     } else if (key == "KEY_CHUP" || key == "KEY_CHDOWN") {
-        const int step = key == "KEY_CHUP" ? 1 : kLastChannel;
-        _tune((channel + step) % (kLastChannel + 1), changes);
-    } else if (key.size() == 5 && key[4] >= '0' && key[4] <= '9') {
+        const int count = kLastChannel - kFirstChannel + 1;
+        const int step = key == "KEY_CHUP" ? 1 : count - 1;
+        _tune(kFirstChannel + (channel - kFirstChannel + step) % count, changes);
+    } else if (key.size() == 5 && key[4] >= '1' && key[4] <= '9') {
         _tune(key[4] - '0', changes);
     } else if (key == "KEY_AMBIENT" && store.isSupported(kAmbientMode)) {
         const bool ambient = store.value(kAmbientMode).intValue() != 0;
@@ -218,7 +259,9 @@ void TvControls::_pressKey(const std::string& key, Changes& changes) const {
             PropertyValue::ofJson(objectText({{"targetAppId", home->id}, {"title", home->title}})));
         changes.set(kForegroundUrl, PropertyValue::ofString(""));
     } else if (key == "KEY_MULTI_VIEW" && m_multiView) {
-        changes.set(kMultiView, PropertyValue::ofBool(!store.value(kMultiView).boolValue()));
+        MultiView view = MultiView::fromText(store.value(kMultiView).text());
+        view.on = !view.on;
+        changes.set(kMultiView, PropertyValue::ofJson(view.text()));
     }
 }
 
@@ -262,6 +305,9 @@ void TvControls::settle(PropertyStore& store) const {
         return;  // a schema without the controls (tests of the schema's rules)
     }
     store.set(kFirstScreenAppList, PropertyValue::ofJson(m_apps.firstScreenJson()));
+    store.set(kWallBoxStates, PropertyValue::ofJson(m_wall.boxes));
+    store.set(kWallCabinetGroupIds, PropertyValue::ofJson(m_wall.groupIds));
+    store.set(kWallCabinetStates, PropertyValue::ofJson(m_wall.cabinets));
     const auto reset = [&store](const char* name) {
         dlog_print(DLOG_WARN, kLogTag, "the stored %s no longer holds; using the default", name);
         store.set(name, store.schema().find(name)->defaultValue);
@@ -277,7 +323,7 @@ void TvControls::settle(PropertyStore& store) const {
             reset(name);
         }
     }
-    for (const char* name : {kSpeaker, kLaunchApp, kFirstScreenAppId}) {
+    for (const char* name : {kSpeaker, kLaunchApp, kFirstScreenAppId, kMultiView}) {
         const PropertyValue& value = store.value(name);
         if (value != store.schema().find(name)->defaultValue &&
             check(name, value, store, false) != DYNF_ERROR_NONE) {

@@ -1,4 +1,5 @@
-// What the TV's controls do beyond storing a value: keys, sources, speakers and applications.
+// What the TV's controls do beyond storing a value: keys, sources, channels, speakers,
+// applications, multi-view and the wall's states.
 #pragma once
 
 #include <string>
@@ -7,6 +8,7 @@
 #include "AppCatalogue.h"
 #include "PropertyList.h"
 #include "PropertyStore.h"
+#include "WallStates.h"
 
 namespace ipc_tv {
 
@@ -15,7 +17,9 @@ namespace ipc_tv {
 // Thread-safe (immutable); the store is serialised by its owner.
 class TvControls {
 public:
-    TvControls(AppCatalogue apps, std::vector<std::string> extendedSources, bool multiView);
+    // multiView: the product has the multi-view key; wall: the wall's states it serves.
+    TvControls(AppCatalogue apps, std::vector<std::string> extendedSources, bool multiView,
+               WallStates wall);
 
     const AppCatalogue& apps() const { return m_apps; }
     const std::vector<std::string>& extendedSources() const { return m_extendedSources; }
@@ -27,12 +31,15 @@ public:
                      const PropertyStore& store, bool standby) const;
     // Carries out a checked write; the names whose value changed, each once.
     std::vector<std::string> apply(const dynf_property_list_s& list, PropertyStore& store) const;
+    // The answer to a checked read: the current values, the cabinets filtered by the read's
+    // value (see cabinetsMatching).
+    PropertyListPtr answer(const dynf_property_list_s& list, const PropertyStore& store) const;
     // Replaces a list of connected devices (kSpeakerList or kUsbDeviceList, canonical JSON
     // text); a speaker or source that went away falls back to the TV's own.
     std::vector<std::string> connect(const std::string& listName, const std::string& json,
                                      PropertyStore& store) const;
-    // After values were restored: fills in the catalogue's lists and resets, with a log line,
-    // stored values that no longer hold.
+    // After values were restored: fills in the catalogue's lists and the wall's states, and resets,
+    // with a log line, stored values that no longer hold.
     void settle(PropertyStore& store) const;
 
 private:
@@ -42,10 +49,13 @@ private:
     void _pressKey(const std::string& key, Changes& changes) const;
     void _tune(int major, Changes& changes) const;
     bool _isSource(const std::string& name, const PropertyStore& store) const;
+    // The inputs and extended sources a multi-view tile may show.
+    std::vector<std::string> _sources(const PropertyStore& store) const;
 
     const AppCatalogue m_apps;
     const std::vector<std::string> m_extendedSources;
     const bool m_multiView;
+    const WallStates m_wall;
 };
 
 }  // namespace ipc_tv

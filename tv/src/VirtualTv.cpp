@@ -36,7 +36,7 @@ struct VirtualTv::Pending {
 
 VirtualTv::VirtualTv(PropertySchema schema, TvConfig config, std::string statePath)
     : m_config(std::move(config)),
-      m_controls(m_config.apps, m_config.extendedSources, m_config.multiView),
+      m_controls(m_config.apps, m_config.extendedSources, m_config.multiView, m_config.wallStates),
       m_stateFile(std::move(statePath)),
       m_store(m_config.productSchema(schema), m_config.unsupportedNames()),
       m_knobs(m_config.knobs),
@@ -207,8 +207,9 @@ void VirtualTv::_process(Pending& pending) {
                                     : m_store.checkGet(*request.list, conditions);
         }
         if (error == DYNF_ERROR_NONE) {
-            result = request.withValues ? m_store.valuesOf(*request.list)
-                                        : std::make_unique<dynf_property_list_s>();
+            result = !request.withValues ? std::make_unique<dynf_property_list_s>()
+                     : request.isWrite   ? m_store.valuesOf(*request.list)
+                                         : m_controls.answer(*request.list, m_store);
         }
     }
     const ClientPtr& client = request.client;
