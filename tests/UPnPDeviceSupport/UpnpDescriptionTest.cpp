@@ -1,0 +1,150 @@
+// Tests of the description documents: loading, element edits, service lists and safe storing.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include "UpnpDescriptionDevice.h"
+#include "UpnpDescriptionService.h"
+#include "support/PlatformFixture.h"
+
+using namespace ip_control;
+using testsupport::readFile;
+using testsupport::writeFile;
+
+namespace {
+
+const char* kDevice = R"(<?xml version="1.0"?>
+<root xmlns="urn:schemas-upnp-org:device-1-0" xmlns:dlna="urn:schemas-dlna-org:device-1-0">
+  <device>
+    <friendlyName>TV</friendlyName>
+    <serviceList>
+      <service><serviceType>urn:x:service:A:1</serviceType><SCPDURL>first.xml</SCPDURL>
+        <controlURL>/a/control</controlURL></service>
+      <service><serviceType>urn:x:service:B:1</serviceType></service>
+      <service><serviceType>urn:x:service:A:1</serviceType><SCPDURL>second.xml</SCPDURL>
+      </service>
+    </serviceList>
+  </device>
+</root>
+)";
+
+const char* kScpd = R"(<?xml version="1.0"?>
+<scpd xmlns="urn:schemas-upnp-org:service-1-0">
+  <actionList>
+    <action><name>GetState</name></action>
+    <action><name>SetState</name></action>
+  </actionList>
+  <serviceStateTable/>
+</scpd>
+)";
+
+class UpnpDescriptionTest : public ::testing::Test {
+protected:
+    // Writes the text to a file named after the case and loads it as a device description.
+    std::string loadDevice(const std::string& name, const char* text = kDevice) {
+        std::string path = m_dir.file(name);
+        writeFile(path, text);
+        EXPECT_TRUE(m_device.parseDescriptionFile(path));
+        return path;
+    }
+
+    testsupport::TempDir m_dir;
+    testsupport::LogCapture m_log;
+    UpnpDescriptionDevice m_device;
+};
+
+}  // namespace
+
+TEST_F(UpnpDescriptionTest, ServiceFileWithDeviceRootIsRefused) {
+    std::string path = m_dir.file("scpd-with-device-root.xml");
+    writeFile(path, kDevice);
+    UpnpDescriptionService service;
+    EXPECT_FALSE(service.parseServiceFile(path));
+    EXPECT_FALSE(service.isLoaded());
+    EXPECT_TRUE(m_log.contains("wrong root element name [root] expected [scpd]"));
+    EXPECT_FALSE(service.store());
+    EXPECT_TRUE(m_log.contains("Wrong state m_xmlDoc==NULL"));
+}
+
+TEST_F(UpnpDescriptionTest, ServiceListsAndAddsActions) {
+    std::string path = m_dir.file("scpd-two-actions.xml");
+    writeFile(path, kScpd);
+    UpnpDescriptionService service;
+    ASSERT_TRUE(service.parseServiceFile(path));
+    EXPECT_EQ(service.getFolder(), m_dir.path());
+    EXPECT_FALSE(service.addAction("<stateVariable/>"));
+    EXPECT_FALSE(service.addAction("<action>"));
+    EXPECT_FALSE(service.isUpdated());
+    EXPECT_TRUE(service.addAction("<action><name>Extra</name></action>"));
+    EXPECT_TRUE(service.addServiceVariable("<stateVariable><name>S</name></stateVariable>"));
+    std::vector<std::string> actions;
+    ASSERT_TRUE(service.getActions(actions));
+    EXPECT_EQ(actions, (std::vector<std::string>{"GetState", "SetState", "Extra"}));
+    EXPECT_TRUE(service.isUpdated());
+}
+
+TEST_F(UpnpDescriptionTest, SetElementOfSameValueLeavesFileUnmarked) {
+    loadDevice("device-same-name.xml");
+    EXPECT_TRUE(m_device.setDeviceElement("friendlyName", "TV"));
+    EXPECT_FALSE(m_device.isUpdated());
+    EXPECT_TRUE(m_device.setDeviceElement("friendlyName", "Living <room>"));
+    EXPECT_TRUE(m_device.isUpdated());
+    std::string value;
+    ASSERT_TRUE(m_device.getDeviceElement("friendlyName", value));
+    EXPECT_EQ(value, "Living <room>");
+}
+
+TEST_F(UpnpDescriptionTest, MissingElementIsAppendedInItsNamespace) {
+    std::string path = loadDevice("device-without-serial.xml");
+    std::string value = "untouched";
+    EXPECT_FALSE(m_device.getDeviceElement("serialNumber", value));
+    EXPECT_EQ(value, "untouched");
+    EXPECT_TRUE(m_device.setDeviceElement("serialNumber", "123"));
+    EXPECT_TRUE(m_device.setDeviceElement("dlna:X_DLNADOC", "DMR-1.50"));
+    ASSERT_TRUE(m_device.store());
+    std::string text = readFile(path);
+    size_t serial = text.find("<serialNumber>123</serialNumber>");
+    ASSERT_NE(serial, std::string::npos) << text;
+    EXPECT_GT(serial, text.find("</serviceList>"));
+    EXPECT_NE(text.find("<dlna:X_DLNADOC>DMR-1.50</dlna:X_DLNADOC>"), std::string::npos);
+
+    UpnpDescriptionDevice reloaded;
+    ASSERT_TRUE(reloaded.parseDescriptionFile(path));
+    ASSERT_TRUE(reloaded.getDeviceElement("dlna:X_DLNADOC", value));
+    EXPECT_EQ(value, "DMR-1.50");
+}
+
+TEST_F(UpnpDescriptionTest, StoreWritesTmpThenRenames) {
+    std::string path = loadDevice("device-store.xml");
+    ASSERT_TRUE(m_device.setDeviceElement("friendlyName", "New"));
+    ASSERT_TRUE(m_device.store());
+    EXPECT_NE(readFile(path).find("<friendlyName>New</friendlyName>"), std::string::npos);
+    struct stat st;
+    EXPECT_NE(stat((path + ".tmp").c_str(), &st), 0);
+    EXPECT_TRUE(m_log.contains("updated file:" + path));
+}
+
+TEST_F(UpnpDescriptionTest, FailedWriteLeavesOldFileWhole) {
+    std::string path = loadDevice("device-tmp-unwritable.xml");
+    ASSERT_EQ(mkdir((path + ".tmp").c_str(), 0700), 0);
+    ASSERT_TRUE(m_device.setDeviceElement("friendlyName", "New"));
+    EXPECT_FALSE(m_device.store());
+    EXPECT_EQ(readFile(path), kDevice);
+    EXPECT_TRUE(m_log.contains("File writing failed:" + path + ".tmp"));
+}
+
+TEST_F(UpnpDescriptionTest, ServicesInDocumentOrderAndFirstOfTypeWins) {
+    loadDevice("device-duplicate-service-type.xml");
+    std::vector<UpnpDescriptionDevice::ServiceInfo> services;
+    ASSERT_TRUE(m_device.getServices(services));
+    ASSERT_EQ(services.size(), 3u);
+    EXPECT_EQ(services[1].serviceType, "urn:x:service:B:1");
+    EXPECT_EQ(services[1].controlURL, "");
+    UpnpDescriptionDevice::ServiceInfo info;
+    ASSERT_TRUE(m_device.getService("urn:x:service:A:1", info));
+    EXPECT_EQ(info.SCPDURL, "first.xml");
+    EXPECT_EQ(info.controlURL, "/a/control");
+    EXPECT_FALSE(m_device.getService("urn:x:service:a:1", info));
+    EXPECT_TRUE(m_device.addService("<service><serviceType>C</serviceType></service>"));
+    EXPECT_TRUE(m_device.getService("C", info));
+}
