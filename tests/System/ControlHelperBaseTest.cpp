@@ -144,18 +144,6 @@ TEST_F(ControlHelperBaseTest, IntBuilderRefusesEveryOtherValueAsInvalidParams) {
     }
 }
 
-TEST_F(ControlHelperBaseTest, IntBuilderAddsToAnExistingList) {
-    CmdRequest request = command(R"({"red":"1","green":2})");
-    List list(m_helper.getPropertyDataInternalInt(&request, "red", "r"));
-    ASSERT_NE(nullptr, list);
-    EXPECT_TRUE(m_helper.addPropertyDataInternalInt(list.get(), &request, "green", "g"));
-    EXPECT_FALSE(m_helper.addPropertyDataInternalInt(list.get(), &request, "blue", "b"));
-    std::vector<fakedynf::Property> properties = fakedynf::describe(list.get());
-    ASSERT_EQ(2u, properties.size());
-    EXPECT_EQ("g", properties[1].name);
-    EXPECT_EQ(2, properties[1].intValue);
-}
-
 TEST_F(ControlHelperBaseTest, StringBuilderTakesScalarsAndRefusesContainers) {
     const std::pair<const char*, const char*> cases[] = {
         {R"({"mode":"Movie"})", "Movie"},

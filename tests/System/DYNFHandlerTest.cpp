@@ -103,22 +103,6 @@ TEST_F(DYNFHandlerTest, FailedWallSubscriptionFailsCreateAndResultsGoNowhere) {
     EXPECT_TRUE(answers().empty());  // and the command was freed: the leak checker would see it
 }
 
-TEST_F(DYNFHandlerTest, PowerReadAsksTheTvServiceAndAnswersFromTheResult) {
-    ASSERT_TRUE(create());
-    ASSERT_TRUE(startPowerRead());
-    std::vector<fakedynf::Call> calls = framework().calls();
-    ASSERT_EQ(1u, calls.size());
-    EXPECT_FALSE(calls[0].isSet);
-    EXPECT_EQ("tvcontrol", calls[0].service);
-    EXPECT_EQ(2, calls[0].flags);
-    ASSERT_EQ(1u, calls[0].properties.size());
-    EXPECT_EQ("powerValue", calls[0].properties[0].name);
-    EXPECT_TRUE(framework().answer(0, DYNF_ERROR_NONE, fakedynf::stringList("powerValue", "off")));
-    ASSERT_EQ(1u, answers().size());
-    EXPECT_FALSE(answers()[0].bJsonRpcError);
-    EXPECT_EQ(JsonValue::Create(R"({"power":"powerOff"})"), answers()[0].result);
-}
-
 TEST_F(DYNFHandlerTest, FrameworkErrorInTheResultFailsTheCommand) {
     ASSERT_TRUE(create());
     ASSERT_TRUE(start(command("powerControl", POWER_CONTROL, R"({"power":"powerOn"})"), true));

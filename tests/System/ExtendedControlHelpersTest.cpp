@@ -1,5 +1,5 @@
-// Expert picture, channel, TV state, rotation, multi-view and wall helpers: what each method
-// sends, how answers are shaped, and what is refused before any framework call.
+// Expert picture, channel, TV state, multi-view and wall helpers: how answers are shaped and
+// what is refused before any framework call.
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,15 +28,6 @@ CmdRequest handled(IControlHelper& helper, CmdRequest request, List result = nul
     return helpertest::handled(helper, std::move(request), DYNF_ERROR_NONE, std::move(result));
 }
 
-// One single-property method as its client sees it.
-struct SingleMethod {
-    IControlHelper& helper;
-    DYNF_TVCONTROL_PROP_TYPE type;
-    const char* key;
-    const char* property;
-    bool isText;
-};
-
 class ExtendedControlHelpersTest : public testsupport::PlatformTest {
 protected:
     ExpertPictureControlHelper m_expert;
@@ -46,35 +37,6 @@ protected:
     MultiViewControlHelper m_multiView;
     WallModeControlHelper m_wall;
 };
-
-TEST_F(ExtendedControlHelpersTest, SinglePropertyMethodsReadAndWriteUnderTheirKey) {
-    const SingleMethod methods[] = {
-        {m_expert, BACKLIGHT_CONTROL, "backlight", "backlight", false},
-        {m_expert, AMP_LED_CLEAR_MOTION_CONTROL, "LEDClearMotion", "LEDClearMotion", true},
-        {m_expert, GAMMA_MODE_CONTROL, "gammaMode", "gammaMode", true},
-        {m_expert, COLOR_SPACE_BLUE_CONTROL, "colorSpaceBlue", "colorSpaceBlue", false},
-        {m_rotator, DISPLAY_ROTATOR_CONTROL, "rotation", "displayRotation", true},
-        {m_wall, AMBIENT_CONTROL, "ambient", "wallAmbient", true},
-    };
-    for (const SingleMethod& m : methods) {
-        CmdRequest read = command(m.type, "m", R"({"AccessToken":"t"})");
-        const fakedynf::Property asked = helpertest::sentOne(m.helper, read);
-        EXPECT_EQ(m.property, asked.name) << m.key;
-        EXPECT_EQ(m.isText ? DYNF_PROPERTY_STRING : DYNF_PROPERTY_INT, asked.type) << m.key;
-
-        const JsonValue value = m.isText ? JsonValue("Off") : JsonValue(-3);
-        JsonValue params(common::json::JsonType::objectValue);
-        params[m.key] = value;
-        CmdRequest write = command(m.type, "m", params.toString());
-        const fakedynf::Property written = helpertest::sentOne(m.helper, write);
-        EXPECT_EQ(m.isText ? "Off" : "", written.text) << m.key;
-        EXPECT_EQ(m.isText ? 0 : -3, written.intValue) << m.key;
-
-        dynf_property_h property = m.isText ? dynf_property_create_string(m.property, "Off")
-                                            : dynf_property_create_int(m.property, -3);
-        EXPECT_EQ(params, handled(m.helper, read, answer({property})).result) << m.key;
-    }
-}
 
 TEST_F(ExtendedControlHelpersTest, UnusableCommandsFailBeforeAnyCall) {
     struct Case {
@@ -109,47 +71,6 @@ TEST_F(ExtendedControlHelpersTest, UnusableCommandsFailBeforeAnyCall) {
             helpertest::expectError(request, INVALID_PARAMS,
                                     DEVICE_MANAGER_ERROR_INVALID_OPERATION);
         }
-    }
-}
-
-TEST_F(ExtendedControlHelpersTest, CompositeWritesBuildTheirProperties) {
-    struct Case {
-        IControlHelper& helper;
-        DYNF_TVCONTROL_PROP_TYPE type;
-        const char* params;
-        std::vector<std::string> sent;  // name=value of every property, in order
-    };
-    const Case cases[] = {
-        {m_channel, DIRECT_CHANNEL_CONTROL, "{}", {"channelMajor=0", "channelMinor=0"}},
-        {m_channel, DIRECT_CHANNEL_CONTROL, R"({"major":7})", {"channelMajor=7", "channelMinor=0"}},
-        {m_channel,
-         DIRECT_CHANNEL_CONTROL,
-         R"({"major":"12","minor":"3"})",
-         {"channelMajor=12", "channelMinor=3"}},
-        {m_multiView, MULTIVIEW_CONTROL, "{}", {"multiView={}"}},
-        {m_multiView, MULTIVIEW_CONTROL, R"({"multiView":"off"})", {R"(multiView={"on":false})"}},
-        {m_multiView,
-         MULTIVIEW_CONTROL,
-         R"({"multiView":"on","layout":"split","sources":["TV","HDMI1"]})",
-         {R"(multiView={"on":true,"layout":"split","sources":["TV","HDMI1"]})"}},
-        {m_wall, GET_BOX_STATES, "{}", {"wallBoxStates=[]"}},
-        {m_wall, GET_CABINET_GROUP_IDS, "{}", {"wallCabinetGroupIds=[]"}},
-        {m_wall, GET_CABINET_STATES, R"({"AccessToken":"t"})", {"wallCabinetStates={}"}},
-        {m_wall,
-         GET_CABINET_STATES,
-         R"({"groupId":"A","row":2})",
-         {R"(wallCabinetStates={"groupId":"A"})"}},
-    };
-    for (const Case& c : cases) {
-        CmdRequest request = command(c.type, "m", c.params);
-        std::vector<std::string> sent;
-        for (const fakedynf::Property& p : helpertest::sent(c.helper, request)) {
-            const bool isInt = p.type == DYNF_PROPERTY_INT;
-            sent.push_back(
-                p.name + "=" +
-                (isInt ? std::to_string(p.intValue) : JsonValue::Create(p.text).toString()));
-        }
-        EXPECT_EQ(c.sent, sent) << c.params;
     }
 }
 

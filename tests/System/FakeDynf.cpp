@@ -111,12 +111,6 @@ int Framework::liveHandles() const {
     return static_cast<int>(m_handles.size());
 }
 
-bool Framework::waitForCalls(size_t count, int timeoutMs) const {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_callMade.wait_for(lock, std::chrono::milliseconds(timeoutMs),
-                               [&] { return m_calls.size() >= count; });
-}
-
 bool Framework::answer(size_t index, dynf_error error, dynf_property_list_h result) {
     Call call;
     {
@@ -148,19 +142,6 @@ void Framework::sendStatus(const std::string& service, dynf_service_status statu
 void Framework::sendStatus(dynf_protocol_h handle, const std::string& service,
                            dynf_service_status status) {
     onCallbackThread([&] { handle->status(handle, service.c_str(), status, handle->userData); });
-}
-
-void Framework::sendNotification(const std::string& service, dynf_property_list_h properties) {
-    dynf_protocol_h handle = nullptr;
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        handle = m_handles.empty() ? nullptr : m_handles.back();
-    }
-    if (handle != nullptr) {
-        onCallbackThread(
-            [&] { handle->noti(handle, service.c_str(), properties, handle->userData); });
-    }
-    dynf_property_list_destroy(properties);
 }
 
 dynf_protocol_h Framework::create(dynf_service_status_cb status, dynf_noti_cb noti,
@@ -248,7 +229,6 @@ int Framework::property(bool isSet, dynf_protocol_h handle, const char* service,
         *requestId = static_cast<uint32_t>(m_calls.size());
     }
     m_calls.push_back(call);
-    m_callMade.notify_all();
     return call.accepted ? 0 : (m_callResult != 0 ? m_callResult : -1);
 }
 

@@ -2,7 +2,6 @@
 // and lets a test answer requests, report service status and send notifications.
 #pragma once
 
-#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -59,8 +58,6 @@ public:
     std::vector<std::string> subscriptions() const;
     std::vector<std::string> unsubscriptions() const;
     int liveHandles() const;
-    // Waits up to timeoutMs until count get/set calls have been made; false on timeout.
-    bool waitForCalls(size_t count, int timeoutMs = 5000) const;
 
     // Answers call index with error and result (taken over; may be null). False when that call
     // is not waiting for an answer.
@@ -69,8 +66,6 @@ public:
     void sendStatus(const std::string& service, dynf_service_status status);
     // The same on a given handle (usable inside the create hook).
     void sendStatus(dynf_protocol_h handle, const std::string& service, dynf_service_status status);
-    // Sends a notification (list taken over) on the last created handle.
-    void sendNotification(const std::string& service, dynf_property_list_h properties);
 
     // Framework side of the C functions.
     dynf_protocol_h create(dynf_service_status_cb status, dynf_noti_cb noti, void* userData);
@@ -82,7 +77,6 @@ public:
 
 private:
     mutable std::mutex m_mutex;  // protects every member below
-    mutable std::condition_variable m_callMade;
     bool m_createFails = false;
     int m_subscriptionFailure = -1;
     int m_subscriptionCount = 0;

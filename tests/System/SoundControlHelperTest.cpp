@@ -62,25 +62,6 @@ TEST_F(SoundControlHelperTest, MuteWordsAndTheFallbackToFalse) {
     }
 }
 
-TEST_F(SoundControlHelperTest, MuteReadAnswersTheClientWord) {
-    List on = answer({dynf_property_create_bool("mute", true)});
-    EXPECT_EQ(JsonValue::Create(R"({"mute":"muteOn"})"), handled(mute("{}"), std::move(on)).result);
-    List off = answer({dynf_property_create_bool("mute", false)});
-    EXPECT_EQ(JsonValue::Create(R"({"mute":"muteOff"})"),
-              handled(mute("{}"), std::move(off)).result);
-}
-
-TEST_F(SoundControlHelperTest, SpeakerWordsAreTranslatedBothWays) {
-    const std::pair<const char*, const char*> words[] = {
-        {"Internal", "internal"}, {"External", "external"}, {"AudioOut/Optical", "optical"}};
-    for (const auto& [client, framework] : words) {
-        CmdRequest request = speaker(std::string(R"({"speakerSelect":")") + client + "\"}");
-        EXPECT_EQ(framework, helpertest::sentOne(m_helper, request).text) << client;
-        CmdRequest read = handled(speaker("{}"), helpertest::stringAnswer("speaker", framework));
-        EXPECT_EQ(client, read.result["speakerSelect"].asString()) << framework;
-    }
-}
-
 TEST_F(SoundControlHelperTest, UnknownSpeakerWordSendsTheEmptyString) {
     for (const char* params : {R"({"speakerSelect":"internal"})", R"({"speakerSelect":"TV"})",
                                R"({"AccessToken":"t"})"}) {
@@ -97,26 +78,6 @@ TEST_F(SoundControlHelperTest, UnknownFrameworkSpeakerLeavesSpeakerSelectOut) {
     EXPECT_FALSE(request.result.isMember("speakerSelect"));
 }
 
-TEST_F(SoundControlHelperTest, VolumeAndSoundModeTravelUnchanged) {
-    CmdRequest volume = command(DIRECT_VOLUME_CONTROL, "directVolumeControl", R"({"volume":"20"})");
-    fakedynf::Property property = helpertest::sentOne(m_helper, volume);
-    EXPECT_EQ("volume", property.name);
-    EXPECT_EQ(20, property.intValue);
-    CmdRequest mode = command(SOUND_MODE_CONTROL, "soundModeControl", R"({"soundMode":"Amplify"})");
-    property = helpertest::sentOne(m_helper, mode);
-    EXPECT_EQ("soundMode", property.name);
-    EXPECT_EQ("Amplify", property.text);
-
-    List level = answer({dynf_property_create_int("volume", 7)});
-    EXPECT_EQ(JsonValue::Create(R"({"volume":7})"),
-              handled(command(DIRECT_VOLUME_CONTROL, "directVolumeControl", "{}"), std::move(level))
-                  .result);
-    EXPECT_EQ(JsonValue::Create(R"({"soundMode":"Standard"})"),
-              handled(command(SOUND_MODE_CONTROL, "soundModeControl", "{}"),
-                      helpertest::stringAnswer("soundMode", "Standard"))
-                  .result);
-}
-
 TEST_F(SoundControlHelperTest, VolumeBeyondIntIsInvalidParams) {
     CmdRequest request =
         command(DIRECT_VOLUME_CONTROL, "directVolumeControl", R"({"volume":99999999999})");
@@ -128,19 +89,6 @@ TEST_F(SoundControlHelperTest, MissingVolumeFailsTheRead) {
     CmdRequest request = handled(command(DIRECT_VOLUME_CONTROL, "directVolumeControl", "{}"),
                                  helpertest::stringAnswer("mute", "x"));
     helpertest::expectError(request, SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_UNKNOWN);
-}
-
-TEST_F(SoundControlHelperTest, SpeakerListReadAndChoiceBuildTheirJsonText) {
-    CmdRequest read = speakers();
-    fakedynf::Property property = helpertest::sentOne(m_helper, read);
-    EXPECT_EQ("connectedExternalSpeakerList", property.name);
-    EXPECT_EQ(DYNF_PROPERTY_JSON_STRING, property.type);
-    EXPECT_EQ("{}", property.text);
-
-    CmdRequest choice = speakers(R"({"deviceName":"Bar \"1\"","deviceId":"7"})");
-    property = helpertest::sentOne(m_helper, choice);
-    EXPECT_EQ(JsonValue::Create(R"({"id":"7","name":"Bar \"1\""})"),
-              JsonValue::Create(property.text));
 }
 
 TEST_F(SoundControlHelperTest, SpeakerListIsRebuiltWithClientKeys) {
@@ -182,18 +130,6 @@ TEST_F(SoundControlHelperTest, RefusedSpeakerChoiceFailsWithoutUsageEvent) {
                             DYNF_ERROR_INVALID_VALUE, nullptr);
     helpertest::expectError(request, INVALID_PARAMS, DEVICE_MANAGER_ERROR_INVALID_OPERATION);
     EXPECT_TRUE(helpertest::kpiDescriptions(m_dir).empty());
-}
-
-TEST_F(SoundControlHelperTest, WritesSendUsageEventsWithTheClientsWords) {
-    startPlatform("\"product.tv_year\": 23");
-    handled(command(DIRECT_VOLUME_CONTROL, "directVolumeControl", R"({"volume":20})"), nullptr);
-    handled(mute(R"({"AccessToken":"t","mute":"muteOn"})"), nullptr);
-    handled(speaker(R"({"speakerSelect":"External"})"), nullptr);
-    EXPECT_EQ((std::vector<std::string>{
-                  "{svn=ipcontrol;cm=set;rn=directVolumeControl;pn=volume;pv=20}",
-                  "{svn=ipcontrol;cm=set;rn=muteControl;pn=mute;pv=muteOn}",
-                  "{svn=ipcontrol;cm=set;rn=speakerSelectControl;pn=speakerSelect;pv=External}"}),
-              helpertest::kpiDescriptions(m_dir));
 }
 
 }  // namespace

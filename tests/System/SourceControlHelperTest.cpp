@@ -47,18 +47,6 @@ protected:
     SourceControlHelper m_helper;
 };
 
-TEST_F(SourceControlHelperTest, ReadAsksForBothSourcesInOneList) {
-    CmdRequest request = input(R"({"AccessToken":"t"})");
-    std::vector<fakedynf::Property> properties = helpertest::sent(m_helper, request);
-    ASSERT_EQ(2u, properties.size());
-    EXPECT_EQ("inputSource", properties[0].name);
-    EXPECT_EQ("extendedSource", properties[1].name);
-    for (const fakedynf::Property& property : properties) {
-        EXPECT_EQ(DYNF_PROPERTY_STRING, property.type);
-        EXPECT_EQ("", property.text);
-    }
-}
-
 TEST_F(SourceControlHelperTest, WriteFollowsTheVocabulary) {
     const struct {
         const char* client;
@@ -67,9 +55,7 @@ TEST_F(SourceControlHelperTest, WriteFollowsTheVocabulary) {
     } rows[] = {
         {"TV", "inputSource", "dtv"},
         {"HDMI2", "inputSource", "HDMI2"},
-        {"HDMI-CEC", "inputSource", "HDMI-CEC"},
         {"Component", "extendedSource", "Component"},
-        {"tv", "extendedSource", "tv"},
     };
     for (const auto& row : rows) {
         CmdRequest request = input(std::string(R"({"inputSource":")") + row.client + "\"}");
@@ -103,23 +89,6 @@ TEST_F(SourceControlHelperTest, MissingSourcePropertyFailsTheRead) {
                             SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_UNKNOWN);
     helpertest::expectError(handled(input("{}"), helpertest::stringAnswer("extendedSource", "")),
                             SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_UNKNOWN);
-}
-
-TEST_F(SourceControlHelperTest, UsbReadAsksForTheConnectedList) {
-    CmdRequest request = usb();
-    fakedynf::Property property = helpertest::sentOne(m_helper, request);
-    EXPECT_EQ("connectedExtendedSourceList", property.name);
-    EXPECT_EQ(DYNF_PROPERTY_JSON_STRING, property.type);
-    EXPECT_EQ("[]", property.text);
-}
-
-TEST_F(SourceControlHelperTest, UsbChoiceSendsNameAndIdAsExtendedSource) {
-    CmdRequest request = usb(R"({"AccessToken":"t","deviceName":"Stick \"A\"","deviceId":"usb1"})");
-    fakedynf::Property property = helpertest::sentOne(m_helper, request);
-    EXPECT_EQ("extendedSource", property.name);
-    EXPECT_EQ(DYNF_PROPERTY_STRING, property.type);
-    EXPECT_EQ(JsonValue::Create(R"({"deviceName":"Stick \"A\"","additionalData":"usb1"})"),
-              JsonValue::Create(property.text));
 }
 
 TEST_F(SourceControlHelperTest, UsbChoiceWithoutBothFieldsIsRefused) {
@@ -159,16 +128,6 @@ TEST_F(SourceControlHelperTest, UnreadableUsbListFailsTheRead) {
     }
     helpertest::expectError(handled(usb(), helpertest::stringAnswer("inputSource", "dtv")),
                             SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_UNKNOWN);
-}
-
-TEST_F(SourceControlHelperTest, WritesSendUsageEvents) {
-    startPlatform("\"product.tv_year\": 23");
-    handled(input(R"({"AccessToken":"t","inputSource":"HDMI2"})"), nullptr);
-    handled(usb(R"({"deviceName":"Stick","deviceId":"usb1"})"), nullptr);
-    EXPECT_EQ((std::vector<std::string>{
-                  "{svn=ipcontrol;cm=set;rn=inputSourceControl;pn=inputSource;pv=HDMI2}",
-                  "{svn=ipcontrol;cm=set;rn=USBSourceControl;pn=deviceName;pv=Stick}"}),
-              helpertest::kpiDescriptions(m_dir));
 }
 
 }  // namespace

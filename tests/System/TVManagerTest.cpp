@@ -150,12 +150,6 @@ TEST_F(TVManagerTest, WallMethodsAreUnknownOffAWall) {
     EXPECT_EQ(METHOD_NOT_FOUND, errorOf("getCabinetStates", R"({"cabinetId":"1"})"));
 }
 
-TEST_F(TVManagerTest, MicroLedDisplayKnowsTheWallMethods) {
-    createOn("\"tessera_support\": false, \"tessera_version\": 2");
-    run("getBoxStates", "{}");
-    EXPECT_EQ("wallBoxStates", askedProperty());
-}
-
 TEST_F(TVManagerTest, TestWallModeWrittenFromOutsideAppliesToTheNextCommand) {
     createOn("\"tessera_support\": false");
     EXPECT_EQ(METHOD_NOT_FOUND, errorOf("getBoxStates", "{}"));

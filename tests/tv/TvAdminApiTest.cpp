@@ -58,25 +58,6 @@ protected:
     }
 };
 
-TEST_F(TvAdminApiTest, StateShowsTheTv) {
-    startTv(R"({"ambientType": 4, "unsupported": ["ambientMode"], "knobs": {"latencyMs": 20}})");
-    EXPECT_EQ(R"("on")", tvState("power"));
-    EXPECT_EQ("false", tvState("ambient"));
-    EXPECT_EQ("4", tvState("ambientType"));
-    EXPECT_EQ(R"({"tv":true,"wall":true})", tvState("service"));
-    EXPECT_EQ("20", tvState("knobs.latencyMs"));
-    EXPECT_EQ(R"(["ambientMode","artMode","displayRotation","multiView","wallAmbient",)"
-              R"("wallBoxStates","wallCabinetGroupIds","wallCabinetStates"])",
-              tvState("unsupported"));
-    EXPECT_EQ("false", tvState("testWallMode"));
-    RecordingClient client;
-    EXPECT_EQ("1", tvState("clients"));
-
-    ipc_tv::stop();
-    EXPECT_EQ("null", tvState());
-    EXPECT_EQ(503, request("PUT", "/api/tv/power", R"("off")").status);
-}
-
 TEST_F(TvAdminApiTest, PowerRouteActsAsTheRemote) {
     startTv(R"({"knobs": {"rebootMs": 60000, "tvServiceAvailable": false}})");
     RecordingClient client;
@@ -93,13 +74,6 @@ TEST_F(TvAdminApiTest, PowerRouteActsAsTheRemote) {
     EXPECT_EQ(200, request("PUT", "/api/tv/power", R"("reboot")").status);
     EXPECT_EQ(R"("reboot")", tvState("power"));
     EXPECT_EQ(409, request("PUT", "/api/tv/power", R"("on")").status);
-}
-
-TEST_F(TvAdminApiTest, AmbientRouteSetsTheMode) {
-    startTv();
-    EXPECT_EQ(200, request("PUT", "/api/tv/ambientMode", "2").status);
-    EXPECT_EQ("true", tvState("ambient"));
-    EXPECT_EQ("2", tvState("ambientMode"));
 }
 
 TEST_F(TvAdminApiTest, KnobsRouteChangesOnlyTheGivenKnobs) {
@@ -137,26 +111,18 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, RefusedAdminBodyTest,
     ::testing::Values(
         BadBody{"KnobsNotObject", "/api/tv/knobs", "[1]"},
-        BadBody{"KnobsEmptyBody", "/api/tv/knobs", ""},
         BadBody{"KnobsUnknownMember", "/api/tv/knobs", R"({"latencyMs": 5, "speed": 1})"},
         BadBody{"KnobsNegativeLatency", "/api/tv/knobs", R"({"latencyMs": -1})"},
         BadBody{"KnobsHugeLatency", "/api/tv/knobs", R"({"latencyMs": 99999999999999})"},
         BadBody{"KnobsLatencyAsText", "/api/tv/knobs", R"({"latencyMs": "5"})"},
-        BadBody{"KnobsLatencyAsDouble", "/api/tv/knobs", R"({"latencyMs": 5.5})"},
         BadBody{"KnobsFailWithSuccess", "/api/tv/knobs",
                 R"({"latencyMs": 5, "failNext": {"count": 1, "error": 0}})"},
-        BadBody{"KnobsFailNextNull", "/api/tv/knobs", R"({"failNext": null})"},
         BadBody{"KnobsAvailabilityAsText", "/api/tv/knobs", R"({"tvServiceAvailable": "no"})"},
         BadBody{"PowerUnknownWord", "/api/tv/power", R"("standby")"},
         BadBody{"PowerClientWord", "/api/tv/power", R"("powerOff")"},
-        BadBody{"PowerNumber", "/api/tv/power", "0"},
-        BadBody{"PowerObject", "/api/tv/power", R"({"power": "off"})"},
         BadBody{"AmbientOutOfRange", "/api/tv/ambientMode", "4"},
-        BadBody{"AmbientAsText", "/api/tv/ambientMode", R"("1")"},
         BadBody{"TestWallModeAsText", "/api/tv/testWallMode", R"("true")"},
-        BadBody{"TestWallModeNull", "/api/tv/testWallMode", "null"},
         BadBody{"SpeakersNotArray", "/api/tv/speakers", R"({"id": "a", "name": "A"})"},
-        BadBody{"SpeakerWithoutName", "/api/tv/speakers", R"([{"id": "a"}])"},
         BadBody{"SpeakersSameId", "/api/tv/speakers",
                 R"([{"id": "a", "name": "A"}, {"id": "a", "name": "B"}])"},
         BadBody{"UsbErrorCodeAsText", "/api/tv/usbDevices",

@@ -16,33 +16,6 @@ constexpr char kMultiViewOff[] = R"({"on":false,"layout":"pip","sources":["dtv",
 
 using VirtualTvFeaturesTest = VirtualTvTest;
 
-// The edges of each kind of domain: negative, from 1, wide; words with dots and digits.
-TEST_F(VirtualTvFeaturesTest, ExpertPictureTakesItsDomainsOnly) {
-    const std::tuple<const char*, int, int> kRanges[] = {{"backlight", 0, 50},
-                                                         {"WB2Point", -50, 50},
-                                                         {"WB20PInterval", 1, 20},
-                                                         {"gammaHLG", -3, 3},
-                                                         {"colorSpaceBlue", 0, 100}};
-    const std::pair<const char*, std::vector<const char*>> kWords[] = {
-        {"gammaMode", {"BT.1886", "ST.2084", "HLG", "2.2"}},
-        {"filmMode", {"Off", "Auto1", "Auto2"}},
-        {"colorSpaceColor", {"Red", "Green", "Blue", "Yellow", "Cyan", "Magenta"}}};
-    startTv();
-    RecordingClient client;
-    for (const auto& [name, min, max] : kRanges) {
-        EXPECT_EQ(DYNF_ERROR_INVALID_VALUE, client.write(intProp(name, min - 1))) << name;
-        EXPECT_EQ(DYNF_ERROR_INVALID_VALUE, client.write(intProp(name, max + 1))) << name;
-        EXPECT_EQ(DYNF_ERROR_NONE, client.write(intProp(name, min))) << name;
-        EXPECT_EQ(DYNF_ERROR_NONE, client.write(intProp(name, max))) << name;
-    }
-    for (const auto& [name, words] : kWords) {
-        EXPECT_EQ(DYNF_ERROR_INVALID_VALUE, client.write(textProp(name, "off"))) << name;
-        for (const char* word : words) {
-            EXPECT_EQ(DYNF_ERROR_NONE, client.write(textProp(name, word))) << name;
-        }
-    }
-}
-
 TEST_F(VirtualTvFeaturesTest, ChannelWriteTunesDigitalTvAndWaitsOutStandby) {
     startTv(kProduct);
     RecordingClient client;
@@ -146,45 +119,6 @@ TEST_F(WallTest, CabinetReadsAnswerWhatTheFilterMatches) {
     EXPECT_EQ(R"([{"cabinetId":"B4","groupId":"B","row":2,"column":4,"power":"off",)"
               R"("temperature":24,"error":"E-201 LED driver fault"}])",
               client.read(jsonProp("wallCabinetStates", R"({"cabinetId":"B4"})")));
-}
-
-TEST_F(WallTest, UnavailableWallRefusesOnlyTheWallProperties) {
-    setKnobs(R"({"wallServiceAvailable": false})");
-    RecordingClient client;
-    for (const Prop& wall :
-         {textProp("wallAmbient", ""), jsonProp("wallBoxStates", "[]"),
-          jsonProp("wallCabinetGroupIds", "[]"), jsonProp("wallCabinetStates", "{}")}) {
-        EXPECT_EQ("error 2", client.read(wall)) << wall.name;
-    }
-    EXPECT_EQ("landscape", client.read(textProp("displayRotation", "")));
-    EXPECT_EQ(DYNF_ERROR_NONE, client.write(intProp("backlight", 10)));
-}
-
-TEST_F(VirtualTvFeaturesTest, NewStateSurvivesARestart) {
-    startTv(kProduct);
-    {
-        RecordingClient client;
-        for (const Prop& prop :
-             {intProp("channelMajor", 12), intProp("channelMinor", 5),
-              textProp("displayRotation", "portrait"), textProp("wallAmbient", "on"),
-              intProp("backlight", 40),
-              jsonProp("multiView", R"({"on":true,"layout":"split","sources":["AV","dtv"]})")}) {
-            ASSERT_EQ(DYNF_ERROR_NONE, client.write(prop)) << prop.name;
-        }
-    }
-    restartTv();
-    RecordingClient client;
-    ASSERT_EQ(DYNF_ERROR_NONE,
-              client.get({intProp("channelMajor", 0), intProp("channelMinor", 0),
-                          textProp("displayRotation", ""), textProp("wallAmbient", ""),
-                          intProp("backlight", 0), jsonProp("multiView", "{}"),
-                          jsonProp("wallCabinetGroupIds", "[]")}));
-    EXPECT_EQ(
-        (std::vector<std::string>{
-            "channelMajor=12", "channelMinor=5", "displayRotation=portrait", "wallAmbient=on",
-            "backlight=40", R"(multiView={"on":true,"layout":"split","sources":["AV","dtv"]})",
-            R"(wallCabinetGroupIds=["g"])"}),
-        client.nextResult().values);
 }
 
 }  // namespace

@@ -83,57 +83,6 @@ TEST_F(VirtualTvStateTest, StoredValuesOutsideTheProductFallBack) {
     EXPECT_EQ("30", client.read(intProp("volume", 0)));
 }
 
-TEST_F(VirtualTvStateTest, EveryShippedProfileStartsTheTv) {
-    struct Expected {
-        const char* profile;
-        int ambientType;
-        const char* ambientMode;  // what a read answers
-        const char* artMode;
-        const char* lastInput;
-        // What reads of the product's optional properties answer.
-        const char* localDimming;
-        const char* rotation;
-        const char* multiView;
-        const char* wallGroups;
-    };
-    const char* kOff = R"({"on":false,"layout":"pip","sources":["dtv","HDMI1"]})";
-    const char* kNo = "error 3";
-    const Expected kProfiles[] = {
-        {"tv-2023", 0, "0", kNo, "HDMI4", "Standard", kNo, kOff, kNo},
-        {"tv-2019", 0, kNo, kNo, "HDMI3", kNo, kNo, kNo, kNo},
-        {"wall", 0, kNo, kNo, "HDMI2", "Standard", "landscape", kNo, R"(["A","B"])"},
-        {"easel", 4, "0", "off", "HDMI4", "Standard", "landscape", kNo, kNo},
-        {"lfd", 0, kNo, kNo, "HDMI3", kNo, kNo, kNo, kNo}};
-    for (const Expected& expected : kProfiles) {
-        TempDir data;
-        ipc_platform::Options options;
-        options.dataDir = data.path();
-        options.resourceDir = IPC_TEST_RESOURCE_DIR;
-        options.profile = expected.profile;
-        std::string error;
-        ASSERT_TRUE(ipc_platform::initialize(options, error)) << error;
-        ASSERT_TRUE(ipc_tv::start(error)) << expected.profile << ": " << error;
-        EXPECT_EQ(expected.ambientType, device_power_get_ambient_type()) << expected.profile;
-        {
-            RecordingClient client;
-            EXPECT_EQ("on", client.read(kPowerRead)) << expected.profile;
-            EXPECT_EQ(expected.ambientMode, client.read(kAmbientRead)) << expected.profile;
-            EXPECT_EQ(expected.artMode, client.read(textProp("artMode", ""))) << expected.profile;
-            EXPECT_EQ(expected.localDimming, client.read(textProp("localDimming", "")))
-                << expected.profile;
-            EXPECT_EQ(expected.rotation, client.read(textProp("displayRotation", "")))
-                << expected.profile;
-            EXPECT_EQ(expected.multiView, client.read(jsonProp("multiView", "{}")))
-                << expected.profile;
-            EXPECT_EQ(expected.wallGroups, client.read(jsonProp("wallCabinetGroupIds", "[]")))
-                << expected.profile;
-            EXPECT_EQ(DYNF_ERROR_NONE, client.write(textProp("inputSource", expected.lastInput)));
-        }
-        ipc_tv::stop();
-        ipc_platform::shutdown();
-    }
-}
-
 struct NamedText {
     const char* name;
     const char* text;
