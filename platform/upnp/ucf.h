@@ -11,7 +11,7 @@ extern "C" {
 #endif
 
 /* Every int-returning operation returns 0 on success and non-zero on failure. Callbacks are
- * called on the library's own threads. */
+ * called on the GLib default main context (the daemon's main loop). */
 
 /* Filled by ucf_register_device. */
 typedef struct ucf_device_info {

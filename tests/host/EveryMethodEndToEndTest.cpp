@@ -87,7 +87,9 @@ struct Product {
     std::set<std::string> lacks;  // methods whose feature the product does not have
 };
 
-void PrintTo(const Product& product, std::ostream* out) { *out << product.profile; }
+void PrintTo(const Product& product, std::ostream* out) {
+    *out << product.profile;
+}
 
 class EveryMethodEndToEndTest : public ::testing::TestWithParam<Product> {};
 
