@@ -54,36 +54,40 @@ bool UpnpDevice::terminate() {
     return ok;
 }
 
-bool UpnpDevice::start() {
+namespace {
+
+// Calls a device operation of the library; a failure or an exception logs and gives false, so
+// nothing unwinds out of the layer.
+bool callDevice(int (*operation)(int), int handle, const char* failure, const char* name) {
     try {
-        if (ucf_start_device(m_handle) != 0) {
-            LOGE("StartDevice Failed");
-            return false;
+        if (operation(handle) == 0) {
+            return true;
         }
-        m_started = true;
-        return true;
+        LOGE("%s", failure);
     } catch (const std::exception& e) {
-        LOGE("StartDevice exception: %s", e.what());
+        LOGE("%s exception: %s", name, e.what());
     } catch (...) {
-        LOGE("StartDevice unknown exception");
+        LOGE("%s unknown exception", name);
     }
     return false;
 }
 
-bool UpnpDevice::stop() {
-    try {
-        if (ucf_stop_device(m_handle) != 0) {
-            LOGE("StopDevice failed");
-            return false;
-        }
-        m_started = false;
-        return true;
-    } catch (const std::exception& e) {
-        LOGE("StopDevice exception: %s", e.what());
-    } catch (...) {
-        LOGE("StopDevice unknown exception");
+}  // namespace
+
+bool UpnpDevice::start() {
+    if (!callDevice(ucf_start_device, m_handle, "StartDevice Failed", "StartDevice")) {
+        return false;
     }
-    return false;
+    m_started = true;
+    return true;
+}
+
+bool UpnpDevice::stop() {
+    if (!callDevice(ucf_stop_device, m_handle, "StopDevice failed", "StopDevice")) {
+        return false;
+    }
+    m_started = false;
+    return true;
 }
 
 bool UpnpDevice::suspend() {
