@@ -18,11 +18,17 @@ std::string hostExecutableDir() {
 
 namespace {
 
+std::string takeString(gchar* text) {
+    std::string result = text != nullptr ? text : "";
+    g_free(text);
+    return result;
+}
+
 bool parsePort(const char* name, int value, unsigned short& out, std::string& message,
                bool allowZero) {
     if (value < (allowZero ? 0 : 1) || value > 65535) {
-        message =
-            std::string(name) + " must be a TCP port from 1 to 65535, got " + std::to_string(value);
+        message = std::string(name) + " must be a TCP port from " + (allowZero ? "0" : "1") +
+                  " to 65535, got " + std::to_string(value);
         return false;
     }
     out = static_cast<unsigned short>(value);
@@ -54,6 +60,8 @@ ParseResult parseHostOptions(int argc, char** argv, HostOptions& options, std::s
     gchar* logLevel = nullptr;
     gint port = 0;
     gint adminPort = options.platform.adminPort;
+    gint upnpPort = -1;
+    unsigned short upnpPortValue = 0;
     gboolean noUpnp = FALSE;
     gboolean version = FALSE;
     GOptionEntry entries[] = {
@@ -70,6 +78,8 @@ ParseResult parseHostOptions(int argc, char** argv, HostOptions& options, std::s
          "How pairing requests are answered: screen, allow, deny or ignore (default screen)",
          "MODE"},
         {"no-upnp", 0, 0, G_OPTION_ARG_NONE, &noUpnp, "Do not announce the TV over UPnP", nullptr},
+        {"upnp-port", 0, 0, G_OPTION_ARG_INT, &upnpPort,
+         "TCP port of the UPnP description server (default 9110, 0 = any free port)", "N"},
         {"log-level", 0, 0, G_OPTION_ARG_STRING, &logLevel,
          "Lowest level written: debug, info, warn, error or silent (default info)", "LEVEL"},
         {"version", 0, 0, G_OPTION_ARG_NONE, &version, "Print the version and exit", nullptr},
@@ -104,7 +114,9 @@ ParseResult parseHostOptions(int argc, char** argv, HostOptions& options, std::s
         options.showVersion = true;
         result = ParseResult::Exit;
     } else if (!parsePort("--port", port, options.platform.port, message, true) ||
-               !parsePort("--admin-port", adminPort, options.platform.adminPort, message, true)) {
+               !parsePort("--admin-port", adminPort, options.platform.adminPort, message, true) ||
+               (upnpPort != -1 &&
+                !parsePort("--upnp-port", upnpPort, upnpPortValue, message, true))) {
         result = ParseResult::Error;
     } else if (logLevel != nullptr && !parseLogLevel(logLevel, options.logLevel)) {
         message = std::string("--log-level must be debug, info, warn, error or silent, got '") +
@@ -118,9 +130,11 @@ ParseResult parseHostOptions(int argc, char** argv, HostOptions& options, std::s
         }
         options.platform.approval = mode;
         options.platform.upnpEnabled = !noUpnp;
+        options.platform.upnpPort = upnpPort != -1 ? upnpPortValue : -1;
         options.platform.adminServer = true;
         options.platform.profile = profile != nullptr ? profile : "tv-2023";
-        options.platform.resourceDir = hostExecutableDir() + "/../share/ipcontrol";
+        options.platform.resourceDir =
+            takeString(g_canonicalize_filename("../share/ipcontrol", hostExecutableDir().c_str()));
         if (dataDir != nullptr) {
             options.platform.dataDir = dataDir;
         } else {

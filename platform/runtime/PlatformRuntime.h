@@ -22,6 +22,9 @@ struct Options {
     unsigned short adminPort = 8515;
     std::string approval = "screen";  // screen | allow | deny | ignore
     bool upnpEnabled = true;
+    // The UPnP description server's TCP port: -1 keeps the port the device asks for, 0 lets the
+    // kernel choose (for several services on one machine).
+    int upnpPort = -1;
 };
 
 // Loads the profile, the settings file (written with first-start values when missing) and the

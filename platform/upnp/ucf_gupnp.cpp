@@ -1,18 +1,24 @@
 // The ucf_* operations on GUPnP: contexts, root devices, actions and events. Main-loop only.
 #include "ucf.h"
 
+#include "PlatformRuntime.h"
 #include "UcfBodies.h"
 
 #include <libgupnp/gupnp.h>
 #include <libsoup/soup.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,13 +33,21 @@ struct SubscribeHandler {
     void* userData = nullptr;
 };
 
+// One hosted service; its paths tell requests for it apart.
+struct HostedService {
+    GUPnPService* service;  // owned
+    std::string controlPath;
+    std::string eventPath;
+    std::set<std::string> actions;  // action names connected so far
+};
+
 // One registered description, announced once per network context.
 struct Device {
     std::string descriptionPath;
     std::string udn;
     bool started = false;
     std::vector<GUPnPRootDevice*> roots;  // owned, one per context
-    std::vector<GUPnPService*> services;  // owned
+    std::vector<HostedService> services;
 };
 
 // All state lives on the main loop; nothing here is touched from another thread.
@@ -45,36 +59,78 @@ struct State {
     int nextHandle = 1;
     std::map<std::string, ActionHandler> actions;        // key: udn + "|" + service type
     std::map<std::string, SubscribeHandler> subscribes;  // same key
-    std::string* pendingInitialBody = nullptr;           // set while a subscriber is asked
-    unsigned subscriptionCounter = 0;
+    // The last value sent of each evented variable, by service key: GUPnP builds a new
+    // subscriber's first NOTIFY itself and asks for them.
+    std::map<std::string, std::map<std::string, std::string>> eventValues;
+    const std::string* pendingSubscription = nullptr;  // service key while a subscriber is told
 };
 State g_state;
+const size_t kMaxActionNames = 256;
+const goffset kMaxBodyBytes = 64 * 1024;  // SOAP requests and NOTIFY-sized bodies are far smaller
 
 std::string key(const char* udn, const char* type) {
     return std::string(udn != nullptr ? udn : "") + "|" + (type != nullptr ? type : "");
 }
 
-std::string readUdn(const std::string& path) {
-    xmlDoc* doc = xmlReadFile(path.c_str(), nullptr,
-                              XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+xmlNode* findUdnElement(xmlNode* node) {
+    for (; node != nullptr; node = node->next) {
+        if (node->type == XML_ELEMENT_NODE &&
+            std::strcmp(reinterpret_cast<const char*>(node->name), "UDN") == 0) {
+            return node;
+        }
+        if (xmlNode* found = findUdnElement(node->children)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+// A UDN that stays the same for this machine and this description file, so control points
+// recognise the TV across restarts and repairs of its web root, while two services with
+// different data folders on one machine differ.
+std::string stableUdn(const std::string& path) {
+    std::string seed = g_get_host_name();
+    gchar* machineId = nullptr;
+    if (g_file_get_contents("/etc/machine-id", &machineId, nullptr, nullptr)) {
+        seed = g_strstrip(machineId);
+    }
+    g_free(machineId);
+    char* real = realpath(path.c_str(), nullptr);
+    seed += "|";
+    seed += real != nullptr ? real : path.c_str();
+    free(real);
+    gchar* digest = g_compute_checksum_for_string(G_CHECKSUM_SHA1, seed.c_str(), -1);
+    std::string hex(digest, 32);
+    g_free(digest);
+    hex[12] = '5';  // name-based version
+    hex[16] = "89ab"[std::strtol(hex.substr(16, 1).c_str(), nullptr, 16) & 3];  // variant
+    return "uuid:" + hex.substr(0, 8) + "-" + hex.substr(8, 4) + "-" + hex.substr(12, 4) + "-" +
+           hex.substr(16, 4) + "-" + hex.substr(20, 12);
+}
+
+// The description's UDN; an empty one is filled with the stable UDN and the file rewritten
+// (through a temporary file, so a failure leaves the old one).
+std::string readOrAssignUdn(const std::string& path) {
+    xmlDoc* doc =
+        xmlReadFile(path.c_str(), nullptr,
+                    XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
     if (doc == nullptr) {
         return "";
     }
     std::string udn;
-    std::vector<xmlNode*> stack{xmlDocGetRootElement(doc)};
-    while (!stack.empty() && udn.empty()) {
-        xmlNode* node = stack.back();
-        stack.pop_back();
-        for (; node != nullptr; node = node->next) {
-            if (node->type == XML_ELEMENT_NODE &&
-                std::strcmp(reinterpret_cast<const char*>(node->name), "UDN") == 0) {
-                xmlChar* text = xmlNodeGetContent(node);
-                udn = reinterpret_cast<const char*>(text);
-                xmlFree(text);
-                break;
-            }
-            if (node->children != nullptr) {
-                stack.push_back(node->children);
+    xmlNode* element = findUdnElement(xmlDocGetRootElement(doc));
+    if (element != nullptr) {
+        xmlChar* text = xmlNodeGetContent(element);
+        udn = g_strstrip(reinterpret_cast<char*>(text));
+        xmlFree(text);
+        if (udn.empty()) {
+            udn = stableUdn(path);
+            xmlNodeSetContent(element, reinterpret_cast<const xmlChar*>(udn.c_str()));
+            const std::string temporary = path + ".tmp";
+            if (xmlSaveFormatFileEnc(temporary.c_str(), doc, "UTF-8", 1) < 0 ||
+                std::rename(temporary.c_str(), path.c_str()) != 0) {
+                g_warning("ucf: cannot write the UDN into %s", path.c_str());
+                udn.clear();
             }
         }
     }
@@ -103,9 +159,69 @@ std::string serviceUdn(GUPnPService* service) {
     return udn != nullptr ? udn : "";
 }
 
+// A SOAPAction header, "\"<service type>#<action>\"", split; false when it has no '#'. While
+// GUPnP dispatches an action it has cut the header at the '#', so only the type is left.
+bool splitSoapAction(const char* header, std::string& type, std::string& name) {
+    std::string text = header != nullptr ? header : "";
+    if (!text.empty() && text.front() == '"') {
+        text.erase(0, 1);
+    }
+    if (!text.empty() && text.back() == '"') {
+        text.pop_back();
+    }
+    const size_t hash = text.find('#');
+    type = text.substr(0, hash);
+    name = hash == std::string::npos ? "" : text.substr(hash + 1);
+    return hash != std::string::npos;
+}
+
+std::string serviceKey(GUPnPService* service) {
+    return key(serviceUdn(service).c_str(),
+               gupnp_service_info_get_service_type(GUPNP_SERVICE_INFO(service)));
+}
+
+std::string urlPath(const char* url) {
+    GUri* uri = url != nullptr ? g_uri_parse(url, G_URI_FLAGS_NONE, nullptr) : nullptr;
+    std::string path = uri != nullptr ? g_uri_get_path(uri) : "";
+    if (uri != nullptr) {
+        g_uri_unref(uri);
+    }
+    return path;
+}
+
+// A new subscription has been answered: the framework is told, with GUPnP's subscription id.
+void onRequestFinished(SoupServer*, SoupServerMessage* message, gpointer) {
+    SoupMessageHeaders* request = soup_server_message_get_request_headers(message);
+    SoupMessageHeaders* response = soup_server_message_get_response_headers(message);
+    const char* sid = soup_message_headers_get_one(response, "SID");
+    if (std::strcmp(soup_server_message_get_method(message), "SUBSCRIBE") != 0 ||
+        soup_message_headers_get_one(request, "SID") != nullptr || sid == nullptr ||
+        soup_server_message_get_status(message) != SOUP_STATUS_OK) {
+        return;
+    }
+    const std::string path = g_uri_get_path(soup_server_message_get_uri(message));
+    for (auto& entry : g_state.devices) {
+        for (HostedService& hosted : entry.second.services) {
+            if (hosted.eventPath != path) {
+                continue;
+            }
+            const std::string serviceKeyText = serviceKey(hosted.service);
+            auto handler = g_state.subscribes.find(serviceKeyText);
+            if (handler != g_state.subscribes.end()) {
+                g_state.pendingSubscription = &serviceKeyText;
+                handler->second.callback(
+                    gupnp_service_info_get_service_type(GUPNP_SERVICE_INFO(hosted.service)), sid,
+                    handler->second.userData);
+                g_state.pendingSubscription = nullptr;
+            }
+            return;
+        }
+    }
+}
+
 void onActionInvoked(GUPnPService* service, GUPnPServiceAction* action, gpointer) {
     const char* type = gupnp_service_info_get_service_type(GUPNP_SERVICE_INFO(service));
-    auto handler = g_state.actions.find(key(serviceUdn(service).c_str(), type));
+    auto handler = g_state.actions.find(serviceKey(service));
     if (handler == g_state.actions.end()) {
         gupnp_service_action_return_error(action, 401, "Invalid Action");
         return;
@@ -129,32 +245,83 @@ void onActionInvoked(GUPnPService* service, GUPnPServiceAction* action, gpointer
     info.mac_address = mac.c_str();
     info.user_agent = soup_message_headers_get_one(soup_server_message_get_request_headers(message),
                                                    "User-Agent");
+    // The type the control point named decides the service; GUPnP routed by path alone.
+    const char* soapAction = soup_message_headers_get_one(
+        soup_server_message_get_request_headers(message), "SOAPAction");
+    std::string requestedType;
+    std::string name;
+    splitSoapAction(soapAction, requestedType, name);
+    if (requestedType.empty()) {
+        requestedType = type;
+    }
     // The answer comes through ucf_send_action_response with the action as request context.
-    handler->second.callback(gupnp_service_action_get_name(action), type, cArguments.data(),
-                             static_cast<int>(cArguments.size()), &info, action,
+    handler->second.callback(gupnp_service_action_get_name(action), requestedType.c_str(),
+                             cArguments.data(), static_cast<int>(cArguments.size()), &info, action,
                              handler->second.userData);
+    g_object_unref(message);
 }
 
-// GUPnP asks for each evented variable when a subscriber arrives; the framework's initial
-// event body supplies the values.
+// GUPnP asks for each evented variable when it builds a new subscriber's first NOTIFY.
 void onQueryVariable(GUPnPService* service, const char* variable, GValue* value, gpointer) {
-    const char* type = gupnp_service_info_get_service_type(GUPNP_SERVICE_INFO(service));
-    auto handler = g_state.subscribes.find(key(serviceUdn(service).c_str(), type));
-    std::string body;
-    if (handler != g_state.subscribes.end()) {
-        const std::string sid = "uuid:local-" + std::to_string(++g_state.subscriptionCounter);
-        g_state.pendingInitialBody = &body;
-        handler->second.callback(type, sid.c_str(), handler->second.userData);
-        g_state.pendingInitialBody = nullptr;
-    }
-    ucf::NamedTexts properties;
-    ucf::parsePropertySet(body, properties);
     g_value_init(value, G_TYPE_STRING);
-    for (const auto& property : properties) {
-        if (property.first == variable) {
-            g_value_set_string(value, property.second.c_str());
+    auto values = g_state.eventValues.find(serviceKey(service));
+    if (values != g_state.eventValues.end()) {
+        auto found = values->second.find(variable);
+        if (found != values->second.end()) {
+            g_value_set_string(value, found->second.c_str());
         }
     }
+}
+
+// A body above the limit is refused before it is read.
+void onGotHeaders(SoupServerMessage* message, gpointer) {
+    if (soup_message_headers_get_content_length(soup_server_message_get_request_headers(message)) >
+        kMaxBodyBytes) {
+        soup_server_message_set_status(message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, nullptr);
+    }
+}
+
+void onRequestStarted(SoupServer*, SoupServerMessage* message, gpointer) {
+    g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeaders), nullptr);
+}
+
+// GUPnP answers 401 itself unless a handler is connected for the action's own name, so each
+// name gets one as its first request arrives (a bounded number per service).
+void onRequestRead(SoupServer*, SoupServerMessage* message, gpointer) {
+    if (std::strcmp(soup_server_message_get_method(message), "POST") != 0) {
+        return;
+    }
+    const char* soapAction = soup_message_headers_get_one(
+        soup_server_message_get_request_headers(message), "SOAPAction");
+    std::string type;
+    std::string name;
+    if (!splitSoapAction(soapAction, type, name)) {
+        return;
+    }
+    const std::string path = g_uri_get_path(soup_server_message_get_uri(message));
+    for (auto& entry : g_state.devices) {
+        for (HostedService& hosted : entry.second.services) {
+            if (hosted.controlPath != path || name.empty() || hosted.actions.count(name) != 0 ||
+                hosted.actions.size() >= kMaxActionNames) {
+                continue;
+            }
+            hosted.actions.insert(name);
+            const std::string signal = "action-invoked::" + name;
+            g_signal_connect(hosted.service, signal.c_str(), G_CALLBACK(onActionInvoked), nullptr);
+        }
+    }
+}
+
+// Writes the properties of a property set into the value cache of a service.
+bool rememberValues(const std::string& serviceKeyText, const char* body) {
+    ucf::NamedTexts properties;
+    if (body == nullptr || !ucf::parsePropertySet(body, properties)) {
+        return false;
+    }
+    for (const auto& property : properties) {
+        g_state.eventValues[serviceKeyText][property.first] = property.second;
+    }
+    return true;
 }
 
 void announce(Device& device, GUPnPContext* context) {
@@ -171,9 +338,14 @@ void announce(Device& device, GUPnPContext* context) {
     GList* services = gupnp_device_info_list_services(GUPNP_DEVICE_INFO(root));
     for (GList* item = services; item != nullptr; item = item->next) {
         GUPnPService* service = GUPNP_SERVICE(item->data);
-        g_signal_connect(service, "action-invoked", G_CALLBACK(onActionInvoked), nullptr);
+        gchar* controlUrl = gupnp_service_info_get_control_url(GUPNP_SERVICE_INFO(service));
+        gchar* eventUrl =
+            gupnp_service_info_get_event_subscription_url(GUPNP_SERVICE_INFO(service));
         g_signal_connect(service, "query-variable", G_CALLBACK(onQueryVariable), nullptr);
-        device.services.push_back(service);  // takes the list's reference
+        // takes the list's reference
+        device.services.push_back({service, urlPath(controlUrl), urlPath(eventUrl), {}});
+        g_free(controlUrl);
+        g_free(eventUrl);
     }
     g_list_free(services);
     gupnp_root_device_set_available(root, device.started);
@@ -183,8 +355,8 @@ void announce(Device& device, GUPnPContext* context) {
 void withdraw(Device& device, GUPnPContext* context) {
     for (auto it = device.services.begin(); it != device.services.end();) {
         if (context == nullptr ||
-            gupnp_service_info_get_context(GUPNP_SERVICE_INFO(*it)) == context) {
-            g_object_unref(*it);
+            gupnp_service_info_get_context(GUPNP_SERVICE_INFO(it->service)) == context) {
+            g_object_unref(it->service);
             it = device.services.erase(it);
         } else {
             ++it;
@@ -204,9 +376,24 @@ void withdraw(Device& device, GUPnPContext* context) {
 
 void addContext(GUPnPContext* context) {
     g_state.contexts.push_back(GUPNP_CONTEXT(g_object_ref(context)));
+    SoupServer* server = gupnp_context_get_server(context);
+    g_signal_connect(server, "request-started", G_CALLBACK(onRequestStarted), nullptr);
+    g_signal_connect(server, "request-read", G_CALLBACK(onRequestRead), nullptr);
+    g_signal_connect(server, "request-finished", G_CALLBACK(onRequestFinished), nullptr);
     for (auto& entry : g_state.devices) {
         announce(entry.second, context);
     }
+}
+
+void removeContext(GUPnPContext* context) {
+    SoupServer* server = gupnp_context_get_server(context);
+    g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestStarted),
+                                         nullptr);
+    g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestRead),
+                                         nullptr);
+    g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestFinished),
+                                         nullptr);
+    g_object_unref(context);
 }
 
 void onContextAvailable(GUPnPContextManager*, GUPnPContext* context, gpointer) {
@@ -219,11 +406,33 @@ void onContextUnavailable(GUPnPContextManager*, GUPnPContext* context, gpointer)
     }
     for (auto it = g_state.contexts.begin(); it != g_state.contexts.end(); ++it) {
         if (*it == context) {
-            g_object_unref(context);
             g_state.contexts.erase(it);
+            removeContext(context);
             break;
         }
     }
+}
+
+// GUPnP reports a busy port only as a warning per network context, later; asking first turns
+// it into a failure the device can report.
+bool portTaken(unsigned port) {
+    if (port == 0) {
+        return false;
+    }
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        return false;
+    }
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    const bool taken = bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 &&
+                       errno == EADDRINUSE;
+    close(fd);
+    return taken;
 }
 
 Device* findDevice(int handle) {
@@ -252,6 +461,9 @@ int ucf_configure_servers(int tcp_port, int multicast_port, int flags) {
         return -1;
     }
     g_state.port = static_cast<unsigned>(tcp_port);
+    if (ipc_platform::isInitialized() && ipc_platform::options().upnpPort >= 0) {
+        g_state.port = static_cast<unsigned>(ipc_platform::options().upnpPort);
+    }
     return 0;
 }
 
@@ -262,6 +474,13 @@ int ucf_configure_application_on_all_interfaces(void) {
 int ucf_start_framework_core(void) {
     if (g_state.manager != nullptr || !g_state.contexts.empty()) {
         return 0;
+    }
+    if (portTaken(g_state.port)) {
+        g_warning(
+            "ucf: TCP port %u is in use by another program; the UPnP device needs it "
+            "(choose another with the host's UPnP port option)",
+            g_state.port);
+        return -1;
     }
     const char* iface = std::getenv("IPC_UPNP_INTERFACE");
     if (iface != nullptr && *iface != '\0') {
@@ -307,7 +526,7 @@ int ucf_stop_framework_core(void) {
         g_clear_object(&g_state.manager);
     }
     for (GUPnPContext* context : g_state.contexts) {
-        g_object_unref(context);
+        removeContext(context);
     }
     g_state.contexts.clear();
     return 0;
@@ -337,7 +556,7 @@ int ucf_register_device(const char* description_path, const char*, ucf_device_in
     }
     Device device;
     device.descriptionPath = description_path;
-    device.udn = readUdn(description_path);
+    device.udn = readOrAssignUdn(description_path);
     if (device.udn.empty() || device.udn.size() >= sizeof(out_info->udn)) {
         return -1;
     }
@@ -357,6 +576,8 @@ int ucf_unregister_device(int handle) {
         return -1;
     }
     withdraw(*device, nullptr);
+    g_state.eventValues.erase(g_state.eventValues.lower_bound(device->udn + "|"),
+                              g_state.eventValues.lower_bound(device->udn + "}"));
     g_state.devices.erase(handle);
     return 0;
 }
@@ -463,36 +684,37 @@ int ucf_send_action_response(int http_status, int, const char* body, void* reque
     return 0;
 }
 
+// GUPnP has already sent the subscriber its first NOTIFY, built from the values sent before;
+// the framework's body updates those values (an empty body leaves them).
 int ucf_send_initial_event(int, const char*, const char*, const char* body) {
-    if (g_state.pendingInitialBody == nullptr || body == nullptr) {
+    if (g_state.pendingSubscription == nullptr || body == nullptr) {
         return -1;
     }
-    *g_state.pendingInitialBody = body;
-    return 0;
+    return *body == '\0' || rememberValues(*g_state.pendingSubscription, body) ? 0 : -1;
 }
 
 int ucf_send_multicast_event(int handle, const char* udn, const char* service_type,
                              const char* body) {
     Device* device = findDevice(handle);
+    const std::string serviceKeyText = key(udn, service_type);
     ucf::NamedTexts properties;
     if (device == nullptr || body == nullptr || !ucf::parsePropertySet(body, properties)) {
         return -1;
     }
-    for (GUPnPService* service : device->services) {
-        const char* type = gupnp_service_info_get_service_type(GUPNP_SERVICE_INFO(service));
-        if (serviceUdn(service) != (udn != nullptr ? udn : "") || type == nullptr ||
-            std::strcmp(type, service_type != nullptr ? service_type : "") != 0) {
+    rememberValues(serviceKeyText, body);
+    for (HostedService& hosted : device->services) {
+        if (serviceKey(hosted.service) != serviceKeyText) {
             continue;
         }
-        gupnp_service_freeze_notify(service);
+        gupnp_service_freeze_notify(hosted.service);
         for (const auto& property : properties) {
             GValue value = G_VALUE_INIT;
             g_value_init(&value, G_TYPE_STRING);
             g_value_set_string(&value, property.second.c_str());
-            gupnp_service_notify_value(service, property.first.c_str(), &value);
+            gupnp_service_notify_value(hosted.service, property.first.c_str(), &value);
             g_value_unset(&value);
         }
-        gupnp_service_thaw_notify(service);
+        gupnp_service_thaw_notify(hosted.service);
     }
     return 0;
 }
