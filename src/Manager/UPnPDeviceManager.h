@@ -14,5 +14,6 @@ public:
     virtual bool stop();
 
 private:
-    std::mutex m_mutex;  // serialises start and stop of the device
+    std::mutex m_mutex;      // serialises start and stop of the device
+    bool m_created = false;  // start asked for the device (not when the host turned UPnP off)
 };

@@ -16,8 +16,9 @@ bool UpnpDescriptionService::parseServiceFile(const std::string& path) {
 
 bool UpnpDescriptionService::getActions(std::vector<std::string>& actions) const {
     actions.clear();
+    // A service without actions (no actionList) is valid: its list is empty.
     if (m_actionList == nullptr)
-        return false;
+        return isLoaded();
     for (xmlNode* node = m_actionList->children; node != nullptr; node = node->next) {
         std::string name;
         if (node->type == XML_ELEMENT_NODE && xmlStrEqual(node->name, BAD_CAST "action") &&
