@@ -477,8 +477,8 @@ int ucf_start_framework_core(void) {
     }
     if (portTaken(g_state.port)) {
         g_warning(
-            "ucf: TCP port %u is in use by another program; the UPnP device needs it "
-            "(choose another with the host's UPnP port option)",
+            "ucf: TCP port %u is taken by another program, so the TV is not announced over "
+            "UPnP; give a second service --upnp-port 0 or --no-upnp",
             g_state.port);
         return -1;
     }
