@@ -273,10 +273,13 @@ void onQueryVariable(GUPnPService* service, const char* variable, GValue* value,
     }
 }
 
-// A body above the limit is refused before it is read.
+// A body above the limit is refused before it is read; so is a chunked one, whose size is not
+// known in advance (UPnP control points always send a length).
 void onGotHeaders(SoupServerMessage* message, gpointer) {
-    if (soup_message_headers_get_content_length(soup_server_message_get_request_headers(message)) >
-        kMaxBodyBytes) {
+    SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+    if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CHUNKED) {
+        soup_server_message_set_status(message, SOUP_STATUS_LENGTH_REQUIRED, nullptr);
+    } else if (soup_message_headers_get_content_length(headers) > kMaxBodyBytes) {
         soup_server_message_set_status(message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, nullptr);
     }
 }

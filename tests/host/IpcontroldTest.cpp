@@ -47,7 +47,7 @@ TEST_F(IpcontroldTest, SettingsFileEditsSwitchTheServiceOffAndOn) {
     EXPECT_TRUE(m_daemon.waitForOutput("STARTING IP_REMOTE")) << m_daemon.output();
 
     m_daemon.signal(SIGINT);
-    EXPECT_EQ(0, m_daemon.waitForExit());
+    EXPECT_EQ(0, m_daemon.waitForExit()) << m_daemon.output();
 }
 
 TEST_F(IpcontroldTest, PrintsVersion) {

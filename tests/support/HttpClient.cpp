@@ -93,7 +93,8 @@ std::optional<HttpResponse> HttpClient::read(Timeout timeout) {
         std::string name = line.substr(0, colon);
         std::transform(name.begin(), name.end(), name.begin(),
                        [](unsigned char c) { return std::tolower(c); });
-        response.headers[name] = line.substr(line.find_first_not_of(' ', colon + 1));
+        size_t value = line.find_first_not_of(' ', colon + 1);
+        response.headers[name] = value == std::string::npos ? "" : line.substr(value);
     }
     size_t length = std::strtoul(response.header("content-length").c_str(), nullptr, 10);
     while (m_pending.size() < headEnd + 4 + length) {

@@ -34,6 +34,12 @@ public:
 
     // Connects to 127.0.0.1 (AF_INET) or ::1 (AF_INET6).
     bool connect(unsigned short port, int family = AF_INET);
+    // Takes over a connected socket, one accepted from a listener say, to read a request from
+    // it (read() then gives status 0) and send the answer.
+    void adopt(int fd) {
+        close();
+        m_fd = fd;
+    }
     bool isOpen() const { return m_fd >= 0; }
     bool send(const std::string& bytes);
     // extraHeaders: complete lines, each ending in "\r\n".

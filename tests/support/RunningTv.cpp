@@ -30,9 +30,14 @@ RunningTv::~RunningTv() {
 
 bool RunningTv::start(const std::string& approval, const std::vector<std::string>& extra) {
     m_port = findFreePort();
-    std::vector<std::string> args = {
-        "--data-dir",   m_dataDir, "--no-upnp",  "--port", std::to_string(m_port),
-        "--admin-port", "0",       "--approval", approval};
+    std::vector<std::string> args = {"--data-dir",           m_dataDir,      "--port",
+                                     std::to_string(m_port), "--admin-port", "0",
+                                     "--approval",           approval};
+    if (m_upnpPort < 0) {
+        args.push_back("--no-upnp");
+    } else {
+        args.insert(args.end(), {"--upnp-port", std::to_string(m_upnpPort)});
+    }
     args.insert(args.end(), extra.begin(), extra.end());
     m_daemon = std::make_unique<DaemonProcess>();
     if (!m_daemon->start(IPCONTROLD_PATH, args) ||
@@ -54,12 +59,13 @@ int RunningTv::stop() {
     }
     m_daemon->signal(SIGTERM);
     int code = m_daemon->waitForExit();
+    m_lastOutput = m_daemon->output();
     m_daemon.reset();
     return code;
 }
 
 std::string RunningTv::output() const {
-    return m_daemon ? m_daemon->output() : "";
+    return m_daemon ? m_daemon->output() : m_lastOutput;
 }
 
 HttpResponse RunningTv::post(const std::string& body, int timeoutMs) const {

@@ -18,14 +18,18 @@ public:
     explicit RunningTv(std::string dataDir);
     ~RunningTv();
 
-    // Starts the daemon (--no-upnp, free JSON-RPC and admin ports) and waits until the service
-    // has started; false with the daemon's output in failure() otherwise.
+    // Announce the TV over UPnP from the next start() on, its server on upnpPort (0: any free
+    // port) instead of starting with --no-upnp.
+    void enableUpnp(unsigned short upnpPort = 0) { m_upnpPort = upnpPort; }
+    // Starts the daemon (free JSON-RPC and admin ports, UPnP off unless enabled) and waits until
+    // the service has started; false with the daemon's output in output() otherwise.
     bool start(const std::string& approval = "allow", const std::vector<std::string>& extra = {});
     // SIGTERM and the exit code (0 for a clean stop).
     int stop();
 
     unsigned short port() const { return m_port; }
     unsigned short adminPort() const { return m_adminPort; }
+    // What the daemon wrote so far (after stop(): all of it).
     std::string output() const;
 
     // One JSON-RPC POST on a fresh connection; status 0 when no answer came.
@@ -45,6 +49,8 @@ private:
     std::unique_ptr<DaemonProcess> m_daemon;
     unsigned short m_port = 0;
     unsigned short m_adminPort = 0;
+    int m_upnpPort = -1;       // -1: --no-upnp
+    std::string m_lastOutput;  // what the daemon wrote, kept after stop()
 };
 
 }  // namespace testsupport

@@ -1,0 +1,288 @@
+// ipcontrold announcing the TV as a UPnP root device on the loopback interface: discovery, the
+// description and icons it serves, control faults, event subscriptions and a rename.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <regex>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/PlatformFixture.h"
+#include "support/RunningTv.h"
+
+using testing::HasSubstr;
+using testing::Not;
+using testsupport::HttpClient;
+using testsupport::HttpResponse;
+
+namespace {
+
+const std::string kDeviceType = "urn:orvane-com:device:IPControlServer:1";
+const std::string kServiceType = "urn:orvane-com:service:IPControlService:1";
+const std::string kControlPath = "/upnp/control/IPControlService1";
+const std::string kEventPath = "/upnp/event/IPControlService1";
+
+std::string soapRequest(const std::string& action) {
+    return "<?xml version=\"1.0\"?><s:Envelope "
+           "xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\"><s:Body><u:" +
+           action + " xmlns:u=\"" + kServiceType + "\"/></s:Body></s:Envelope>";
+}
+
+// Whether a datagram sent to the SSDP group on lo comes back to a member there; without that
+// no discovery can work on this machine.
+bool loopbackMulticastWorks() {
+    int receiver = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    int sender = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    socklen_t length = sizeof address;
+    ip_mreqn group = {};
+    inet_pton(AF_INET, "239.255.255.250", &group.imr_multiaddr);
+    group.imr_address.s_addr = htonl(INADDR_LOOPBACK);
+    in_addr loopback = group.imr_address;
+    bool ok = bind(receiver, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
+              getsockname(receiver, reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
+              setsockopt(receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, &group, sizeof group) == 0 &&
+              setsockopt(sender, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback) == 0;
+    address.sin_addr = group.imr_multiaddr;
+    pollfd p = {receiver, POLLIN, 0};
+    ok = ok && sendto(sender, "x", 1, 0, reinterpret_cast<sockaddr*>(&address), length) == 1 &&
+         poll(&p, 1, 1000) == 1;
+    close(receiver);
+    close(sender);
+    return ok;
+}
+
+// gssdp-discover watching for "available" announcements of the device type on lo.
+class SsdpWatch {
+public:
+    SsdpWatch() {
+        // The shell's pid is the tool's after exec, so the watch can end it early.
+        m_pipe = popen(
+            ("echo $$; exec gssdp-discover -i lo -m available -n 8 -t " + kDeviceType + " 2>&1")
+                .c_str(),
+            "r");
+        char line[64];
+        m_pid = m_pipe != nullptr && fgets(line, sizeof line, m_pipe) ? std::atoi(line) : 0;
+    }
+    ~SsdpWatch() {
+        if (m_pid > 0) {
+            kill(m_pid, SIGTERM);
+        }
+        if (m_pipe != nullptr) {
+            pclose(m_pipe);
+        }
+    }
+    // The Location of the device's next "available", or "" when the watch ended first.
+    std::string nextAvailable(const std::string& uuid) {
+        char line[1024];
+        bool ours = false;
+        while (m_pipe != nullptr && fgets(line, sizeof line, m_pipe) != nullptr) {
+            std::string text = line;
+            if (text.find("USN:") != std::string::npos) {
+                ours = text.find("uuid:" + uuid + "::" + kDeviceType) != std::string::npos;
+            } else if (ours && text.find("Location:") != std::string::npos) {
+                size_t url = text.find("http");
+                return text.substr(url, text.find_first_of("\r\n", url) - url);
+            }
+        }
+        return "";
+    }
+
+private:
+    FILE* m_pipe = nullptr;
+    pid_t m_pid = 0;
+};
+
+// A listening port on 127.0.0.1 for event callbacks; each request is answered with 200.
+class CallbackListener {
+public:
+    CallbackListener() : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        if (bind(m_fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
+            listen(m_fd, 4) == 0 &&
+            getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
+            m_port = ntohs(address.sin_port);
+        }
+    }
+    ~CallbackListener() { close(m_fd); }
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(m_port) + "/cb"; }
+
+    // The next request's headers and body, or nothing when none came in time.
+    std::optional<HttpResponse> receive(int timeoutMs = 5000) {
+        pollfd p = {m_fd, POLLIN, 0};
+        if (poll(&p, 1, timeoutMs) != 1) {
+            return std::nullopt;
+        }
+        HttpClient connection;
+        connection.adopt(accept4(m_fd, nullptr, nullptr, SOCK_CLOEXEC));
+        std::optional<HttpResponse> request = connection.read();
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+        return request;
+    }
+
+private:
+    int m_fd;
+    unsigned short m_port = 0;
+};
+
+class UpnpEndToEndTest : public ::testing::Test {
+protected:
+    // UPnP on lo only, its server on a port chosen here so that no case needs discovery.
+    void start() {
+        setenv("IPC_UPNP_INTERFACE", "lo", 1);
+        // Under AddressSanitizer: whole allocation stacks, so that the UPnP libraries' own leaks
+        // can be told apart from ours and ignored.
+        const char* asan = getenv("ASAN_OPTIONS");
+        setenv(
+            "ASAN_OPTIONS",
+            ((asan != nullptr ? std::string(asan) + ":" : "") + "fast_unwind_on_malloc=0").c_str(),
+            1);
+        setenv("LSAN_OPTIONS", "suppressions=" IPC_LSAN_UPNP_SUPPRESSIONS, 1);
+        m_port = testsupport::findFreePort();
+        m_tv.enableUpnp(m_port);
+        ASSERT_TRUE(m_tv.start()) << m_tv.output();
+        std::smatch match;
+        std::string file =
+            testsupport::readFile(m_dir.file("ip_control_web_root/DeviceDescription.xml"));
+        ASSERT_TRUE(std::regex_search(file, match, std::regex("<UDN>uuid:([^<]+)</UDN>"))) << file;
+        m_uuid = match[1];
+    }
+
+    HttpResponse request(const std::string& method, const std::string& path,
+                         const std::string& headers = "", const std::string& body = "") {
+        HttpClient client;
+        if (!client.connect(m_port)) {
+            return HttpResponse();
+        }
+        // A refusal may come before the whole body is sent; the answer still counts.
+        client.send(method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(m_port) +
+                    "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) +
+                    "\r\n\r\n" + body);
+        return client.read().value_or(HttpResponse());
+    }
+    HttpResponse control(const std::string& soapAction, const std::string& body) {
+        return request(
+            "POST", kControlPath,
+            "Content-Type: text/xml; charset=\"utf-8\"\r\nSOAPACTION: \"" + soapAction + "\"\r\n",
+            body);
+    }
+    HttpResponse subscribe(const std::string& headers) {
+        return request("SUBSCRIBE", kEventPath, headers + "TIMEOUT: Second-300\r\n");
+    }
+    std::string description() { return request("GET", "/" + m_uuid + ".xml").body; }
+
+    // Renames the TV and waits until the served description names the new name.
+    void rename(const std::string& name) {
+        ASSERT_EQ(200, m_tv.admin("PUT", "/api/settings/deviceName", "\"" + name + "\"").status);
+        std::string wanted = "<friendlyName>" + name + "</friendlyName>";
+        for (int i = 0; i < 50 && description().find(wanted) == std::string::npos; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+        EXPECT_THAT(description(), HasSubstr(wanted));
+    }
+
+    testsupport::TempDir m_dir;
+    testsupport::RunningTv m_tv{m_dir.path()};
+    unsigned short m_port = 0;
+    std::string m_uuid;
+};
+
+TEST_F(UpnpEndToEndTest, DiscoveredOnLoopbackAndAnnouncedAgainAfterARename) {
+    if (std::system("command -v gssdp-discover >/dev/null 2>&1") != 0) {
+        GTEST_SKIP() << "gssdp-discover (package gupnp-tools) is not installed";
+    }
+    if (!loopbackMulticastWorks()) {
+        GTEST_SKIP() << "multicast on the loopback interface does not work on this machine";
+    }
+    start();
+    SsdpWatch watch;
+    std::string location = "http://127.0.0.1:" + std::to_string(m_port) + "/" + m_uuid + ".xml";
+    ASSERT_EQ(location, watch.nextAvailable(m_uuid)) << m_tv.output();
+    rename("Kitchen");
+    EXPECT_EQ(location, watch.nextAvailable(m_uuid)) << "no announcement after the rename";
+}
+
+TEST_F(UpnpEndToEndTest, ServesItsDescriptionAndIcons) {
+    start();
+    std::string text = description();
+    EXPECT_THAT(text, HasSubstr("<deviceType>" + kDeviceType + "</deviceType>"));
+    EXPECT_THAT(text, HasSubstr("<friendlyName>[TV] Living Room</friendlyName>"));
+    EXPECT_THAT(text, HasSubstr("<UDN>uuid:" + m_uuid + "</UDN>"));
+    EXPECT_THAT(text, HasSubstr("<controlURL>" + kControlPath + "</controlURL>"));
+    for (const char* icon : {"icon_SML.jpg", "icon_LRG.jpg", "icon_SML.png", "icon_LRG.png"}) {
+        HttpResponse answer = request("GET", std::string("/") + icon);
+        EXPECT_EQ(200, answer.status) << icon;
+        EXPECT_THAT(answer.header("content-type"), HasSubstr(strstr(icon, "png") ? "png" : "jpeg"));
+    }
+}
+
+TEST_F(UpnpEndToEndTest, ControlRequestsGetFaultsAndSizeLimit) {
+    start();
+    HttpResponse unknown = control(kServiceType + "#Foo", soapRequest("Foo"));
+    EXPECT_EQ(500, unknown.status);
+    EXPECT_THAT(unknown.body, HasSubstr("<errorCode>401</errorCode>"));
+    EXPECT_THAT(unknown.body, HasSubstr("<errorDescription>Invalid Action</errorDescription>"));
+
+    HttpResponse otherService = control("urn:x:service:Other:1#Foo", soapRequest("Foo"));
+    EXPECT_EQ(500, otherService.status);
+    EXPECT_THAT(otherService.body, HasSubstr("<errorCode>402</errorCode>"));
+    EXPECT_THAT(otherService.body, HasSubstr("<errorDescription>Invalid Args</errorDescription>"));
+
+    int broken = control(kServiceType + "#Foo", "<s:Envelope><s:Body>").status;
+    EXPECT_TRUE(broken >= 400 && broken < 500) << broken;
+    EXPECT_NE(413, control(kServiceType + "#Foo", std::string(64 * 1024, 'x')).status);
+    EXPECT_EQ(413, control(kServiceType + "#Foo", std::string(64 * 1024 + 1, 'x')).status);
+    EXPECT_EQ(500, control(kServiceType + "#Foo", soapRequest("Foo")).status);
+}
+
+TEST_F(UpnpEndToEndTest, SubscribersGetEventsAndKeepThemAcrossARename) {
+    start();
+    CallbackListener callback;
+    HttpResponse subscribed = subscribe("CALLBACK: <" + callback.url() + ">\r\nNT: upnp:event\r\n");
+    ASSERT_EQ(200, subscribed.status);
+    std::string sid = subscribed.header("sid");
+    ASSERT_THAT(sid, testing::StartsWith("uuid:"));
+
+    std::optional<HttpResponse> notify = callback.receive();
+    ASSERT_TRUE(notify) << "no initial event";
+    EXPECT_EQ("upnp:event", notify->header("nt"));
+    EXPECT_EQ("upnp:propchange", notify->header("nts"));
+    EXPECT_EQ("0", notify->header("seq"));
+    EXPECT_EQ(sid, notify->header("sid"));
+    EXPECT_THAT(notify->body, HasSubstr("propertyset"));
+    EXPECT_THAT(notify->body, Not(HasSubstr("property>")));
+
+    EXPECT_EQ(412, subscribe("CALLBACK: <http://8.8.8.8:9555/cb>\r\nNT: upnp:event\r\n").status);
+    EXPECT_EQ(412, subscribe("SID: uuid:00000000-0000-0000-0000-000000000000\r\n").status);
+
+    rename("Kitchen");
+    HttpResponse renewed = subscribe("SID: " + sid + "\r\n");
+    EXPECT_EQ(200, renewed.status);
+    EXPECT_EQ(sid, renewed.header("sid"));
+    EXPECT_EQ(0, m_tv.stop()) << "unclean stop with a subscriber\n" << m_tv.output();
+}
+
+TEST_F(UpnpEndToEndTest, NoUpnpServesNothing) {
+    m_port = testsupport::findFreePort();
+    ASSERT_TRUE(m_tv.start("allow", {"--upnp-port", std::to_string(m_port)})) << m_tv.output();
+    HttpClient client;
+    EXPECT_FALSE(client.connect(m_port));
+    EXPECT_THAT(m_tv.output(), Not(HasSubstr("IPControlServer device started")));
+}
+
+}  // namespace
