@@ -39,31 +39,6 @@ std::string soapRequest(const std::string& action) {
            action + " xmlns:u=\"" + kServiceType + "\"/></s:Body></s:Envelope>";
 }
 
-// Whether a datagram sent to the SSDP group on lo comes back to a member there; without that
-// no discovery can work on this machine.
-bool loopbackMulticastWorks() {
-    int receiver = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    int sender = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    socklen_t length = sizeof address;
-    ip_mreqn group = {};
-    inet_pton(AF_INET, "239.255.255.250", &group.imr_multiaddr);
-    group.imr_address.s_addr = htonl(INADDR_LOOPBACK);
-    in_addr loopback = group.imr_address;
-    bool ok = bind(receiver, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-              getsockname(receiver, reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
-              setsockopt(receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, &group, sizeof group) == 0 &&
-              setsockopt(sender, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback) == 0;
-    address.sin_addr = group.imr_multiaddr;
-    pollfd p = {receiver, POLLIN, 0};
-    ok = ok && sendto(sender, "x", 1, 0, reinterpret_cast<sockaddr*>(&address), length) == 1 &&
-         poll(&p, 1, 1000) == 1;
-    close(receiver);
-    close(sender);
-    return ok;
-}
-
 // gssdp-discover watching for "available" announcements of the device type on lo.
 class SsdpWatch {
 public:
@@ -145,14 +120,6 @@ protected:
     // UPnP on lo only, its server on a port chosen here so that no case needs discovery.
     void start() {
         setenv("IPC_UPNP_INTERFACE", "lo", 1);
-        // Under AddressSanitizer: whole allocation stacks, so that the UPnP libraries' own leaks
-        // can be told apart from ours and ignored.
-        const char* asan = getenv("ASAN_OPTIONS");
-        setenv(
-            "ASAN_OPTIONS",
-            ((asan != nullptr ? std::string(asan) + ":" : "") + "fast_unwind_on_malloc=0").c_str(),
-            1);
-        setenv("LSAN_OPTIONS", "suppressions=" IPC_LSAN_UPNP_SUPPRESSIONS, 1);
         m_port = testsupport::findFreePort();
         m_tv.enableUpnp(m_port);
         ASSERT_TRUE(m_tv.start()) << m_tv.output();
@@ -206,7 +173,7 @@ TEST_F(UpnpEndToEndTest, DiscoveredOnLoopbackAndAnnouncedAgainAfterARename) {
     if (std::system("command -v gssdp-discover >/dev/null 2>&1") != 0) {
         GTEST_SKIP() << "gssdp-discover (package gupnp-tools) is not installed";
     }
-    if (!loopbackMulticastWorks()) {
+    if (!testsupport::loopbackMulticastWorks()) {
         GTEST_SKIP() << "multicast on the loopback interface does not work on this machine";
     }
     start();

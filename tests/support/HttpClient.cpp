@@ -160,4 +160,27 @@ unsigned short findFreePort() {
     return port;
 }
 
+bool loopbackMulticastWorks() {
+    int receiver = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    int sender = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    socklen_t length = sizeof address;
+    ip_mreqn group = {};
+    inet_pton(AF_INET, "239.255.255.250", &group.imr_multiaddr);
+    group.imr_address.s_addr = htonl(INADDR_LOOPBACK);
+    in_addr loopback = group.imr_address;
+    bool ok = bind(receiver, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
+              getsockname(receiver, reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
+              setsockopt(receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, &group, sizeof group) == 0 &&
+              setsockopt(sender, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback) == 0;
+    address.sin_addr = group.imr_multiaddr;
+    pollfd p = {receiver, POLLIN, 0};
+    ok = ok && sendto(sender, "x", 1, 0, reinterpret_cast<sockaddr*>(&address), length) == 1 &&
+         poll(&p, 1, 1000) == 1;
+    close(receiver);
+    close(sender);
+    return ok;
+}
+
 }  // namespace testsupport

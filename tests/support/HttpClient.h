@@ -67,4 +67,8 @@ private:
 // A TCP port on 127.0.0.1 that nothing listens on right now.
 unsigned short findFreePort();
 
+// Whether a datagram sent to the SSDP group on lo comes back to a member there; without that
+// no discovery can work on this machine.
+bool loopbackMulticastWorks();
+
 }  // namespace testsupport

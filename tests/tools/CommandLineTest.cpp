@@ -40,12 +40,35 @@ TEST_F(CommandLineTest, TakesGlobalOptionsBeforeTheCommandElseTheLoopbackTvOnPor
     EXPECT_EQ("", m_commandLine.params);
 }
 
+TEST_F(CommandLineTest, CommandsTakeTheirArgumentsAndOptionsAfterTheName) {
+    ASSERT_TRUE(parse({"--port", "1515", "discover", "--timeout=1.5", "--interface", "lo"}))
+        << m_error;
+    EXPECT_EQ(CommandLine::Command::Discover, m_commandLine.command);
+    EXPECT_TRUE(m_commandLine.portGiven);
+    EXPECT_EQ(1500, m_commandLine.timeout.count());
+    EXPECT_EQ("lo", m_commandLine.interface);
+
+    ASSERT_TRUE(parse({"launch", "Internet", "--url", "http://example.com/"})) << m_error;
+    EXPECT_EQ(std::vector<std::string>{"Internet"}, m_commandLine.args);
+    EXPECT_EQ("http://example.com/", m_commandLine.url);
+    EXPECT_FALSE(m_commandLine.portGiven);
+
+    ASSERT_TRUE(parse({"key", "cursorDn", "enter"})) << m_error;
+    EXPECT_EQ((std::vector<std::string>{"cursorDn", "enter"}), m_commandLine.args);
+    ASSERT_TRUE(parse({"volume", "0"})) << m_error;
+    ASSERT_TRUE(parse({"volume"})) << m_error;
+    EXPECT_TRUE(m_commandLine.args.empty());
+}
+
 TEST_F(CommandLineTest, HelpAnywhereAsksForTheUsage) {
     for (const auto& args : std::vector<std::vector<std::string>>{
              {"--help"}, {"-h"}, {"call", "--help"}, {"--port", "0", "-h"}}) {
         ASSERT_TRUE(parse(args)) << m_error;
         EXPECT_EQ(CommandLine::Command::Help, m_commandLine.command);
     }
+    ASSERT_TRUE(parse({"--json", "volume", "--help"})) << m_error;
+    EXPECT_EQ("volume", m_commandLine.helpTopic);
+    EXPECT_NE(std::string::npos, CommandLine::usage("volume").find("volume [N|up|down]"));
 }
 
 TEST_F(CommandLineTest, RefusesUsageErrorsWithOneLine) {
@@ -56,9 +79,18 @@ TEST_F(CommandLineTest, RefusesUsageErrorsWithOneLine) {
         {{"--json"}, "no command"},
         {{"--verbose", "pair"}, "unknown option '--verbose'"},
         {{"pair", "--json"}, "before the command"},
-        {{"pair", "now"}, "no arguments"},
-        {{"call"}, "METHOD"},
-        {{"call", "powerControl", "{}", "{}"}, "at most one"},
+        {{"pair", "now"}, "wrong number of arguments for pair"},
+        {{"call"}, "wrong number of arguments for call"},
+        {{"call", "powerControl", "{}", "{}"}, "wrong number"},
+        {{"volume", "abc"}, "from 0 to 100, up or down"},
+        {{"volume", "101"}, "got '101'"},
+        {{"power", "standby"}, "on, off or reboot"},
+        {{"mute", "1"}, "on or off"},
+        {{"key", "enter", "Enter"}, "unknown key 'Enter'"},
+        {{"launch", "YouTube", "--url", "http://x/"}, "only with launch Internet"},
+        {{"discover", "--timeout", "0"}, "from 0.1 to 60"},
+        {{"discover", "--url", "x"}, "discover has no option '--url'"},
+        {{"tokens", "show"}, "list or forget"},
         {{"call", "powerControl", "[1]"}, "must be a JSON object"},
         {{"--port", "0", "pair"}, "from 1 to 65535, got '0'"},
         {{"--port=15x6", "pair"}, "got '15x6'"},

@@ -1,9 +1,19 @@
-// Calling a method: the stored token goes into "params", the answer is read back.
+// Calling a method: the stored token goes into "params", the answer is read back, and each
+// JSON-RPC error gets a sentence that says what to do about it.
 #include "CallCommand.h"
 
 #include "TvSession.h"
 
+using common::json::JsonType;
 using common::json::JsonValue;
+
+namespace {
+
+constexpr int kFailed = -32002;
+constexpr int kInvalidOperation = -32003;
+constexpr int kInvalidParams = -32602;
+
+}  // namespace
 
 CallCommand::CallCommand(const CommandLine& commandLine, const TokenStore& store)
     : m_commandLine(commandLine),
@@ -11,43 +21,73 @@ CallCommand::CallCommand(const CommandLine& commandLine, const TokenStore& store
       m_tv(TokenStore::keyFor(commandLine.host, commandLine.port)) {}
 
 Outcome CallCommand::run() {
+    JsonValue params = m_commandLine.params.empty() ? JsonValue(JsonType::objectValue)
+                                                    : JsonValue::Create(m_commandLine.params);
+    TvAnswer answer;
+    return send(m_commandLine.method, params, "", answer);
+}
+
+Outcome CallCommand::send(const std::string& method, JsonValue params, const std::string& subject,
+                          TvAnswer& answer) const {
     const std::string token = m_store.find(m_tv);
     if (token.empty()) {
+        answer = TvAnswer();
+        answer.kind = TvAnswer::Kind::NoContact;
         return {ExitCode::NotPaired,
                 "This device is not paired with the TV at " + m_tv + "; run ipcontrol --host " +
                     m_commandLine.host + " --port " + std::to_string(m_commandLine.port) +
                     " pair first.",
                 ""};
     }
-    JsonValue params = m_commandLine.params.empty() ? JsonValue(common::json::JsonType::objectValue)
-                                                    : JsonValue::Create(m_commandLine.params);
+    // The TV takes any member besides the token as a write.
+    const bool write = !params.empty();
     params["AccessToken"] = token;
-    const TvAnswer answer = TvSession(m_commandLine).post(m_commandLine.method, params);
-    Outcome outcome = _interpret(answer);
+    answer = TvSession(m_commandLine).post(method, params);
+    Outcome outcome = _interpret(answer, method, write, subject.empty() ? method : subject);
     if (m_commandLine.json) {
         outcome.output = answer.reply.body;
     }
     return outcome;
 }
 
-Outcome CallCommand::_interpret(const TvAnswer& answer) const {
+Outcome CallCommand::_interpret(const TvAnswer& answer, const std::string& method, bool write,
+                                const std::string& subject) const {
     using Kind = TvAnswer::Kind;
     Outcome outcome;
+    const std::string error = " (error " + answer.describeError() + ")";
+    outcome.code = ExitCode::RpcError;
     if (answer.kind == Kind::Result) {
+        outcome.code = ExitCode::Success;
         outcome.output = answer.result.isNull() ? "" : answer.result.toString(true);
     } else if (answer.kind == Kind::Error && answer.code == TvAnswer::kMethodNotFound) {
         outcome.code = ExitCode::MethodNotFound;
+        // Sets with an ambient screen answer writes of picture, sound and source settings
+        // this way while it shows.
         outcome.sentence =
-            "The TV at " + m_tv + " does not know the method '" + m_commandLine.method + "'.";
+            "The TV at " + m_tv + " does not know the method '" + method + "'" +
+            (write ? "; if its ambient screen is showing, leave it (ipcontrol key ambient) and "
+                     "try again."
+                   : "; it is not available on this product.");
+    } else if (answer.kind == Kind::Error && answer.code == kInvalidParams) {
+        outcome.sentence = "The TV at " + m_tv + " did not accept " + subject + error +
+                           ": a value is missing, of the wrong kind or a word it does not know "
+                           "(case counts).";
+    } else if (answer.kind == Kind::Error && answer.code == kFailed) {
+        outcome.sentence = "The TV at " + m_tv + " could not carry out " + subject + error +
+                           ": the value may be outside its range or list, or the TV is in "
+                           "standby or restarting; ipcontrol state shows where it stands.";
+    } else if (answer.kind == Kind::Error && answer.code == kInvalidOperation) {
+        outcome.sentence = "The TV at " + m_tv + " cannot do " + subject + error + ": " + method +
+                           (write ? " cannot be written" : " cannot be read") +
+                           " or is not supported on this product.";
     } else if (answer.kind == Kind::Error) {
-        outcome.code = ExitCode::RpcError;
-        outcome.sentence = "The TV at " + m_tv + " answered " + m_commandLine.method +
-                           " with error " + answer.describeError() + ".";
+        outcome.sentence = "The TV at " + m_tv + " answered " + subject + " with error " +
+                           answer.describeError() + ".";
     } else if (answer.kind == Kind::Refusal && answer.code == TvAnswer::kParseError) {
         outcome.code = ExitCode::NotPaired;
         outcome.sentence = "The TV at " + m_tv +
                            " does not accept the stored token (it was revoked or the TV was "
-                           "reset); run pair again.";
+                           "reset); run ipcontrol pair again.";
     } else if (answer.kind == Kind::EmptyRefusal) {
         outcome.code = ExitCode::Failure;
         outcome.sentence = "The TV at " + m_tv +

@@ -1,12 +1,15 @@
-// Parsing of the ipcontrol command line.
+// Parsing of the ipcontrol command line and the help texts built from the command table.
 #include "CommandLine.h"
 
 #include <algorithm>
 #include <cstdlib>
 
+#include "CommandTable.h"
 #include "JsonValue.h"
 
 namespace {
+
+const char* const kGlobalSynopsis = "ipcontrol [--host H] [--port N] [--json] ";
 
 bool parsePort(const std::string& text, unsigned short& port) {
     char* end = nullptr;
@@ -18,100 +21,165 @@ bool parsePort(const std::string& text, unsigned short& port) {
     return true;
 }
 
+bool parseSeconds(const std::string& text, std::chrono::milliseconds& timeout) {
+    char* end = nullptr;
+    double seconds = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || !(seconds >= 0.1 && seconds <= 60)) {
+        return false;
+    }
+    timeout = std::chrono::milliseconds(static_cast<long>(seconds * 1000));
+    return true;
+}
+
 bool isJsonObject(const std::string& text) {
     return common::json::JsonValue::Create(text).type() == common::json::JsonType::objectValue;
 }
 
+// Splits "--name=value" or "--name value" at args[i], moving i past the value.
+bool optionValue(const std::vector<std::string>& args, size_t& i, std::string& name,
+                 std::string& value, std::string& error) {
+    const std::string& arg = args[i];
+    size_t equals = arg.find('=');
+    name = arg.substr(0, equals);
+    if (equals != std::string::npos) {
+        value = arg.substr(equals + 1);
+    } else if (i + 1 < args.size()) {
+        value = args[++i];
+    } else {
+        error = name + " needs a value";
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
-bool CommandLine::parse(const std::vector<std::string>& args, std::string& error) {
-    if (std::find_if(args.begin(), args.end(), [](const std::string& arg) {
+bool CommandLine::parse(const std::vector<std::string>& argv, std::string& error) {
+    if (std::find_if(argv.begin(), argv.end(), [](const std::string& arg) {
             return arg == "--help" || arg == "-h";
-        }) != args.end()) {
+        }) != argv.end()) {
         command = Command::Help;
+        auto named = std::find_if(argv.begin(), argv.end(), [](const std::string& arg) {
+            return findCommand(arg) != nullptr;
+        });
+        helpTopic = named == argv.end() ? "" : *named;
         return true;
     }
     size_t i = 0;
-    for (; i < args.size() && args[i].rfind("-", 0) == 0; ++i) {
-        const std::string& arg = args[i];
-        size_t equals = arg.find('=');
-        std::string name = arg.substr(0, equals);
-        bool needsValue = name == "--host" || name == "--port";
+    for (; i < argv.size() && argv[i].rfind("-", 0) == 0; ++i) {
+        const std::string& arg = argv[i];
+        std::string name = arg.substr(0, arg.find('='));
         std::string value;
-        if (needsValue && equals != std::string::npos) {
-            value = arg.substr(equals + 1);
-        } else if (needsValue && i + 1 < args.size()) {
-            value = args[++i];
-        } else if (needsValue) {
-            error = name + " needs a value";
-            return false;
-        }
-        if (name == "--host" && !value.empty()) {
-            host = value;
-        } else if (name == "--host") {
-            error = "--host needs a host name or address";
-            return false;
-        } else if (name == "--port" && !parsePort(value, port)) {
-            error = "--port must be a TCP port from 1 to 65535, got '" + value + "'";
-            return false;
-        } else if (arg == "--json") {
+        if (arg == "--json") {
             json = true;
-        } else if (name != "--port") {
+        } else if (name != "--host" && name != "--port") {
             error = "unknown option '" + arg + "'";
             return false;
+        } else if (!optionValue(argv, i, name, value, error)) {
+            return false;
+        } else if (name == "--host" && value.empty()) {
+            error = "--host needs a host name or address";
+            return false;
+        } else if (name == "--host") {
+            host = value;
+        } else if (!parsePort(value, port)) {
+            error = "--port must be a TCP port from 1 to 65535, got '" + value + "'";
+            return false;
+        } else {
+            portGiven = true;
         }
     }
-    if (i == args.size()) {
+    if (i == argv.size()) {
         error = "no command given";
         return false;
     }
-    const std::string& name = args[i++];
-    std::vector<std::string> rest(args.begin() + static_cast<long>(i), args.end());
-    if (name == "pair" && rest.empty()) {
-        command = Command::Pair;
-        return true;
+    const CommandInfo* info = findCommand(argv[i]);
+    if (info == nullptr) {
+        error = "unknown command '" + argv[i] + "'";
+        return false;
     }
-    if (name == "call" && !rest.empty() && rest.size() <= 2 && rest[0].rfind("-", 0) != 0) {
-        command = Command::Call;
-        method = rest[0];
-        params = rest.size() == 2 ? rest[1] : "";
+    const std::string name = argv[i++];
+    helpTopic = name;
+    for (; i < argv.size(); ++i) {
+        const std::string& arg = argv[i];
+        if (arg.rfind("--", 0) != 0 || arg.size() == 2) {
+            args.push_back(arg);
+            continue;
+        }
+        std::string option;
+        std::string value;
+        const std::string optionName = arg.substr(0, arg.find('='));
+        if (std::find(info->options.begin(), info->options.end(), optionName) ==
+            info->options.end()) {
+            bool global = optionName == "--host" || optionName == "--port" || arg == "--json";
+            error = global ? arg + " is a global option: put it before the command"
+                           : name + " has no option '" + arg + "'";
+            return false;
+        }
+        if (!optionValue(argv, i, option, value, error)) {
+            return false;
+        }
+        if (option == "--timeout" && !parseSeconds(value, timeout)) {
+            error = "--timeout takes seconds from 0.1 to 60, got '" + value + "'";
+            return false;
+        }
+        url = option == "--url" ? value : url;
+        interface = option == "--interface" ? value : interface;
+    }
+    if (args.size() < info->minArgs || args.size() > info->maxArgs) {
+        error = "wrong number of arguments for " + name;
+        return false;
+    }
+    if (!info->check(args, error)) {
+        return false;
+    }
+    if (info->command == Command::Call) {
+        method = args[0];
+        params = args.size() == 2 ? args[1] : "";
         if (!params.empty() && !isJsonObject(params)) {
             error = "JSON-PARAMS must be a JSON object, got '" + params + "'";
             return false;
         }
-        return true;
     }
-    if (name == "pair") {
-        error = "pair takes no arguments (global options come before the command)";
-    } else if (name == "call") {
-        error = "call takes a METHOD and at most one JSON-PARAMS object (options come first)";
-    } else {
-        error = "unknown command '" + name + "'";
+    if (info->command == Command::Launch && !url.empty() && args[0] != "Internet") {
+        error = "--url works only with launch Internet (the web browser)";
+        return false;
     }
-    return false;
+    command = info->command;
+    return true;
 }
 
-const char* CommandLine::usage() {
-    return "Usage: ipcontrol [--host H] [--port N] [--json] COMMAND\n"
-           "\n"
-           "Commands:\n"
-           "  pair                       ask the TV for an access token; the viewer allows or\n"
-           "                             denies it on screen; the token is stored for H:N\n"
-           "  call METHOD [JSON-PARAMS]  send a JSON-RPC request with the stored token and\n"
-           "                             print its result; JSON-PARAMS is an object such as\n"
-           "                             '{\"volume\": \"12\"}'\n"
+std::string CommandLine::usage(const std::string& topic) {
+    const std::string trailer = "\nRun 'ipcontrol --help' for the global options and exit codes.\n";
+    if (const CommandInfo* info = findCommand(topic)) {
+        return std::string("Usage: ") + kGlobalSynopsis + info->synopsis + "\n\n" + info->details +
+               trailer;
+    }
+    size_t width = 0;
+    for (const CommandInfo& entry : commandTable()) {
+        width = std::max(width, std::string(entry.synopsis).size());
+    }
+    std::string text =
+        std::string("Usage: ") + kGlobalSynopsis + "COMMAND [ARGUMENTS]\n\nCommands:\n";
+    for (const CommandInfo& entry : commandTable()) {
+        std::string synopsis = entry.synopsis;
+        text +=
+            "  " + synopsis + std::string(width + 2 - synopsis.size(), ' ') + entry.summary + "\n";
+    }
+    return text +
            "\n"
            "Options (before the command):\n"
-           "  --host H                   the TV's host name or address (default 127.0.0.1)\n"
-           "  --port N                   the TV's JSON-RPC port (default 1516; 1515 for model\n"
-           "                             year 19 or earlier)\n"
-           "  --json                     print the TV's raw response bodies\n"
-           "  -h, --help                 print this text\n"
+           "  --host H      the TV's host name or address (default 127.0.0.1)\n"
+           "  --port N      the TV's JSON-RPC port (default 1516; 1515 for model year 19 or\n"
+           "                earlier)\n"
+           "  --json        print the TV's raw response bodies, for scripts\n"
+           "  -h, --help    print this text; 'ipcontrol COMMAND --help' explains a command\n"
            "\n"
            "Tokens are kept in $XDG_CONFIG_HOME/ipcontrol/tokens.json (else\n"
            "~/.config/ipcontrol/tokens.json).\n"
            "\n"
            "Exit codes: 0 success, 1 other failure, 2 usage, 3 TV unreachable, 4 pairing\n"
            "denied, 5 pairing timed out, 6 device blocked, 7 pairing pop-up already on\n"
-           "screen, 8 not paired or token refused, 9 unknown method, 10 other JSON-RPC error.\n";
+           "screen, 8 not paired or token refused, 9 unknown method, 10 other JSON-RPC\n"
+           "error, 11 discover found no TV.\n";
 }

@@ -1,7 +1,6 @@
 // Blocking HTTP/1.1 POST over a non-blocking socket with poll() deadlines.
 #include "HttpPost.h"
 
-#include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -11,6 +10,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+
+#include "TcpConnect.h"
 
 namespace {
 
@@ -68,7 +69,7 @@ HttpPost::HttpPost(std::string host, unsigned short port, Milliseconds connectTi
 
 HttpReply HttpPost::send(const std::string& body) const {
     HttpReply reply;
-    int fd = _connect(reply.reason);
+    int fd = connectWithin(m_host, m_port, m_connectTimeout, reply.reason);
     if (fd < 0) {
         reply.transport = HttpReply::Transport::Unreachable;
         return reply;
@@ -85,48 +86,6 @@ HttpReply HttpPost::send(const std::string& body) const {
     }
     close(fd);
     return reply;
-}
-
-int HttpPost::_connect(std::string& reason) const {
-    addrinfo hints = {};
-    hints.ai_family = AF_UNSPEC;
-    hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_NUMERICSERV;
-    addrinfo* addresses = nullptr;
-    int rc = getaddrinfo(m_host.c_str(), std::to_string(m_port).c_str(), &hints, &addresses);
-    if (rc != 0) {
-        reason = std::string("unknown host: ") + gai_strerror(rc);
-        return -1;
-    }
-    const auto deadline = Clock::now() + m_connectTimeout;
-    int fd = -1;
-    reason = "no address";
-    for (addrinfo* a = addresses; a != nullptr && fd < 0; a = a->ai_next) {
-        fd = socket(a->ai_family, a->ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, a->ai_protocol);
-        if (fd < 0) {
-            reason = strerror(errno);
-            continue;
-        }
-        int error = 0;
-        socklen_t length = sizeof error;
-        if (::connect(fd, a->ai_addr, a->ai_addrlen) == 0) {
-            break;
-        }
-        if (errno != EINPROGRESS) {
-            error = errno;
-        } else if (!waitFor(fd, POLLOUT, deadline)) {
-            error = ETIMEDOUT;
-        } else if (getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &length) != 0) {
-            error = errno;
-        }
-        if (error != 0) {
-            reason = strerror(error);
-            close(fd);
-            fd = -1;
-        }
-    }
-    freeaddrinfo(addresses);
-    return fd;
 }
 
 bool HttpPost::_writeAll(int fd, const std::string& bytes, Clock::time_point deadline) const {

@@ -31,7 +31,6 @@ public:
     HttpReply send(const std::string& body) const;
 
 private:
-    int _connect(std::string& reason) const;
     bool _writeAll(int fd, const std::string& bytes,
                    std::chrono::steady_clock::time_point deadline) const;
     HttpReply _readReply(int fd) const;

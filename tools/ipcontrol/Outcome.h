@@ -16,6 +16,7 @@ enum class ExitCode : int {
     NotPaired = 8,       // no stored token, or the TV does not accept it
     MethodNotFound = 9,  // the TV does not know the method
     RpcError = 10,       // any other JSON-RPC error
+    NothingFound = 11,   // discover: no TV answered
 };
 
 // A plain value; the command that makes it decides both texts.

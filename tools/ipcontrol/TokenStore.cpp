@@ -84,6 +84,18 @@ void TokenStore::put(const std::string& key, const std::string& token) {
     m_tokens[key] = token;
 }
 
+bool TokenStore::remove(const std::string& key) {
+    return m_tokens.erase(key) > 0;
+}
+
+std::vector<std::string> TokenStore::keys() const {
+    std::vector<std::string> keys;
+    for (const auto& entry : m_tokens) {
+        keys.push_back(entry.first);
+    }
+    return keys;
+}
+
 bool TokenStore::save(std::string& error) const {
     g_autofree gchar* folder = g_path_get_dirname(m_path.c_str());
     if (g_mkdir_with_parents(folder, 0700) != 0) {

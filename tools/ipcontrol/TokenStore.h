@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 // A JSON object mapping "host:port" ("[v6-address]:port" for IPv6) to the token. The file is
 // replaced atomically, readable by its owner only (0600), in a folder only the owner may enter
@@ -24,6 +25,10 @@ public:
     // The token for key, or "" when there is none.
     std::string find(const std::string& key) const;
     void put(const std::string& key, const std::string& token);
+    // Drops the token of key; false when there was none.
+    bool remove(const std::string& key);
+    // The keys that have a token, sorted.
+    std::vector<std::string> keys() const;
     // Writes every token; false with a one-line error naming the file on failure.
     bool save(std::string& error) const;
 

@@ -1,4 +1,4 @@
-// ipcontrol: pairs this device with a TV and sends the TV JSON-RPC requests from the shell.
+// ipcontrol: finds TVs, pairs this device with them and controls them from the shell.
 #include <csignal>
 #include <cstdio>
 #include <string>
@@ -6,7 +6,10 @@
 
 #include "CallCommand.h"
 #include "CommandLine.h"
+#include "DiscoverCommand.h"
 #include "PairCommand.h"
+#include "SettingCommand.h"
+#include "TokensCommand.h"
 #include "dlog.h"
 
 namespace {
@@ -14,6 +17,28 @@ namespace {
 void print(FILE* stream, const std::string& text) {
     if (!text.empty()) {
         fprintf(stream, "%s%s", text.c_str(), text.back() == '\n' ? "" : "\n");
+    }
+}
+
+Outcome runCommand(const CommandLine& commandLine) {
+    using Command = CommandLine::Command;
+    if (commandLine.command == Command::Discover) {
+        return DiscoverCommand(commandLine).run();
+    }
+    TokenStore store(TokenStore::defaultPath());
+    std::string error;
+    if (!store.load(error)) {
+        return {ExitCode::Failure, "The token file cannot be used: " + error + ".", ""};
+    }
+    switch (commandLine.command) {
+        case Command::Pair:
+            return PairCommand(commandLine, store).run();
+        case Command::Call:
+            return CallCommand(commandLine, store).run();
+        case Command::Tokens:
+            return TokensCommand(commandLine, store).run();
+        default:
+            return SettingCommand(commandLine, store).run();
     }
 }
 
@@ -27,22 +52,16 @@ int main(int argc, char** argv) {
     CommandLine commandLine;
     std::string error;
     if (!commandLine.parse(std::vector<std::string>(argv + 1, argv + argc), error)) {
-        fprintf(stderr, "ipcontrol: %s\n\n%s", error.c_str(), CommandLine::usage());
+        fprintf(stderr, "ipcontrol: %s\n\n%s", error.c_str(),
+                CommandLine::usage(commandLine.helpTopic).c_str());
         return static_cast<int>(ExitCode::Usage);
     }
     if (commandLine.command == CommandLine::Command::Help) {
-        fputs(CommandLine::usage(), stdout);
+        fputs(CommandLine::usage(commandLine.helpTopic).c_str(), stdout);
         return static_cast<int>(ExitCode::Success);
     }
 
-    TokenStore store(TokenStore::defaultPath());
-    if (!store.load(error)) {
-        fprintf(stderr, "The token file cannot be used: %s.\n", error.c_str());
-        return static_cast<int>(ExitCode::Failure);
-    }
-    Outcome outcome = commandLine.command == CommandLine::Command::Pair
-                          ? PairCommand(commandLine, store).run()
-                          : CallCommand(commandLine, store).run();
+    Outcome outcome = runCommand(commandLine);
     print(stdout, outcome.output);
     fflush(stdout);  // before the sentence on stderr, which is not buffered
     if (outcome.code != ExitCode::Success) {
