@@ -1,5 +1,5 @@
-// The TV screen page: follows the service's state over server-sent events and answers the pop-up
-// through the admin API.
+// The TV screen page: follows the service's state over server-sent events, answers the pop-up,
+// and changes settings, paired clients and the virtual TV's testing knobs through the admin API.
 'use strict';
 
 (function () {
@@ -132,6 +132,26 @@
     setField('country', settings.country);
   }
 
+  function renderProduct(product) {
+    $('product-profile').textContent = product ? product.profile : '–';
+    $('product-profile').title = product ? product.file : '';
+  }
+
+  // The reply's error text, or a fallback when it has none.
+  function failure(result, fallback) {
+    return (result.data && result.data.error) || fallback;
+  }
+
+  // Revoking or resetting goes to the running service, which answers once its list changed.
+  async function changeClients(path, message) {
+    try {
+      const result = await request('DELETE', path);
+      message.textContent = result.ok ? '' : failure(result, 'Refused');
+    } catch (error) {
+      message.textContent = 'The TV cannot be reached';
+    }
+  }
+
   function renderClients(clients) {
     const body = $('clients');
     body.replaceChildren();
@@ -142,9 +162,92 @@
         cell.textContent = text;
         row.appendChild(cell);
       }
+      const action = document.createElement('td');
+      const revoke = document.createElement('button');
+      revoke.type = 'button';
+      revoke.className = 'small danger';
+      revoke.textContent = 'Revoke';
+      revoke.dataset.mac = client.MacAddr;
+      revoke.addEventListener('click', () => {
+        revoke.disabled = true;
+        changeClients('api/clients/' + encodeURIComponent(client.MacAddr), $('clients-message'));
+      });
+      action.appendChild(revoke);
+      row.appendChild(action);
       body.appendChild(row);
     }
     $('clients-empty').hidden = body.children.length > 0;
+    $('clients-reset').hidden = body.children.length === 0;
+  }
+
+  // Forgetting every client takes a second click within a few seconds.
+  let resetArmed = null;
+  $('clients-reset').addEventListener('click', () => {
+    const button = $('clients-reset');
+    if (resetArmed === null) {
+      button.textContent = 'Click again to forget all';
+      resetArmed = setTimeout(() => {
+        resetArmed = null;
+        button.textContent = 'Forget all clients';
+      }, 4000);
+      return;
+    }
+    clearTimeout(resetArmed);
+    resetArmed = null;
+    button.textContent = 'Forget all clients';
+    changeClients('api/clients', $('clients-message'));
+  });
+
+  // --- The request log ----------------------------------------------------------------------
+
+  let lastRequestSeq = -1;
+
+  function requestOutcome(entry) {
+    if (entry.status !== 200) {
+      return 'refused ' + entry.status + (entry.errorCode ? ' ' + entry.errorCode : '') +
+        (entry.errorMessage ? ' ' + entry.errorMessage : '');
+    }
+    if (entry.errorCode) {
+      return 'error ' + entry.errorCode + ' ' + entry.errorMessage;
+    }
+    return entry.answer;
+  }
+
+  // Newest first; redrawn only when a request was added.
+  function renderRequests(entries) {
+    const list = entries || [];
+    const newest = list.length > 0 ? list[list.length - 1].seq : 0;
+    if (newest === lastRequestSeq) {
+      return;
+    }
+    lastRequestSeq = newest;
+    const body = $('requests');
+    const rows = [];
+    for (let i = list.length - 1; i >= 0; --i) {
+      const entry = list[i];
+      const row = document.createElement('tr');
+      row.className = entry.status !== 200 ? 'refused' : (entry.errorCode ? 'failed' : 'ok');
+      const when = new Date(entry.time);
+      const two = (n) => String(n).padStart(2, '0');
+      const outcome = requestOutcome(entry);
+      const cells = [two(when.getHours()) + ':' + two(when.getMinutes()) + ':' + two(when.getSeconds()),
+        entry.client || '–', entry.method || '(unparsable)', entry.kind, outcome, String(entry.ms)];
+      cells.forEach((text, index) => {
+        const cell = document.createElement('td');
+        cell.textContent = text;
+        if (index === 4) {
+          cell.className = 'answer';
+          cell.title = outcome;
+        } else if (index === 5) {
+          cell.className = 'ms';
+        }
+        row.appendChild(cell);
+      });
+      rows.push(row);
+    }
+    body.replaceChildren(...rows);
+    $('requests-empty').hidden = rows.length > 0;
+    $('requests-count').textContent = rows.length > 0 ? '(' + rows.length + ')' : '';
   }
 
   // The TV itself: dark in standby, "Restarting…" while it reboots, badges for the ambient
@@ -306,11 +409,114 @@
     button.addEventListener('click', () => pressPower(button.dataset.power));
   }
 
+  // --- Testing knobs ------------------------------------------------------------------------
+
+  async function putTv(name, body) {
+    const message = $('knobs-message');
+    try {
+      const result = await request('PUT', 'api/tv/' + name, body);
+      message.textContent = result.ok ? '' : failure(result, 'Refused');
+    } catch (error) {
+      message.textContent = 'The TV cannot be reached';
+    }
+  }
+
+  for (const input of $('knobs').querySelectorAll('input[data-knob]')) {
+    input.addEventListener('change', () => {
+      putTv('knobs', { [input.dataset.knob]: Number(input.value) });
+    });
+  }
+  for (const input of $('knobs').querySelectorAll('input[data-flag]')) {
+    input.addEventListener('change', () => putTv('knobs', { [input.dataset.flag]: input.checked }));
+  }
+  $('knob-failApply').addEventListener('click', () => {
+    putTv('knobs', { failNext: { count: Number($('knob-failCount').value),
+      error: Number($('knob-failError').value) } });
+  });
+  $('knobs').addEventListener('submit', (event) => event.preventDefault());
+
+  // The connected devices as the TV lists them, kept for the next whole-list change.
+  const devices = { speakers: [], usbDevices: [] };
+
+  function renderDevices(name, list) {
+    devices[name] = list;
+    const element = $(name);
+    element.replaceChildren();
+    for (const device of list) {
+      const item = document.createElement('li');
+      const label = document.createElement('span');
+      label.textContent = device.name + ' (' + device.id + ')' +
+        (device.errorCode ? ' error ' + device.errorCode : '') + (device.unavailable ? ' unavailable' : '');
+      const remove = document.createElement('button');
+      remove.type = 'button';
+      remove.className = 'small';
+      remove.textContent = name === 'speakers' ? 'Disconnect' : 'Unplug';
+      remove.addEventListener('click', () => {
+        putTv(name, devices[name].filter((other) => other.id !== device.id));
+      });
+      item.append(label, remove);
+      element.appendChild(item);
+    }
+  }
+
+  for (const name of ['speakers', 'usbDevices']) {
+    const form = $(name + '-add');
+    form.querySelector('button').addEventListener('click', () => {
+      const added = {};
+      for (const input of form.querySelectorAll('input')) {
+        added[input.dataset.field] = input.value.trim();
+      }
+      if (added.id === '' || added.name === '') {
+        $('knobs-message').textContent = 'A device needs an id and a name';
+        return;
+      }
+      putTv(name, devices[name].filter((other) => other.id !== added.id).concat([added]));
+      for (const input of form.querySelectorAll('input')) {
+        input.value = '';
+      }
+    });
+  }
+
+  // Only the parts the TV reports; a field being edited keeps what the viewer typed.
+  function renderKnobs(tv) {
+    $('knobs').hidden = !tv;
+    if (!tv) {
+      return;
+    }
+    const knobs = tv.knobs || {};
+    for (const name of ['latencyMs', 'jitterMs', 'rebootMs']) {
+      setField('knob-' + name, knobs[name]);
+    }
+    if (knobs.failNext) {
+      setField('knob-failCount', knobs.failNext.count);
+      setField('knob-failError', knobs.failNext.error);
+    }
+    $('knob-tvServiceAvailable').checked = Boolean(knobs.tvServiceAvailable);
+    $('knob-wallServiceAvailable').checked = Boolean(knobs.wallServiceAvailable);
+    const p = tv.properties || {};
+    // USB devices are read with the optional members the TV keeps.
+    const usb = (parseJson(p.connectedExtendedSourceList) || []).map((d) => {
+      const device = { name: d.name, id: d.id };
+      for (const key of ['uniqueKey', 'errorCode', 'unavailable']) {
+        if (d[key] !== undefined && d[key] !== '' && d[key] !== null) {
+          device[key] = d[key];
+        }
+      }
+      return device;
+    });
+    renderDevices('speakers', (parseJson(p.connectedExternalSpeakerList) || [])
+      .map((d) => ({ id: d.id, name: d.name })));
+    renderDevices('usbDevices', usb);
+  }
+
   function render(state) {
     renderTv(state.tv);
     renderScreen(state.tv);
     renderSettings(state.settings);
+    renderProduct(state.product);
     renderClients(state.clients);
+    renderKnobs(state.tv);
+    renderRequests(state.requests);
     renderPopup(state.notification);
   }
 

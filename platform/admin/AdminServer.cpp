@@ -209,7 +209,7 @@ struct AdminServer::Handlers {
 
     static MHD_Result events(AdminServer* server, MHD_Connection* connection) {
         auto* stream = new EventStream(
-            server->m_broadcaster, [server] { return jsonText(server->state().get()); },
+            *server->m_broadcaster, [server] { return jsonText(server->state().get()); },
             std::chrono::duration_cast<std::chrono::milliseconds>(kKeepAlive));
         MHD_Response* response = MHD_create_response_from_callback(
             MHD_SIZE_UNKNOWN, 4096, &Handlers::readEvents, stream, &Handlers::freeEvents);
@@ -270,7 +270,7 @@ bool AdminServer::start(unsigned short port, std::string& error) {
         }
         return false;
     }
-    m_broadcaster.open();
+    m_broadcaster->open();
     m_daemon = MHD_start_daemon(
         MHD_USE_THREAD_PER_CONNECTION | MHD_USE_POLL_INTERNAL_THREAD | MHD_USE_ITC, 0, nullptr,
         nullptr, &Handlers::access, this, MHD_OPTION_EXTERNAL_LOGGER, &logServerMessage, nullptr,
@@ -292,7 +292,7 @@ void AdminServer::stop() {
     }
     // No new connections; the listening socket is closed once the daemon is gone.
     const MHD_socket listener = MHD_quiesce_daemon(m_daemon);
-    m_broadcaster.close();  // event streams end, so their threads can be joined
+    m_broadcaster->close();  // event streams end, so their threads can be joined
     MHD_stop_daemon(m_daemon);
     m_daemon = nullptr;
     m_port = 0;
@@ -324,7 +324,11 @@ void AdminServer::addRoute(const std::string& method, const std::string& pattern
 }
 
 void AdminServer::publishState() {
-    m_broadcaster.publish();
+    m_broadcaster->publish();
+}
+
+std::function<void()> AdminServer::publisher() const {
+    return [broadcaster = m_broadcaster] { broadcaster->publish(); };
 }
 
 JsonNodePtr AdminServer::state() const {

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -63,6 +64,9 @@ public:
     void addRoute(const std::string& method, const std::string& pattern, Handler handler);
     // Sends the state to every event stream. Call after any change of a section.
     void publishState();
+    // A function that does what publishState() does and stays safe to call after the server is
+    // gone, for parts that may report a change while the server is being taken down.
+    std::function<void()> publisher() const;
     JsonNodePtr state() const;
 
 private:
@@ -78,7 +82,8 @@ private:
                       std::string& allowed) const;
 
     const std::string m_webDir;
-    StateBroadcaster m_broadcaster;
+    // Shared with publisher() functions, which may outlive the server.
+    const std::shared_ptr<StateBroadcaster> m_broadcaster = std::make_shared<StateBroadcaster>();
     MHD_Daemon* m_daemon = nullptr;
     unsigned short m_port = 0;
 

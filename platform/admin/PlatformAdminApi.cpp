@@ -2,6 +2,7 @@
 #include "PlatformAdminApi.h"
 
 #include <climits>
+#include <functional>
 #include <cstdlib>
 
 #include <glib.h>
@@ -11,6 +12,9 @@
 #include "AdminServer.h"
 #include "ClientList.h"
 #include "NotificationCenter.h"
+#include "PairedClientsControl.h"
+#include "PlatformObjects.h"
+#include "RequestLog.h"
 #include "SettingsSchema.h"
 #include "notification.h"
 #include "system_settings.h"
@@ -161,6 +165,42 @@ AdminReply putSetting(const AdminRequest& request) {
     }
 }
 
+// The product profile in use: {"profile": its name, "file": its path}; null once shut down.
+JsonNodePtr productSection() {
+    const std::shared_ptr<const PlatformObjects> objects = currentObjects();
+    if (objects == nullptr) {
+        return nullptr;
+    }
+    const std::string file =
+        resolveProfilePath(objects->options.profile, objects->options.resourceDir);
+    g_autofree gchar* base = g_path_get_basename(file.c_str());
+    std::string name = base;
+    if (g_str_has_suffix(base, ".json")) {
+        name.resize(name.size() - 5);
+    }
+    JsonObject* product = json_object_new();
+    json_object_set_string_member(product, "profile", name.c_str());
+    json_object_set_string_member(product, "file", file.c_str());
+    return objectNode(product);
+}
+
+// The answer to a revoke or reset once the service ran it (or could not).
+AdminReply clientsReply(const PairedClientsControl::Result& result, const char* member) {
+    switch (result.outcome) {
+        case PairedClientsControl::Outcome::Done:
+            break;
+        case PairedClientsControl::Outcome::NoService:
+            return AdminReply::error(MHD_HTTP_SERVICE_UNAVAILABLE,
+                                     "the IP control service is not running");
+        case PairedClientsControl::Outcome::TimedOut:
+            return AdminReply::error(MHD_HTTP_SERVICE_UNAVAILABLE,
+                                     "the IP control service did not answer in time");
+    }
+    JsonObject* answer = json_object_new();
+    json_object_set_int_member(answer, member, result.count);
+    return AdminReply::json(objectNode(answer));
+}
+
 }  // namespace
 
 void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter> notifications,
@@ -169,6 +209,7 @@ void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter
         g_build_filename(dataDir.c_str(), "authlist", "authlist.dat", nullptr);
     const std::string authListPath = authList;
     server.addStateSection("settings", settingsSection);
+    server.addStateSection("product", productSection);
     server.addStateSection("notification",
                            [notifications] { return notificationSection(*notifications); });
     server.addStateSection("clients", [authListPath] { return readClientList(authListPath); });
@@ -177,6 +218,37 @@ void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter
                         return answerPopup(*notifications, request);
                     });
     server.addRoute(MHD_HTTP_METHOD_PUT, "/api/settings/*", putSetting);
+
+    // The service changes its own list (and file), so a revoked token is refused at once.
+    const std::function<void()> publish = server.publisher();
+    server.addRoute(MHD_HTTP_METHOD_DELETE, "/api/clients/*",
+                    [publish](const AdminRequest& request) {
+                        const PairedClientsControl::Result result =
+                            PairedClientsControl::instance().revoke(request.param);
+                        if (result.outcome == PairedClientsControl::Outcome::Done) {
+                            publish();
+                            if (result.count == 0) {
+                                return AdminReply::error(
+                                    MHD_HTTP_NOT_FOUND,
+                                    "no paired client has the MAC address " + request.param);
+                            }
+                        }
+                        return clientsReply(result, "revoked");
+                    });
+    server.addRoute(MHD_HTTP_METHOD_DELETE, "/api/clients", [publish](const AdminRequest&) {
+        PairedClientsControl::Result result = PairedClientsControl::instance().reset();
+        if (result.outcome == PairedClientsControl::Outcome::Done) {
+            publish();
+            result.count = 0;
+        }
+        return clientsReply(result, "remaining");
+    });
+
+    // The section owns the log, so the log goes with the server.
+    auto requests = std::make_shared<RequestLog>();
+    requests->setListener(publish);
+    RequestLog::install(requests);
+    server.addStateSection("requests", [requests] { return requests->toJson(); });
 }
 
 }  // namespace ipc_platform

@@ -1,6 +1,7 @@
 // Access manager: the client list, tokens, the approval pop-up and its outcomes.
 #include "Manager/AccessManager.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <exception>
@@ -16,6 +17,7 @@
 #include "Manager/Localisation.h"
 #include "System/SystemApi.h"
 #include "notification.h"
+#include "paired_clients.h"
 
 namespace {
 
@@ -83,6 +85,8 @@ AccessManager::AccessManager(unsigned int releaseTimeoutMs) : m_releaseTimeoutMs
 }
 
 AccessManager::~AccessManager() {
+    // First, without the lock: it waits for a revoke or reset of the page still running.
+    paired_clients_unset_handlers(this);
     {
         std::lock_guard<std::mutex> live(liveManagers().mutex);
         liveManagers().managers.erase(this);
@@ -92,14 +96,22 @@ AccessManager::~AccessManager() {
 }
 
 bool AccessManager::create() {
-    std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    syncAuthListWithFile();
-    m_bIsShowingNotification = false;
-    m_bIsNotiHandled = false;
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_mutex);
+        syncAuthListWithFile();
+        m_bIsShowingNotification = false;
+        m_bIsNotiHandled = false;
+    }
+    // Outside the lock: the platform holds its own while a handler runs, and a handler takes
+    // this manager's lock, so the two are never taken in the other order.
+    paired_clients_set_handlers(&AccessManager::_revokeFromScreen, &AccessManager::_resetFromScreen,
+                                this);
     return true;
 }
 
 bool AccessManager::destroy() {
+    // A stopped service keeps no list in memory: the page's revoke waits for the next start.
+    paired_clients_unset_handlers(this);
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     m_bIsNotiHandled = false;
     m_authList.clear();
@@ -190,6 +202,20 @@ void AccessManager::resetAuthGroupData() {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     m_authList.clear();
     updateAuthListToFile();
+}
+
+int AccessManager::revokeClient(const std::string& macAddr) {
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    const size_t before = m_authList.size();
+    m_authList.erase(std::remove_if(m_authList.begin(), m_authList.end(),
+                                    [&](const AuthRecord& r) { return r.macAddr == macAddr; }),
+                     m_authList.end());
+    const int revoked = static_cast<int>(before - m_authList.size());
+    LOGI("revoked %d record(s) of macAddr:%s", revoked, macAddr.c_str());
+    if (revoked > 0) {
+        updateAuthListToFile();
+    }
+    return revoked;
 }
 
 void AccessManager::erasePopup() {
@@ -339,6 +365,25 @@ int AccessManager::internalReleaseTimeoutCallback(void* data) {
         }
     }
     return G_SOURCE_REMOVE;
+}
+
+int AccessManager::_revokeFromScreen(const char* macAddr, void* data) {
+    // The platform withdraws these handlers before the manager goes, so data is alive here.
+    try {
+        return static_cast<AccessManager*>(data)->revokeClient(macAddr != nullptr ? macAddr : "");
+    } catch (const std::exception& e) {
+        LOGE("revoke failed: %s", e.what());
+        return 0;
+    }
+}
+
+void AccessManager::_resetFromScreen(void* data) {
+    LOGI("paired clients reset from the TV screen");
+    try {
+        static_cast<AccessManager*>(data)->resetAuthGroupData();
+    } catch (const std::exception& e) {
+        LOGE("reset failed: %s", e.what());
+    }
 }
 
 void AccessManager::_handleButtonEvent(int eventType) {

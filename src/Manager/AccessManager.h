@@ -20,9 +20,10 @@ struct notification_s;
 // delivers. A client denied twice is in the denied group; an Allow resets its class.
 //
 // Thread-safe: called from the server thread (checks, issueAccessToken), the main loop (the
-// pop-up's events, the release timer) and the core (create, destroy). One recursive lock is held
-// through every public operation and both callbacks; the result callback runs under it, inside
-// issueAccessToken() when a second client ends the first one's pop-up.
+// pop-up's events, the release timer, the TV screen page's revoke and reset, which create()
+// registers with the platform and destroy() withdraws) and the core (create, destroy). One
+// recursive lock is held through every public operation and both callbacks; the result callback
+// runs under it, inside issueAccessToken() when a second client ends the first one's pop-up.
 class AccessManager : public IAccessManager {
 public:
     static constexpr unsigned int kDefaultReleaseTimeoutMs = 35000;
@@ -48,6 +49,9 @@ public:
     bool issueAccessToken(std::string macAddr) override;
     // Empties the list and rewrites the file.
     void resetAuthGroupData() override;
+    // Forgets every record of this MAC address (its token and any Deny mark) and rewrites the
+    // file when one went; returns how many went. The TV screen page's revoke.
+    int revokeClient(const std::string& macAddr);
     // Forgets the pop-up on screen without delivering; its later events are ignored.
     void erasePopup() override;
 
@@ -77,6 +81,10 @@ private:
     // The pop-up's event callback and the release timer's callback; data is the manager.
     static void _ip_control_noti_button_cb(notification_s* noti, int eventType, void* data);
     static int internalReleaseTimeoutCallback(void* data);
+    // The TV screen page's revoke and reset (paired_clients.h), on the main loop while this
+    // manager is created; data is the manager.
+    static int _revokeFromScreen(const char* macAddr, void* data);
+    static void _resetFromScreen(void* data);
 
     void _handleButtonEvent(int eventType);
     void _handleReleaseTimeout();

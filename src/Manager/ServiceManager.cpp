@@ -19,6 +19,7 @@ namespace {
 const char* const kCreateAccessToken = "createAccessToken";
 const char* const kDispatcherName = "ServiceManager";
 const char* const kThreadFinished = "Thread already finished! Can not do enqueue!!";
+const size_t kShownTokenLength = 6;
 
 std::string errorObject(eJSONRPCErrorCode code) {
     return JSONRPCParser::getJsonErrorMessage(code);
@@ -42,21 +43,31 @@ bool ServiceManager::destroy() {
     if (_releaseDispatcher()) {
         LOGI("MsgDispatcher is deleted.");
     }
+    m_journal.clear();
     LOGI("ServiceManager is deleted.");
     return true;
 }
 
 void ServiceManager::handleJsonRequest(const unsigned int& clientId, const std::string& json) {
+    const RequestJournal::Clock::time_point arrived = RequestJournal::Clock::now();
     LOGI("sessionID:%u  jsonRequest:%s", clientId, json.c_str());
     requestMsg msg{clientId, json, ""};
     JSONRPCParser parser;
-    if (!parser.parse(json)) {
+    const bool parsed = parser.parse(json);
+    std::string method;
+    if (parsed) {
+        parser.getMethodName(method);
+    }
+    // Looked up before the parse is judged, so that the request log names the sender of a
+    // request that does not parse too.
+    std::string peerMac = getPeerMacAddress(clientId);
+    m_journal.begin(
+        clientId, arrived, peerMac, method,
+        parsed ? RequestJournal::kindOf(method, parser.getJsonParams()) : REQUEST_LOG_KIND_OTHER);
+    if (!parsed) {
         sendAccessDenied(clientId, errorObject(PARSE_ERROR));
         return;
     }
-    std::string method;
-    parser.getMethodName(method);
-    std::string peerMac = getPeerMacAddress(clientId);
     if (method == kCreateAccessToken) {
         processClientVerification(clientId, parser, peerMac, msg);
     } else {
@@ -122,6 +133,9 @@ bool ServiceManager::handleAccessToken(const std::string& result) {
     JsonValue tokenResult(JsonType::objectValue);
     tokenResult["AccessToken"] = result;
     parser.setCopiedParams(tokenResult.toString(false));
+    // The page shows no more of a token than its first characters.
+    m_journal.finish(pending.clientId, 200, "",
+                     R"({"AccessToken":")" + result.substr(0, kShownTokenLength) + "\u2026\"}");
     sendResponse(pending.clientId, parser.buildResponse("", false));
     return true;
 }
@@ -186,7 +200,10 @@ void ServiceManager::enqueueResponseData(CmdRequest* cmd) {
     JSONRPCParser parser;
     std::string response = parser.buildResponse(cmd->jsonId, cmd->result, errorText);
     unsigned int clientId = cmd->clientId;
-    _enqueueJob([this, clientId, response] { sendResponse(clientId, response); });
+    _enqueueJob([this, clientId, response, errorText] {
+        m_journal.finish(clientId, 200, errorText, response);
+        sendResponse(clientId, response);
+    });
 }
 
 void ServiceManager::sendResponse(unsigned int clientId, const std::string& text) {
@@ -196,6 +213,7 @@ void ServiceManager::sendResponse(unsigned int clientId, const std::string& text
 
 void ServiceManager::sendAccessDenied(unsigned int clientId, const std::string& text) {
     LOGI("sending access denied response");
+    m_journal.finish(clientId, 403, text, "");
     m_sendAccessDeniedHook(clientId, text);
 }
 

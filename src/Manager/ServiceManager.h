@@ -7,6 +7,7 @@
 
 #include "Manager/Hook.h"
 #include "Manager/IServiceManager.h"
+#include "Manager/RequestJournal.h"
 #include "Manager/RequestMsg.h"
 
 class JSONRPCParser;
@@ -85,6 +86,9 @@ private:
     std::mutex m_pendingMutex;  // protects m_pendingTokenRequest
     // The last "createAccessToken" request whose approval was started; kept after its answer.
     requestMsg m_pendingTokenRequest;
+
+    // Every request from arrival to its answer or refusal, for the TV screen's request log.
+    RequestJournal m_journal;
 
     std::mutex m_inFlightMutex;  // protects m_commandsInFlight
     // Commands handed to the run-command hook and not answered yet. Only compared, never

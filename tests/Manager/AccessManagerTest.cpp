@@ -279,6 +279,21 @@ TEST_F(AccessManagerTest, ResetForgetsEveryClientAndSavesNull) {
     EXPECT_EQ("null", testsupport::readFile(authFile()));
 }
 
+// The TV screen's revoke: the client's token is refused at once, other clients keep theirs.
+TEST_F(AccessManagerTest, RevokeForgetsOneClientInMemoryAndInTheFile) {
+    AccessManager& access = manager();
+    for (const char* mac : {kMacA, kMacB}) {
+        access.issueAccessToken(mac);
+        popups().answer(NOTIFICATION_EVENT_BUTTON_1);
+    }
+    EXPECT_EQ(1, access.revokeClient(kMacA));
+    EXPECT_EQ(0, access.revokeClient(kMacA));
+    ASSERT_EQ(1u, access.authList().size());
+    EXPECT_EQ(kMacB, access.authList()[0].macAddr);
+    EXPECT_EQ(std::string::npos, testsupport::readFile(authFile()).find(kMacA));
+    EXPECT_NE(std::string::npos, testsupport::readFile(authFile()).find(kMacB));
+}
+
 // Requests on a server thread race the viewer's answers and the release timer on the main loop:
 // every pop-up that was put up ends with exactly one outcome.
 TEST_F(AccessManagerTest, RacingRequestsAndAnswersDeliverOneOutcomePerPopUp) {

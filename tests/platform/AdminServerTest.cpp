@@ -6,7 +6,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
+#include <mutex>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -14,6 +16,8 @@
 
 #include "AdminJson.h"
 #include "NotificationCenter.h"
+#include "paired_clients.h"
+#include "request_log.h"
 #include "PlatformObjects.h"
 #include "PlatformTestSupport.h"
 #include "support/HttpClient.h"
@@ -261,6 +265,101 @@ TEST_F(AdminServerTest, EventStreamSendsTheStateAtOnceAndAfterEachChange) {
     PopupEvents popup;
     ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup, "Pairing"));
     EXPECT_TRUE(awaitEvent("\"title\":\"Pairing\""));
+}
+
+// What the service reported last: the thread its handlers ran on, and the MAC addresses.
+struct ServiceHandlers {
+    std::mutex mutex;  // protects the members below
+    std::vector<std::string> revoked;
+    int resets = 0;
+    std::vector<std::thread::id> threads;
+
+    static int revoke(const char* mac, void* self) {
+        auto* handlers = static_cast<ServiceHandlers*>(self);
+        std::lock_guard<std::mutex> lock(handlers->mutex);
+        handlers->revoked.push_back(mac);
+        handlers->threads.push_back(std::this_thread::get_id());
+        return std::string(mac) == "02:00:00:00:00:01" ? 1 : 0;
+    }
+    static void reset(void* self) {
+        auto* handlers = static_cast<ServiceHandlers*>(self);
+        std::lock_guard<std::mutex> lock(handlers->mutex);
+        ++handlers->resets;
+        handlers->threads.push_back(std::this_thread::get_id());
+    }
+};
+
+TEST_F(AdminServerTest, ClientRoutesWaitForTheServiceHandlersOnTheMainLoop) {
+    startServer();
+    // While the test thread pumps the main loop, as the daemon's main loop would.
+    auto requestPumped = [&](const std::string& path) {
+        HttpResponse response;
+        std::atomic<bool> done{false};
+        std::thread client([&] {
+            response = request("DELETE", path);
+            done = true;
+        });
+        EXPECT_TRUE(pumpMainLoopUntil([&] { return done.load(); }));
+        client.join();
+        return response;
+    };
+    EXPECT_EQ(503, requestPumped("/api/clients").status);
+    ServiceHandlers handlers;
+    ASSERT_EQ(
+        PAIRED_CLIENTS_ERROR_NONE,
+        paired_clients_set_handlers(ServiceHandlers::revoke, ServiceHandlers::reset, &handlers));
+    const HttpResponse revoked = requestPumped("/api/clients/02%3A00:00:00:00:01");
+    EXPECT_EQ(200, revoked.status);
+    EXPECT_EQ("1", member(revoked.body, "revoked"));
+    EXPECT_EQ(404, requestPumped("/api/clients/aa:bb:cc:dd:ee:ff").status);
+    EXPECT_EQ(200, requestPumped("/api/clients").status);
+    {
+        std::lock_guard<std::mutex> lock(handlers.mutex);
+        EXPECT_EQ((std::vector<std::string>{"02:00:00:00:00:01", "aa:bb:cc:dd:ee:ff"}),
+                  handlers.revoked);
+        EXPECT_EQ(1, handlers.resets);
+        EXPECT_EQ(std::vector<std::thread::id>(3, std::this_thread::get_id()), handlers.threads);
+    }
+    // Another owner's unset leaves the handlers; the owner's own removes them.
+    int other = 0;
+    paired_clients_unset_handlers(&other);
+    EXPECT_EQ(200, requestPumped("/api/clients").status);
+    paired_clients_unset_handlers(&handlers);
+    EXPECT_EQ(503, requestPumped("/api/clients").status);
+}
+
+TEST_F(AdminServerTest, RequestLogKeepsTheLatestHundredInTheState) {
+    request_log_entry_s entry = {};
+    entry.client = "02:00:00:00:00:01";
+    entry.method = "directVolumeControl";
+    entry.kind = REQUEST_LOG_KIND_WRITE;
+    entry.http_status = 200;
+    EXPECT_EQ(REQUEST_LOG_ERROR_NOT_READY, request_log_add(&entry));
+    startServer();
+    EXPECT_EQ(REQUEST_LOG_ERROR_INVALID_PARAMETER, request_log_add(nullptr));
+    EXPECT_EQ("[]", member(state(), "requests"));
+    // An answer cut inside a two-byte character keeps the text valid.
+    const std::string answer = std::string(REQUEST_LOG_MAX_ANSWER - 1, 'a') + "\u00e9tat";
+    entry.answer = answer.c_str();
+    for (unsigned int i = 1; i <= REQUEST_LOG_CAPACITY + 5; ++i) {
+        entry.duration_ms = i;
+        ASSERT_EQ(REQUEST_LOG_ERROR_NONE, request_log_add(&entry));
+    }
+    JsonNodePtr requests = parse(member(state(), "requests"));
+    ASSERT_TRUE(requests != nullptr && JSON_NODE_HOLDS_ARRAY(requests.get()));
+    JsonArray* list = json_node_get_array(requests.get());
+    ASSERT_EQ(static_cast<guint>(REQUEST_LOG_CAPACITY), json_array_get_length(list));
+    JsonObject* oldest = json_array_get_object_element(list, 0);
+    EXPECT_EQ(6, json_object_get_int_member(oldest, "seq"));
+    EXPECT_EQ(6, json_object_get_int_member(oldest, "ms"));
+    EXPECT_STREQ("write", json_object_get_string_member(oldest, "kind"));
+    EXPECT_EQ(std::string(REQUEST_LOG_MAX_ANSWER - 1, 'a') + "\u2026",
+              json_object_get_string_member(oldest, "answer"));
+
+    // The log goes with its server: a restarted platform starts an empty one.
+    restart();
+    m_port = ipc_platform::adminPort();
+    EXPECT_EQ("[]", member(state(), "requests"));
 }
 
 TEST_F(AdminServerTest, ListensOnIpv4LoopbackOnly) {

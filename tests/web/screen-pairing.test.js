@@ -1,6 +1,9 @@
 // Real-browser test of the TV screen page: a client's pairing request shows the pop-up, a click on
-// Allow answers it, and the waiting client receives its token.
-// Usage: node screen-pairing.test.js <path of ipcontrold>. Exit 0 passed, 1 failed, 77 skipped.
+// Allow answers it, and the waiting client receives its token. With the command-line client it
+// goes on: the client pairs through the page, its volume change shows on the screen and in the
+// request log, and once the page revokes it its next call is refused.
+// Usage: node screen-pairing.test.js <path of ipcontrold> [<path of ipcontrol>].
+// Exit 0 passed, 1 failed, 77 skipped.
 'use strict';
 
 const assert = require('node:assert/strict');
@@ -14,6 +17,8 @@ const path = require('node:path');
 const SKIP = 77;
 const CHROMIUM = '/usr/bin/chromium';
 const TOKEN_LENGTH = 49;
+const LOOPBACK_MAC = '02:00:00:00:00:01';  // what the service reports for a local client
+const NOT_PAIRED = 8;  // the command-line client's exit code for a refused token
 const WAIT_MS = 20000;
 // Without the background-networking flags Chromium's own connections are refused by a closed
 // network and slow everything down.
@@ -94,6 +99,63 @@ function jsonRpc(port, body) {
   });
 }
 
+// Runs the command-line client; resolves with its exit code and output.
+function runCli(cliPath, configDir, args) {
+  return new Promise((resolve, reject) => {
+    const child = spawn(cliPath, args, {
+      stdio: ['ignore', 'pipe', 'pipe'],
+      env: { ...process.env, XDG_CONFIG_HOME: configDir },
+    });
+    let output = '';
+    child.stdout.on('data', (chunk) => { output += chunk.toString(); });
+    child.stderr.on('data', (chunk) => { output += chunk.toString(); });
+    child.on('error', reject);
+    child.on('exit', (code) => resolve({ code, output }));
+  });
+}
+
+// The request log's rows as {client, method, kind, answer}, newest first.
+function requestRows(page) {
+  return page.$$eval('#requests tr', (rows) => rows.map((row) => {
+    const cells = Array.from(row.children).map((cell) => cell.textContent);
+    return { client: cells[1], method: cells[2], kind: cells[3], answer: cells[4] };
+  }));
+}
+
+// Pairs the command-line client by clicking Allow, changes the volume with it, and revokes it
+// on the page.
+async function cliThroughPage(page, cliPath, rpcPort, configDir) {
+  const port = ['--port', String(rpcPort)];
+  const pairing = runCli(cliPath, configDir, [...port, 'pair']);
+  const allow = page.locator('#popup-layer:not([hidden]) button[data-answer="allow"]');
+  await allow.waitFor({ timeout: WAIT_MS });
+  await allow.click();
+  const paired = await withTimeout(pairing, WAIT_MS, 'ipcontrol pair');
+  assert.equal(paired.code, 0, paired.output);
+
+  const volume = await runCli(cliPath, configDir, [...port, 'volume', '20']);
+  assert.match(volume.output, /Volume 20/);
+  assert.equal(volume.code, 0, volume.output);
+  await page.waitForFunction(() => document.getElementById('volume-label').textContent === 'Volume 20');
+  await page.waitForFunction(() => Array.from(document.querySelectorAll('#requests tr'))
+    .some((row) => row.children[2].textContent === 'directVolumeControl'));
+  const [newest] = await requestRows(page);
+  assert.equal(newest.method, 'directVolumeControl', JSON.stringify(newest));
+  assert.equal(newest.kind, 'write');
+  assert.equal(newest.client, LOOPBACK_MAC);
+  assert.match(newest.answer, /"volume":20/);
+
+  await page.locator('#clients button[data-mac="' + LOOPBACK_MAC + '"]').click();
+  await page.waitForFunction(() => document.querySelectorAll('#clients tr').length === 0);
+  const refused = await runCli(cliPath, configDir, [...port, 'call', 'getTVStates']);
+  assert.equal(refused.code, NOT_PAIRED, refused.output);
+  await page.waitForFunction(() => {
+    const first = document.querySelector('#requests tr');
+    return first !== null && first.children[2].textContent === 'getTVStates' &&
+      first.classList.contains('refused');
+  });
+}
+
 function withTimeout(promise, ms, what) {
   let timer;
   const timeout = new Promise((resolve, reject) => {
@@ -116,7 +178,7 @@ async function expectButtonsVisible(page, size) {
   }
 }
 
-async function run(playwright, daemonPath, dirs) {
+async function run(playwright, daemonPath, cliPath, dirs) {
   const rpcPort = await freePort();
   const daemon = new Daemon(daemonPath, ['--data-dir', dirs.data, '--no-upnp', '--port',
     String(rpcPort), '--admin-port', '0', '--approval', 'screen']);
@@ -157,8 +219,13 @@ async function run(playwright, daemonPath, dirs) {
     await page.locator('#popup-layer').waitFor({ state: 'hidden' });
     await page.waitForFunction((prefix) => Array.from(document.querySelectorAll('#clients td'))
       .some((cell) => cell.textContent === prefix), reply.result.AccessToken.slice(0, 6) + '\u2026');
+
+    if (cliPath) {
+      await cliThroughPage(page, cliPath, rpcPort, dirs.config);
+    }
   } catch (error) {
     if (page !== null) {
+      // Beside the test's temporary folder, never in the source tree.
       const shot = path.join(os.tmpdir(), 'ipcontrol-screen-failure.png');
       await page.screenshot({ path: shot }).then(() => console.error('screenshot: ' + shot), () => {});
     }
@@ -174,8 +241,9 @@ async function run(playwright, daemonPath, dirs) {
 
 async function main() {
   const daemonPath = process.argv[2];
+  const cliPath = process.argv[3];
   if (!daemonPath) {
-    console.error('usage: node screen-pairing.test.js <path of ipcontrold>');
+    console.error('usage: node screen-pairing.test.js <path of ipcontrold> [<path of ipcontrol>]');
     process.exit(2);
   }
   let playwright;
@@ -190,11 +258,14 @@ async function main() {
     skip(CHROMIUM + ' is not installed');
   }
   const root = fs.mkdtempSync(path.join(os.tmpdir(), 'ipctest-web-'));
-  const dirs = { data: path.join(root, 'data'), profile: path.join(root, 'chromium') };
+  const dirs = { data: path.join(root, 'data'), profile: path.join(root, 'chromium'),
+    config: path.join(root, 'config') };
   fs.mkdirSync(dirs.profile);
+  fs.mkdirSync(dirs.config);
   try {
-    await run(playwright, daemonPath, dirs);
-    console.log('passed: the pop-up was allowed in the browser and the client got its token');
+    await run(playwright, daemonPath, cliPath, dirs);
+    console.log('passed: the pop-up was allowed in the browser and the client got its token' +
+      (cliPath ? '; the command-line client paired, set the volume and was revoked' : ''));
   } finally {
     fs.rmSync(root, { recursive: true, force: true });
   }
