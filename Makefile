@@ -3,6 +3,7 @@ BUILD_DIR      ?= build
 ASAN_BUILD_DIR ?= build-asan
 TSAN_BUILD_DIR ?= build-tsan
 JOBS           ?= $(shell nproc)
+PREFIX         ?= /usr/local
 ARGS           ?=
 
 # GLib's slice allocator recycles memory without freeing it, which hides a double release from
@@ -10,7 +11,7 @@ ARGS           ?=
 TEST_ENV  = G_SLICE=always-malloc
 TSAN_ENV  = $(TEST_ENV) TSAN_OPTIONS="suppressions=$(CURDIR)/tests/tsan.supp"
 
-.PHONY: all setup web-test-deps build run test test-tsan format clean
+.PHONY: all setup web-test-deps build run test test-tsan install format clean
 
 all: build
 
@@ -38,6 +39,12 @@ test-tsan: web-test-deps
 	cmake -S . -B $(TSAN_BUILD_DIR) -DCMAKE_BUILD_TYPE=Debug -DIPC_SANITIZE=thread
 	cmake --build $(TSAN_BUILD_DIR) -j $(JOBS)
 	cd $(TSAN_BUILD_DIR) && $(TSAN_ENV) ctest --output-on-failure -j $(JOBS)
+
+# Installs under PREFIX (default /usr/local); DESTDIR stages the files elsewhere.
+install: setup
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=$(PREFIX)
+	cmake --build $(BUILD_DIR) -j $(JOBS)
+	cmake --install $(BUILD_DIR)
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -11,6 +11,7 @@
 #include "HostOptions.h"
 #include "PlatformRuntime.h"
 #include "PluginLoader.h"
+#include "ServiceNotifier.h"
 #include "VirtualTvRuntime.h"
 
 namespace {
@@ -31,7 +32,13 @@ int fail(int code, const std::string& message) {
     return code;
 }
 
+// Installed, the service's libraries sit in their own folder lib/ipcontrol; in the build tree
+// they are in lib.
 std::string pluginPath() {
+    const std::string installed = hostExecutableDir() + "/../lib/ipcontrol/libipcontrol-plugin.so";
+    if (g_file_test(installed.c_str(), G_FILE_TEST_EXISTS)) {
+        return installed;
+    }
     return hostExecutableDir() + "/../lib/libipcontrol-plugin.so";
 }
 
@@ -52,6 +59,7 @@ int main(int argc, char** argv) {
             break;
     }
     dlog_set_min_priority(options.logLevel);
+    dlog_route_glib_messages();
     signal(SIGPIPE, SIG_IGN);
 
     const std::string& dataDir = options.platform.dataDir;
@@ -81,8 +89,12 @@ int main(int argc, char** argv) {
 
     dlog_print(DLOG_INFO, kTag, "ipcontrold %s: profile %s, data in %s", IPC_VERSION,
                options.platform.profile.c_str(), dataDir.c_str());
+    // The plug-in starts the service inside create(): the JSON-RPC server listens once it returns
+    // (unless IP remote control is switched off in the settings).
     plugin.create();
+    ServiceNotifier::notify("READY=1\nSTATUS=TV running, data in " + dataDir);
     g_main_loop_run(loop);
+    ServiceNotifier::notify("STOPPING=1");
     plugin.destroy();
     plugin.unload();
     g_main_loop_unref(loop);

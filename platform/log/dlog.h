@@ -32,6 +32,11 @@ typedef void (*dlog_sink_cb)(log_priority prio, const char* tag, const char* mes
                              void* user_data);
 void dlog_set_sink(dlog_sink_cb sink, void* user_data);
 
+// Sends the messages of GLib-based libraries (GUPnP, libsoup, GIO) through this log, with their
+// levels and their log domain as the tag, so that they reach the same place (the journal under
+// systemd). Debug messages stay off unless G_MESSAGES_DEBUG asks for them, as in GLib.
+void dlog_route_glib_messages(void);
+
 #ifdef __cplusplus
 }
 #endif

@@ -68,6 +68,14 @@ TEST(IpcontroldRefusal, BadStartupInputGivesOneLineAndExitCodeTwo) {
     TempDir okDir;
     const std::string badTv = okDir.file("bad-tv.json");
     testsupport::writeFile(badTv, R"({"tv": {"knobs": {"latencyMs": "slow"}}})");
+    const std::string config = okDir.file("ipcontrold.conf");
+    testsupport::writeFile(config, "# comment\nport = 1600\napproval = maybe\nwhat = 1\n");
+    const std::string badValue = okDir.file("bad-value.conf");
+    testsupport::writeFile(badValue, "\nupnp-port = lots\n");
+    const std::string twice = okDir.file("twice.conf");
+    testsupport::writeFile(twice, "port = 1\nport = 2\n");
+    const std::string overridden = okDir.file("overridden.conf");
+    testsupport::writeFile(overridden, "approval = maybe\nprofile = no-such-tv\n");
     const std::vector<BadStart> cases = {
         {"unknown option", {"--frobnicate"}, "--frobnicate"},
         {"port out of range", {"--data-dir", okDir.path(), "--port", "70000"}, "--port"},
@@ -76,6 +84,14 @@ TEST(IpcontroldRefusal, BadStartupInputGivesOneLineAndExitCodeTwo) {
         {"uncreatable data dir", {"--data-dir", "/proc/ipcontrol-test"}, "/proc/ipcontrol-test"},
         {"broken settings file", {"--data-dir", dir.path()}, "settings.ini"},
         {"broken tv section", {"--data-dir", okDir.path(), "--profile", badTv}, "bad-tv.json"},
+        {"unknown config key", {"--config", config}, "ipcontrold.conf:4: unknown key 'what'"},
+        {"bad config value", {"--config", badValue}, "bad-value.conf:2: upnp-port must be"},
+        {"config key twice", {"--config", twice}, "twice.conf:2: key 'port' is already set"},
+        {"missing config", {"--config", okDir.file("none.conf")}, "none.conf"},
+        // The command line wins over the file: the bad approval there is never looked at.
+        {"option over config",
+         {"--config", overridden, "--approval", "allow", "--data-dir", okDir.path()},
+         "no-such-tv"},
     };
     for (const BadStart& bad : cases) {
         std::string output;
