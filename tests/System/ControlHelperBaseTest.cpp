@@ -62,12 +62,9 @@ TEST_P(HandleErrorTest, MapsTheFrameworkError) {
 INSTANTIATE_TEST_SUITE_P(
     Table, HandleErrorTest,
     ::testing::Values(ErrorRow{1, SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_UNKNOWN},
-                      ErrorRow{2, SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_UNKNOWN},
                       ErrorRow{4, INVALID_PARAMS, DEVICE_MANAGER_ERROR_INVALID_OPERATION},
                       ErrorRow{5, INVALID_REQUEST, DEVICE_MANAGER_ERROR_INVALID_OPERATION},
                       ErrorRow{0, SERVER_ERROR_INVALID_OPERATION, DEVICE_MANAGER_ERROR_FAILED},
-                      ErrorRow{3, SERVER_ERROR_INVALID_OPERATION, DEVICE_MANAGER_ERROR_FAILED},
-                      ErrorRow{6, SERVER_ERROR_INVALID_OPERATION, DEVICE_MANAGER_ERROR_FAILED},
                       ErrorRow{-1, SERVER_ERROR_INVALID_OPERATION, DEVICE_MANAGER_ERROR_FAILED}),
     [](const ::testing::TestParamInfo<ErrorRow>& info) {
         const int error = info.param.error;

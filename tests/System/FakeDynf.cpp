@@ -40,6 +40,15 @@ dynf_property_h makeProperty(const char* name, dynf_property_type_e type) {
     return property;
 }
 
+// A string or JSON-string property; null without a name or a value.
+dynf_property_h makeText(const char* name, const char* text, dynf_property_type_e type) {
+    dynf_property_h property = text != nullptr ? makeProperty(name, type) : nullptr;
+    if (property != nullptr) {
+        property->value.text = text;
+    }
+    return property;
+}
+
 }  // namespace
 
 Framework& Framework::instance() {
@@ -53,62 +62,14 @@ void Framework::reset() {
         delete handle;
     }
     m_handles.clear();
-    m_createFails = false;
+    m_createFails = m_answerOnDestroy = false;
     m_subscriptionFailure = -1;
-    m_subscriptionCount = 0;
-    m_callResult = 0;
-    m_answerOnDestroy = false;
+    m_subscriptionCount = m_callResult = 0;
     m_destroyError = DYNF_ERROR_NONE;
     m_onCreate = nullptr;
     m_calls.clear();
     m_subscriptions.clear();
     m_unsubscriptions.clear();
-}
-
-void Framework::setCreateFails(bool fails) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_createFails = fails;
-}
-
-void Framework::setSubscriptionFailure(int index) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_subscriptionFailure = index;
-}
-
-void Framework::setCallResult(int result) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_callResult = result;
-}
-
-void Framework::setOnCreate(std::function<void(dynf_protocol_h)> onCreate) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_onCreate = std::move(onCreate);
-}
-
-void Framework::setAnswerOpenCallsOnDestroy(bool answer, dynf_error error) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_answerOnDestroy = answer;
-    m_destroyError = error;
-}
-
-std::vector<Call> Framework::calls() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_calls;
-}
-
-std::vector<std::string> Framework::subscriptions() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_subscriptions;
-}
-
-std::vector<std::string> Framework::unsubscriptions() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_unsubscriptions;
-}
-
-int Framework::liveHandles() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return static_cast<int>(m_handles.size());
 }
 
 bool Framework::answer(size_t index, dynf_error error, dynf_property_list_h result) {
@@ -302,20 +263,11 @@ dynf_property_h dynf_property_create_bool(const char* name, bool value) {
 }
 
 dynf_property_h dynf_property_create_string(const char* name, const char* value) {
-    dynf_property_h property =
-        value != nullptr ? fakedynf::makeProperty(name, DYNF_PROPERTY_STRING) : nullptr;
-    if (property != nullptr) {
-        property->value.text = value;
-    }
-    return property;
+    return fakedynf::makeText(name, value, DYNF_PROPERTY_STRING);
 }
 
 dynf_property_h dynf_property_create_json_string(const char* name, const char* json) {
-    dynf_property_h property = dynf_property_create_string(name, json);
-    if (property != nullptr) {
-        property->value.type = DYNF_PROPERTY_JSON_STRING;
-    }
-    return property;
+    return fakedynf::makeText(name, json, DYNF_PROPERTY_JSON_STRING);
 }
 
 void dynf_property_destroy(dynf_property_h property) {

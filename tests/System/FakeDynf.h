@@ -36,6 +36,13 @@ struct Call {
 // The framework's state and the test's controls. Callbacks run on a thread of their own, which
 // each driving call starts and joins. Thread-safe.
 class Framework {
+    // Runs work under the lock and gives back what it returns.
+    template <typename Work>
+    auto locked(Work work) const {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return work();
+    }
+
 public:
     static Framework& instance();
 
@@ -43,21 +50,39 @@ public:
     void reset();
 
     // Settings, made before the calls they affect.
-    void setCreateFails(bool fails);
+    void setCreateFails(bool fails) {
+        locked([&] { m_createFails = fails; });
+    }
     // The subscription with this index (0 = the first one) fails.
-    void setSubscriptionFailure(int index);
+    void setSubscriptionFailure(int index) {
+        locked([&] { m_subscriptionFailure = index; });
+    }
     // get/set calls answer result (non-zero refuses them).
-    void setCallResult(int result);
+    void setCallResult(int result) {
+        locked([&] { m_callResult = result; });
+    }
     // Runs inside dynf_protocol_create, after the handle has its callbacks.
-    void setOnCreate(std::function<void(dynf_protocol_h)> onCreate);
+    void setOnCreate(std::function<void(dynf_protocol_h)> onCreate) {
+        locked([&] { m_onCreate = std::move(onCreate); });
+    }
     // dynf_protocol_destroy answers the handle's open calls with error instead of dropping them.
-    void setAnswerOpenCallsOnDestroy(bool answer, dynf_error error);
+    void setAnswerOpenCallsOnDestroy(bool answer, dynf_error error) {
+        locked([&] { m_answerOnDestroy = answer, m_destroyError = error; });
+    }
 
     // Observation.
-    std::vector<Call> calls() const;
-    std::vector<std::string> subscriptions() const;
-    std::vector<std::string> unsubscriptions() const;
-    int liveHandles() const;
+    std::vector<Call> calls() const {
+        return locked([&] { return m_calls; });
+    }
+    std::vector<std::string> subscriptions() const {
+        return locked([&] { return m_subscriptions; });
+    }
+    std::vector<std::string> unsubscriptions() const {
+        return locked([&] { return m_unsubscriptions; });
+    }
+    int liveHandles() const {
+        return locked([&] { return static_cast<int>(m_handles.size()); });
+    }
 
     // Answers call index with error and result (taken over; may be null). False when that call
     // is not waiting for an answer.

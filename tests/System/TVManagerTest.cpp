@@ -144,12 +144,6 @@ TEST_F(TVManagerTest, UnknownMethodAnswersMethodNotFound) {
     EXPECT_EQ(TVCONTROL_PROP_TYPE_INVALID, answer.propType);
 }
 
-TEST_F(TVManagerTest, WallMethodsAreUnknownOffAWall) {
-    createOn("\"tessera_support\": false");
-    EXPECT_EQ(METHOD_NOT_FOUND, errorOf("getBoxStates", "{}"));
-    EXPECT_EQ(METHOD_NOT_FOUND, errorOf("getCabinetStates", R"({"cabinetId":"1"})"));
-}
-
 TEST_F(TVManagerTest, TestWallModeWrittenFromOutsideAppliesToTheNextCommand) {
     createOn("\"tessera_support\": false");
     EXPECT_EQ(METHOD_NOT_FOUND, errorOf("getBoxStates", "{}"));

@@ -111,40 +111,4 @@ TEST_F(JsonValueKindTest, IsIntAcceptsAnyDoubleWithin64BitRange) {
     EXPECT_FALSE(JsonValue("1").isDouble());
 }
 
-TEST_F(JsonValueKindTest, EmptyOnlyForNullAndEmptyContainers) {
-    EXPECT_TRUE(JsonValue().empty());
-    EXPECT_TRUE(JsonValue(JsonType::objectValue).empty());
-    EXPECT_TRUE(JsonValue(JsonType::arrayValue).empty());
-    EXPECT_FALSE(JsonValue("").empty());
-    EXPECT_FALSE(JsonValue(0).empty());
-    EXPECT_FALSE(JsonValue(false).empty());
-    EXPECT_FALSE(JsonValue::Create("[null]").empty());
-    EXPECT_EQ(JsonValue("abc").size(), 0u);
-}
-
-TEST_F(JsonValueKindTest, IsConvertibleToFollowsTable) {
-    struct Row {
-        const char* json;
-        // null, bool, int, double, string, object, array
-        bool expected[7];
-    };
-    const Row rows[] = {
-        {"null", {true, true, true, true, true, true, true}},
-        {"true", {false, true, true, true, true, false, false}},
-        {"0", {true, true, true, true, true, false, false}},
-        {"1e19", {false, true, false, true, true, false, false}},
-        {"\"\"", {false, false, false, false, true, false, false}},
-        {"{}", {true, false, false, false, false, true, false}},
-        {"[0]", {false, false, false, false, false, false, true}},
-    };
-    for (const Row& row : rows) {
-        const JsonValue value = JsonValue::Create(row.json);
-        for (int target = 0; target < 7; ++target) {
-            EXPECT_EQ(value.isConvertibleTo(static_cast<JsonType>(target)), row.expected[target])
-                << row.json << " to kind " << target;
-        }
-        EXPECT_FALSE(value.isConvertibleTo(static_cast<JsonType>(7))) << row.json;
-    }
-}
-
 }  // namespace

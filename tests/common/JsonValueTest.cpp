@@ -209,15 +209,6 @@ TEST_F(JsonValueCopyTest, MovedValueKeepsHandedOutReferences) {
     EXPECT_EQ(values[0].toString(), R"({"m":"through the old reference"})");
 }
 
-TEST_F(JsonValueCopyTest, EqualityIsDeep) {
-    JsonValue built;
-    built["a"].append(1);
-    built["a"].append("x");
-    EXPECT_TRUE(built == JsonValue::Create(R"({"a":[1,"x"]})"));
-    EXPECT_FALSE(built == JsonValue::Create(R"({"a":[1,"y"]})"));
-    EXPECT_TRUE(built != JsonValue::Create(R"({"a":[1]})"));
-}
-
 TEST(JsonValueParseTest, UnparsableOrEmptyTextGivesNull) {
     EXPECT_TRUE(JsonValue::Create(R"({"jsonrpc":"2.0","id":1)").isNull());
     EXPECT_TRUE(JsonValue::Create("").isNull());

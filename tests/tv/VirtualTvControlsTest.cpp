@@ -65,14 +65,10 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, RefusedControlTest,
     ::testing::Values(
         Refusal{"PictureModeUnknown", true, textProp("pictureMode", "Vivid"), 4},
-        Refusal{"ContrastAbove", true, intProp("contrast", 51), 4},
-        Refusal{"VolumeAbove", true, intProp("volume", 101), 4},
         Refusal{"MuteAsText", true, textProp("mute", "true"), 5},
-        Refusal{"SpeakerEmpty", true, textProp("speaker", ""), 4},
         Refusal{"SpeakerNotConnected", true,
                 jsonProp("connectedExternalSpeakerList", R"({"id":"x","name":"X"})"), 4},
         Refusal{"InputBeyondTheHdmiCount", true, textProp("inputSource", "HDMI3"), 4},
-        Refusal{"ExtendedSourceNotOnProduct", true, textProp("extendedSource", "Component"), 4},
         Refusal{"UsbDeviceWithError", true,
                 textProp("extendedSource", R"({"deviceName":"Bad","additionalData":"u2"})"), 4},
         Refusal{"UsbListWritten", true, jsonProp("connectedExtendedSourceList", "[]"), 5},
@@ -80,7 +76,6 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"KeyHeld", true, key("KEY_OK", "press"), 4},
         Refusal{"KeyRead", false, jsonProp("remoteKey", "{}"), 5},
         Refusal{"AppUnknown", true, jsonProp("launchApp", R"({"targetAppId":"1"})"), 4},
-        Refusal{"FirstScreenUnknown", true, jsonProp("firstScreenAppId", R"({"id":"1"})"), 4},
         Refusal{"ArtModeWithoutArt", true, textProp("artMode", "on"), 3}),
     [](const ::testing::TestParamInfo<Refusal>& info) { return std::string(info.param.name); });
 
