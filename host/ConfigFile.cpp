@@ -15,17 +15,17 @@ std::string trimmed(const std::string& text) {
     return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
 }
 
-std::string keyList(const std::map<std::string, std::string>& knownKeys) {
+std::string keyList(const std::set<std::string>& knownKeys) {
     std::string list;
     for (const auto& key : knownKeys) {
-        list += (list.empty() ? "" : ", ") + key.first;
+        list += (list.empty() ? "" : ", ") + key;
     }
     return list;
 }
 
 }  // namespace
 
-bool ConfigFile::load(const std::string& path, const std::map<std::string, std::string>& knownKeys,
+bool ConfigFile::load(const std::string& path, const std::set<std::string>& knownKeys,
                       std::string& error) {
     m_path = path;
     m_entries.clear();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 
 class ConfigFile {
@@ -13,8 +14,7 @@ public:
 
     // Reads path; every key must be one of knownKeys. False with error set to one sentence
     // naming the file and, where there is one, the line and the key.
-    bool load(const std::string& path, const std::map<std::string, std::string>& knownKeys,
-              std::string& error);
+    bool load(const std::string& path, const std::set<std::string>& knownKeys, std::string& error);
     const Entry* find(const std::string& key) const;
     const std::string& path() const { return m_path; }
 

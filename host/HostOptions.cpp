@@ -3,7 +3,7 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <map>
+#include <iterator>
 #include <memory>
 
 #include <glib.h>
@@ -200,12 +200,8 @@ ParseResult parseHostOptions(int argc, char** argv, HostOptions& options, std::s
         values[Upnp] = {"no", "--no-upnp", true};
     }
     if (!configPath.empty()) {
-        std::map<std::string, std::string> known;
-        for (const char* name : kKeyNames) {
-            known[name] = name;
-        }
         ConfigFile file;
-        if (!file.load(configPath, known, message)) {
+        if (!file.load(configPath, {std::begin(kKeyNames), std::end(kKeyNames)}, message)) {
             return ParseResult::Error;
         }
         for (int key = 0; key < KeyCount; ++key) {
