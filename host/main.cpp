@@ -61,6 +61,9 @@ int main(int argc, char** argv) {
     dlog_set_min_priority(options.logLevel);
     dlog_route_glib_messages();
     signal(SIGPIPE, SIG_IGN);
+    // The service speaks HTTP only to its own network (UPnP event subscribers); a proxy from
+    // the environment (http_proxy) could not reach them. Set while no other thread runs.
+    g_setenv("GIO_USE_PROXY_RESOLVER", "dummy", TRUE);
 
     const std::string& dataDir = options.platform.dataDir;
     if (g_mkdir_with_parents(dataDir.c_str(), 0700) != 0) {

@@ -218,6 +218,8 @@ TEST_F(UpnpEndToEndTest, ControlRequestsGetFaultsAndSizeLimit) {
 }
 
 TEST_F(UpnpEndToEndTest, SubscribersGetEventsAndKeepThemAcrossARename) {
+    // Events go straight to the subscriber, whatever proxy the environment names.
+    setenv("http_proxy", "http://127.0.0.1:9", 1);
     start();
     CallbackListener callback;
     HttpResponse subscribed = subscribe("CALLBACK: <" + callback.url() + ">\r\nNT: upnp:event\r\n");

@@ -62,6 +62,9 @@ bool DeviceDescription::fetch(const std::string& location, std::chrono::millisec
     }
     const auto seconds = static_cast<guint>((timeout.count() + 999) / 1000);
     SoupSession* session = soup_session_new_with_options("timeout", seconds, nullptr);
+    // A description is always on the local network: a proxy from the environment (http_proxy)
+    // could not reach it.
+    soup_session_set_proxy_resolver(session, nullptr);
     GError* gerror = nullptr;
     GBytes* body = soup_session_send_and_read(session, message, nullptr, &gerror);
     const guint status = soup_message_get_status(message);

@@ -52,23 +52,25 @@ SsdpSearch::SsdpSearch(std::string target, std::string interface, std::chrono::m
 bool SsdpSearch::run(std::string& error) {
     GMainContext* context = g_main_context_new();
     g_main_context_push_thread_default(context);
-    std::vector<std::pair<std::string, std::string>> interfaces;
-    if (m_interface.empty()) {
-        interfaces = ipv4Interfaces();
-    } else {
-        interfaces.emplace_back(m_interface, "");
+    // Always by IPv4 address: the TV's JSON-RPC server is IPv4, and a client given only the
+    // interface name may pick its IPv6 address.
+    std::vector<std::pair<std::string, std::string>> interfaces = ipv4Interfaces();
+    if (!m_interface.empty()) {
+        interfaces.erase(
+            std::remove_if(interfaces.begin(), interfaces.end(),
+                           [this](const auto& entry) { return entry.first != m_interface; }),
+            interfaces.end());
     }
     std::vector<ObjectRef> objects;  // clients and browsers, released after the search
-    error = "no network interface is up";
+    std::vector<GSSDPResourceBrowser*> browsers;
+    error = m_interface.empty() ? "no network interface is up"
+                                : m_interface + " is down or has no IPv4 address";
     for (const auto& [name, address] : interfaces) {
-        GInetAddress* inet =
-            address.empty() ? nullptr : g_inet_address_new_from_string(address.c_str());
+        GInetAddress* inet = g_inet_address_new_from_string(address.c_str());
         GError* gerror = nullptr;
         GSSDPClient* client =
             gssdp_client_new_full(name.c_str(), inet, 0, GSSDP_UDA_VERSION_1_0, &gerror);
-        if (inet != nullptr) {
-            g_object_unref(inet);
-        }
+        g_object_unref(inet);
         if (client == nullptr) {
             error = std::string("cannot search on ") + name + ": " + gerror->message;
             g_error_free(gerror);
@@ -90,6 +92,7 @@ bool SsdpSearch::run(std::string& error) {
                          }),
                          this);
         gssdp_resource_browser_set_active(browser, TRUE);
+        browsers.push_back(browser);
     }
     const bool searched = !objects.empty();
     if (searched) {
@@ -103,9 +106,25 @@ bool SsdpSearch::run(std::string& error) {
             },
             loop, nullptr);
         g_source_attach(timer, context);
+        // A second search half-way: a search or an answer lost on a busy network, or a TV that
+        // was still starting, gets another chance before the time is up.
+        GSource* again = g_timeout_source_new(static_cast<guint>(m_timeout.count() / 2));
+        g_source_set_callback(
+            again,
+            [](gpointer list) {
+                for (GSSDPResourceBrowser* browser :
+                     *static_cast<std::vector<GSSDPResourceBrowser*>*>(list)) {
+                    gssdp_resource_browser_rescan(browser);
+                }
+                return G_SOURCE_REMOVE;
+            },
+            &browsers, nullptr);
+        g_source_attach(again, context);
         g_main_loop_run(loop);
-        g_source_destroy(timer);
-        g_source_unref(timer);
+        for (GSource* source : {timer, again}) {
+            g_source_destroy(source);
+            g_source_unref(source);
+        }
         g_main_loop_unref(loop);
     }
     objects.clear();
