@@ -14,6 +14,7 @@ EventStream::EventStream(StateBroadcaster& broadcaster, std::function<std::strin
       m_seen(broadcaster.version()) {
     // Taken after the version, so a change made meanwhile is sent again rather than lost.
     m_pending = "retry: " + std::to_string(kRetryMs) + "\n" + stateEvent(m_stateText());
+    m_lastState = std::chrono::steady_clock::now();
 }
 
 std::string EventStream::stateEvent(const std::string& stateJson) {
@@ -24,7 +25,11 @@ std::string EventStream::stateEvent(const std::string& stateJson) {
 bool EventStream::_refill() {
     switch (m_broadcaster.wait(m_seen, m_keepAlive)) {
         case StateBroadcaster::Wake::Changed:
+            if (!_spaceOut()) {
+                return false;
+            }
             m_pending = stateEvent(m_stateText());
+            m_lastState = std::chrono::steady_clock::now();
             break;
         case StateBroadcaster::Wake::KeepAlive:
             m_pending = ": keep-alive\n\n";
@@ -33,6 +38,20 @@ bool EventStream::_refill() {
             return false;
     }
     m_sent = 0;
+    return true;
+}
+
+bool EventStream::_spaceOut() {
+    const auto due = m_lastState + kMinSpacing;
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= due) {
+        return true;
+    }
+    if (m_broadcaster.waitForClose(std::chrono::ceil<std::chrono::milliseconds>(due - now))) {
+        return false;
+    }
+    // Taken before the text, as in the constructor.
+    m_seen = m_broadcaster.version();
     return true;
 }
 

@@ -12,12 +12,16 @@
 namespace ipc_platform {
 
 // Sends "retry", then the full state as an event named "state" at once and after every change,
-// and a comment line when nothing changed for keepAlive. Callback thread only: libmicrohttpd
+// at most one every kMinSpacing (changes meanwhile are in the next one), and a comment line when
+// nothing changed for keepAlive. Callback thread only: libmicrohttpd
 // reads it on the connection's own thread, where blocking is allowed. The broadcaster must
 // outlive the stream.
 class EventStream {
 public:
     static constexpr unsigned int kRetryMs = 2000;  // how soon a browser reconnects
+    // Rebuilding the state reads files and every section; under a burst of requests an open
+    // page would otherwise rebuild it once per request.
+    static constexpr std::chrono::milliseconds kMinSpacing{100};
 
     EventStream(StateBroadcaster& broadcaster, std::function<std::string()> stateText,
                 std::chrono::milliseconds keepAlive);
@@ -31,6 +35,8 @@ public:
 
 private:
     bool _refill();
+    // Waits out the rest of kMinSpacing since the last state event; false once closed.
+    bool _spaceOut();
 
     StateBroadcaster& m_broadcaster;
     const std::function<std::string()> m_stateText;
@@ -38,6 +44,7 @@ private:
     uint64_t m_seen;
     std::string m_pending;
     size_t m_sent = 0;
+    std::chrono::steady_clock::time_point m_lastState;
 };
 
 }  // namespace ipc_platform

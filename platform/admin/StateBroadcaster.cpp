@@ -30,6 +30,11 @@ uint64_t StateBroadcaster::version() const {
     return m_version;
 }
 
+bool StateBroadcaster::waitForClose(std::chrono::milliseconds duration) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_changed.wait_for(lock, duration, [this] { return m_closed; });
+}
+
 void StateBroadcaster::close() {
     {
         std::lock_guard<std::mutex> lock(m_mutex);

@@ -19,6 +19,8 @@ public:
     // passed (KeepAlive) or the broadcaster is closed (Closed).
     Wake wait(uint64_t& seen, std::chrono::milliseconds keepAlive);
     uint64_t version() const;
+    // Blocks for up to duration; true when the broadcaster is or gets closed.
+    bool waitForClose(std::chrono::milliseconds duration);
 
     // Wakes every waiting stream for good; open() makes it usable again.
     void close();

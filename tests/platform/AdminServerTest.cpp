@@ -15,6 +15,7 @@
 #include <json-glib/json-glib.h>
 
 #include "AdminJson.h"
+#include "EventStream.h"
 #include "NotificationCenter.h"
 #include "paired_clients.h"
 #include "request_log.h"
@@ -455,6 +456,41 @@ TEST_F(AdminServerTest, LogsItsAddressAndAPortInUseFailsInitialize) {
     EXPECT_EQ(std::string::npos, error.find('\n'));
     EXPECT_FALSE(ipc_platform::isInitialized());
     close(blocker);
+}
+
+// Changes arriving faster than the spacing are merged, the last one always sent.
+TEST(EventStreamTest, ContinuousChangesAreSpacedOutAndTheLastIsSent) {
+    ipc_platform::StateBroadcaster broadcaster;
+    std::atomic<int> value{0};
+    ipc_platform::EventStream stream(
+        broadcaster, [&value] { return std::to_string(value.load()); }, std::chrono::seconds(10));
+    auto nextEvent = [&stream] {
+        std::string text;
+        char buffer[64];
+        while (text.find("\n\n") == std::string::npos) {
+            const ssize_t count = stream.read(buffer, sizeof buffer);
+            if (count < 0) {
+                return std::string("<closed>");
+            }
+            text.append(buffer, static_cast<size_t>(count));
+        }
+        return text.substr(text.find("data: "));
+    };
+    EXPECT_EQ("data: 0\n\n", nextEvent());
+
+    std::thread writer([&] {
+        for (int i = 1; i <= 100; ++i) {
+            value = i;
+            broadcaster.publish();
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    });
+    int events = 0;
+    while (nextEvent() != "data: 100\n\n") {
+        ++events;
+    }
+    writer.join();
+    EXPECT_LT(events, 10);
 }
 
 }  // namespace
