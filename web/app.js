@@ -232,14 +232,13 @@
       const outcome = requestOutcome(entry);
       const cells = [two(when.getHours()) + ':' + two(when.getMinutes()) + ':' + two(when.getSeconds()),
         entry.client || '–', entry.method || '(unparsable)', entry.kind, outcome, String(entry.ms)];
+      const columns = ['time', 'client', 'method', 'kind', 'answer', 'ms'];
       cells.forEach((text, index) => {
         const cell = document.createElement('td');
         cell.textContent = text;
-        if (index === 4) {
-          cell.className = 'answer';
+        cell.className = columns[index];
+        if (columns[index] === 'answer') {
           cell.title = outcome;
-        } else if (index === 5) {
-          cell.className = 'ms';
         }
         row.appendChild(cell);
       });
