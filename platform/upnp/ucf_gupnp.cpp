@@ -449,11 +449,33 @@ void setAvailable(Device& device, bool available) {
     }
 }
 
+// GUPnP cannot introspect a service whose description has neither actions nor variables, and
+// warns at start that no initial event will follow. Such services are part of this TV, and their
+// subscribers get the initial event all the same (an empty property set): the warning would
+// only mislead whoever reads the log, so it is logged as debug. The domain's other messages keep
+// their level.
+constexpr char kEmptyServiceWarning[] =
+    "Failed to get SCPD: Service description has neither actions nor variables";
+
+void logGupnpServiceMessage(const gchar* domain, GLogLevelFlags level, const gchar* message,
+                            gpointer) {
+    if (g_str_has_prefix(message, kEmptyServiceWarning)) {
+        level = G_LOG_LEVEL_DEBUG;
+    }
+    g_log_default_handler(domain, level, message, nullptr);
+}
+
+guint g_serviceLogHandler = 0;
+
 }  // namespace
 
 extern "C" {
 
 int ucf_init_framework_core(void) {
+    if (g_serviceLogHandler == 0) {
+        g_serviceLogHandler = g_log_set_handler("gupnp-service", G_LOG_LEVEL_WARNING,
+                                                logGupnpServiceMessage, nullptr);
+    }
     return 0;
 }
 
@@ -536,6 +558,10 @@ int ucf_stop_framework_core(void) {
 }
 
 int ucf_terminate_framework_core(void) {
+    if (g_serviceLogHandler != 0) {
+        g_log_remove_handler("gupnp-service", g_serviceLogHandler);
+        g_serviceLogHandler = 0;
+    }
     return ucf_stop_framework_core();
 }
 

@@ -235,6 +235,8 @@ TEST_F(UpnpEndToEndTest, SubscribersGetEventsAndKeepThemAcrossARename) {
     EXPECT_EQ(sid, notify->header("sid"));
     EXPECT_THAT(notify->body, HasSubstr("propertyset"));
     EXPECT_THAT(notify->body, Not(HasSubstr("property>")));
+    // The empty service description is expected, so nothing warns about it.
+    EXPECT_THAT(m_tv.output(), Not(HasSubstr(" W gupnp-service")));
 
     EXPECT_EQ(412, subscribe("CALLBACK: <http://8.8.8.8:9555/cb>\r\nNT: upnp:event\r\n").status);
     EXPECT_EQ(412, subscribe("SID: uuid:00000000-0000-0000-0000-000000000000\r\n").status);
