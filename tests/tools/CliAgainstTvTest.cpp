@@ -93,7 +93,8 @@ TEST(CliDiscoverTest, FindsTheTvAnnouncedOnLoopbackOnce) {
     std::smatch udn;
     const std::string description =
         testsupport::readFile(dir.file("ip_control_web_root/DeviceDescription.xml"));
-    ASSERT_TRUE(std::regex_search(description, udn, std::regex("<UDN>([^<]+)</UDN>")));
+    ASSERT_TRUE(std::regex_search(description, udn, std::regex("<UDN>([^<]+)</UDN>")))
+        << description << tv.output();
     // A proxy in the environment must not be used for the description on the local network.
     setenv("http_proxy", "http://127.0.0.1:9", 1);
     CliRunner cli;
