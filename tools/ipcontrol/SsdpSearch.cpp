@@ -64,7 +64,7 @@ bool SsdpSearch::run(std::string& error) {
     std::vector<ObjectRef> objects;  // clients and browsers, released after the search
     std::vector<GSSDPResourceBrowser*> browsers;
     error = m_interface.empty() ? "no network interface is up"
-                                : m_interface + " is down or has no IPv4 address";
+                                : m_interface + " is down, has no IPv4 address or cannot multicast";
     for (const auto& [name, address] : interfaces) {
         GInetAddress* inet = g_inet_address_new_from_string(address.c_str());
         GError* gerror = nullptr;
