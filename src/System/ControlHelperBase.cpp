@@ -11,28 +11,25 @@
 #include "Manager/CmdRequest.h"
 #include "System/CmdRequestFields.h"
 
-using common::json::JsonException;
 using common::json::JsonType;
 using common::json::JsonValue;
 
 namespace {
 
-// Decimal digits with an optional sign and nothing else, within the int range.
+// Text read as the C library's decimal conversion reads it: leading blanks and a sign, then the
+// digits up to the first other character ("13abc" is 13). False without a digit or beyond int.
 bool parseDecimalInt(const std::string& text, int& out) {
-    if (text.empty() || text.find_first_not_of("+-0123456789") != std::string::npos) {
-        return false;
-    }
     errno = 0;
     char* end = nullptr;
-    const long long value = std::strtoll(text.c_str(), &end, 10);
-    if (errno != 0 || end != text.c_str() + text.size() || value < INT_MIN || value > INT_MAX) {
+    const long value = std::strtol(text.c_str(), &end, 10);
+    if (end == text.c_str() || errno == ERANGE || value < INT_MIN || value > INT_MAX) {
         return false;
     }
     out = static_cast<int>(value);
     return true;
 }
 
-// A JSON integer or decimal text that fits an int.
+// A JSON integer that fits an int, or text as parseDecimalInt() reads it.
 bool toInt(const JsonValue& value, int& out) {
     if (value.type() == JsonType::stringValue) {
         return parseDecimalInt(value.asString(), out);
@@ -46,6 +43,15 @@ bool toInt(const JsonValue& value, int& out) {
     }
     out = static_cast<int>(number);
     return true;
+}
+
+// The params member name, read without adding it: params are echoed as they came.
+const JsonValue& paramOf(const CmdRequest& request, const std::string& name) {
+    const JsonValue& params = request.params;
+    if (params.type() != JsonType::objectValue) {
+        return JsonValue::Null::null_instance();
+    }
+    return params[name];
 }
 
 }  // namespace
@@ -188,30 +194,33 @@ dynf_property_list_h ControlHelperBase::createList(dynf_property_h property) {
     return list;
 }
 
-bool ControlHelperBase::readIntParam(CmdRequest* request, const std::string& key, int& out) {
-    try {
-        if (toInt(request->params[key], out)) {
-            return true;
-        }
-    } catch (const JsonException& e) {
-        LOGE("params: %s", e.what());
+bool ControlHelperBase::readIntParam(const CmdRequest* request, const std::string& key, int& out) {
+    if (toInt(paramOf(*request, key), out)) {
+        return true;
     }
     LOGE("parse got dirty data!");
-    handleError(DYNF_ERROR_INVALID_VALUE, request);
     return false;
 }
 
-bool ControlHelperBase::readStringParam(CmdRequest* request, const std::string& key,
+bool ControlHelperBase::readStringParam(const CmdRequest* request, const std::string& key,
                                         std::string& out) {
-    try {
-        out = request->params[key].asString();
-        LOGI("str val -> (%s)", out.c_str());
-        return true;
-    } catch (const JsonException& e) {
-        LOGE("parse got dirty data! %s", e.what());
+    const JsonValue& value = paramOf(*request, key);
+    if (value.type() == JsonType::objectValue || value.type() == JsonType::arrayValue) {
+        LOGE("parse got dirty data!");
+        return false;
     }
-    handleError(DYNF_ERROR_INVALID_VALUE, request);
-    return false;
+    out = value.isNull() ? std::string() : value.asString();
+    LOGI("str val -> (%s)", out.c_str());
+    return true;
+}
+
+bool ControlHelperBase::refuseWrite(CmdRequest* request) {
+    if (!cmdfields::hasValueParams(*request)) {
+        return false;
+    }
+    LOGE("%s only reads", request->method.c_str());
+    handleError(DYNF_ERROR_NOT_SUPPORTED, request);
+    return true;
 }
 
 bool ControlHelperBase::readStringProperty(dynf_property_h property, std::string& out) {

@@ -10,9 +10,8 @@
 // not served yet) makes every command of its methods fail in the handler, and a result that
 // reaches it anyway fails the command rather than answering with nothing.
 //
-// The builders read the command's params: a value of the wrong kind, or a number that does not
-// fit, fails the command as "Invalid params" (framework error 4) and builds nothing; the value
-// itself is never guessed. No operation throws.
+// The builders read the command's params without changing them. A value they cannot use builds
+// nothing, so the handler fails the command as a refused write ("Failed"); no operation throws.
 //
 // Stateless: builders run on the worker thread, readers and handleResult() on the framework's
 // callback thread.
@@ -58,12 +57,17 @@ protected:
     // Pushes property onto list, which takes it over; frees it when the push fails.
     static bool pushProperty(dynf_property_list_h list, dynf_property_h property);
 
-    // params[key] as an integer: a JSON integer, or a JSON string of decimal digits, that fits
-    // an int. Anything else fails the command as "Invalid params" and gives false.
-    bool readIntParam(CmdRequest* request, const std::string& key, int& out);
+    // params[key] as an integer: a JSON integer, or text as the C library's decimal conversion
+    // reads it (" 14" and "14abc" are 14), that fits an int. Anything else (no digit, a
+    // fraction, a boolean, a missing member) gives false and records nothing.
+    static bool readIntParam(const CmdRequest* request, const std::string& key, int& out);
     // params[key] as text (numbers and booleans in their JSON spelling, absent as ""). Objects
-    // and arrays fail the command as "Invalid params" and give false.
-    bool readStringParam(CmdRequest* request, const std::string& key, std::string& out);
+    // and arrays give false and record nothing.
+    static bool readStringParam(const CmdRequest* request, const std::string& key,
+                                std::string& out);
+    // For a method that only reads: true (and the command failed, error index 4, result code 3)
+    // when the command is a write.
+    static bool refuseWrite(CmdRequest* request);
 
     // The string value of the property of that name; a missing one leaves out unchanged and
     // records nothing.

@@ -80,6 +80,10 @@ void PictureControlHelper::handleResult(const dynf_error& error, dynf_property_l
 }
 
 dynf_property_list_h PictureControlHelper::_getVideoStatesPropertyInternal(CmdRequest* request) {
+    // Only reads: with params it would set all five at once.
+    if (refuseWrite(request)) {
+        return nullptr;
+    }
     dynf_property_list_h list =
         getPropertyDataInternalInt(request, kVideoStates[0], kVideoStates[0]);
     for (size_t i = 1; list != nullptr && i < sizeof kVideoStates / sizeof kVideoStates[0]; ++i) {

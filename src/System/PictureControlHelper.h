@@ -15,7 +15,8 @@ class PictureControlHelper : public ControlHelperBase {
 public:
     ~PictureControlHelper() override = default;
     // The property (or, for "getVideoStates", the five properties) of the command's type: ""
-    // or 0 for a read, the params member for a write. Null for another type or unusable params.
+    // or 0 for a read, the params member for a write. Null for another type, unusable params or
+    // a write of "getVideoStates" (refused as an invalid operation, like every read-only method).
     dynf_property_list_h getPropertyData(CmdRequest* request) override;
     // A read answers the values under their client keys; a write its params. Writes and reads of
     // mode and size send a usage event. A property missing from the answer fails the command,

@@ -96,22 +96,12 @@ const PropertyRow* PropertyTableHelper::findRow(int type) const {
     return nullptr;
 }
 
-bool PropertyTableHelper::requireParam(CmdRequest* request, const std::string& key) {
+bool PropertyTableHelper::requireParam(const CmdRequest* request, const std::string& key) {
     if (request->params.type() == JsonType::objectValue && request->params.isMember(key)) {
         return true;
     }
     LOGE("params lack \"%s\"", key.c_str());
-    handleError(DYNF_ERROR_INVALID_VALUE, request);
     return false;
-}
-
-bool PropertyTableHelper::refuseWrite(CmdRequest* request) {
-    if (!cmdfields::hasValueParams(*request)) {
-        return false;
-    }
-    LOGE("%s only reads", request->method.c_str());
-    handleError(DYNF_ERROR_NOT_SUPPORTED, request);
-    return true;
 }
 
 dynf_property_list_h PropertyTableHelper::createJsonList(const std::string& name,

@@ -41,11 +41,9 @@ public:
 protected:
     // The row of type, or null.
     const PropertyRow* findRow(int type) const;
-    // True when params hold key; otherwise the command fails as "Invalid params".
-    bool requireParam(CmdRequest* request, const std::string& key);
-    // For a method that only reads: true (and the command failed, error index 4, result code 3)
-    // when the command is a write.
-    bool refuseWrite(CmdRequest* request);
+    // True when params hold key; otherwise false, recording nothing (nothing is built, so the
+    // handler fails the write).
+    static bool requireParam(const CmdRequest* request, const std::string& key);
     // A new list with one JSON-string property holding value's text.
     static dynf_property_list_h createJsonList(const std::string& name,
                                                const common::json::JsonValue& value);

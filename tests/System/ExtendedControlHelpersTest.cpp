@@ -39,32 +39,38 @@ protected:
 };
 
 TEST_F(ExtendedControlHelpersTest, UnusableCommandsFailBeforeAnyCall) {
+    // What the command records: nothing (the handler then fails the write), an unknown word, or
+    // a write to a read-only method.
+    enum Recorded { NOTHING, UNKNOWN_WORD, READ_ONLY };
     struct Case {
         IControlHelper& helper;
         DYNF_TVCONTROL_PROP_TYPE type;
         const char* params;
-        bool readOnly;  // a write to a read-only method, not unusable params
+        Recorded recorded;
     };
     const Case cases[] = {
-        {m_expert, BACKLIGHT_CONTROL, R"({"light":5})", false},
-        {m_expert, BACKLIGHT_CONTROL, R"({"backlight":"five"})", false},
-        {m_expert, GAMMA_MODE_CONTROL, R"({"gammaMode":[5]})", false},
-        {m_rotator, DISPLAY_ROTATOR_CONTROL, R"({"rotate":"portrait"})", false},
-        {m_channel, DIRECT_CHANNEL_CONTROL, R"({"minor":1})", false},
-        {m_channel, DIRECT_CHANNEL_CONTROL, R"({"major":7,"minor":{}})", false},
-        {m_multiView, MULTIVIEW_CONTROL, R"({"layout":"pip"})", false},
-        {m_multiView, MULTIVIEW_CONTROL, R"({"multiView":"maybe"})", false},
-        {m_multiView, MULTIVIEW_CONTROL, R"({"multiView":"on","sources":["HDMI1",2]})", false},
-        {m_multiView, MULTIVIEW_CONTROL, R"({"multiView":"on","layout":4})", false},
-        {m_wall, GET_CABINET_STATES, R"({"groupId":["A"]})", false},
-        {m_device, GET_TV_STATES, R"({"power":"on"})", true},
-        {m_wall, GET_BOX_STATES, R"({"boxId":"1"})", true},
-        {m_wall, GET_CABINET_GROUP_IDS, R"({"groupId":"A"})", true},
+        {m_expert, BACKLIGHT_CONTROL, R"({"light":5})", NOTHING},
+        {m_expert, BACKLIGHT_CONTROL, R"({"backlight":"five"})", NOTHING},
+        {m_expert, GAMMA_MODE_CONTROL, R"({"gammaMode":[5]})", NOTHING},
+        {m_rotator, DISPLAY_ROTATOR_CONTROL, R"({"rotate":"portrait"})", NOTHING},
+        {m_channel, DIRECT_CHANNEL_CONTROL, R"({"minor":1})", NOTHING},
+        {m_channel, DIRECT_CHANNEL_CONTROL, R"({"major":7,"minor":{}})", NOTHING},
+        {m_multiView, MULTIVIEW_CONTROL, R"({"layout":"pip"})", NOTHING},
+        {m_wall, GET_CABINET_STATES, R"({"groupId":["A"]})", NOTHING},
+        {m_multiView, MULTIVIEW_CONTROL, R"({"multiView":"maybe"})", UNKNOWN_WORD},
+        {m_multiView, MULTIVIEW_CONTROL, R"({"multiView":"on","sources":["HDMI1",2]})",
+         UNKNOWN_WORD},
+        {m_multiView, MULTIVIEW_CONTROL, R"({"multiView":"on","layout":4})", UNKNOWN_WORD},
+        {m_device, GET_TV_STATES, R"({"power":"on"})", READ_ONLY},
+        {m_wall, GET_BOX_STATES, R"({"boxId":"1"})", READ_ONLY},
+        {m_wall, GET_CABINET_GROUP_IDS, R"({"groupId":"A"})", READ_ONLY},
     };
     for (const Case& c : cases) {
         CmdRequest request = command(c.type, "m", c.params);
         EXPECT_TRUE(helpertest::sent(c.helper, request).empty()) << c.params;
-        if (c.readOnly) {
+        if (c.recorded == NOTHING) {
+            EXPECT_FALSE(request.bJsonRpcError) << c.params;
+        } else if (c.recorded == READ_ONLY) {
             helpertest::expectError(request, SERVER_ERROR_INVALID_OPERATION,
                                     DEVICE_MANAGER_ERROR_FAILED);
         } else {

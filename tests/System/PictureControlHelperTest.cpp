@@ -1,4 +1,5 @@
-// Picture control: "getVideoStates", refused values, answers of the wrong kind, the usage event.
+// Picture control: "getVideoStates" and its refused write, answers of the wrong kind, the usage
+// event.
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,12 +31,13 @@ protected:
     PictureControlHelper m_helper;
 };
 
-TEST_F(PictureControlHelperTest, NumberBeyondIntIsInvalidParams) {
-    for (const char* params : {R"({"tint":3000000000})", R"({"tint":"ten"})", R"({"tint":[1]})"}) {
-        CmdRequest request = command(TINT_CONTROL, "tintControl", params);
-        EXPECT_TRUE(helpertest::sent(m_helper, request).empty()) << params;
-        helpertest::expectError(request, INVALID_PARAMS, DEVICE_MANAGER_ERROR_INVALID_OPERATION);
-    }
+// Like every read-only method: with params it would otherwise set all five settings.
+TEST_F(PictureControlHelperTest, VideoStatesWriteIsRefusedBeforeAnyCall) {
+    CmdRequest request =
+        command(GET_VIDEO_STATES, "getVideoStates",
+                R"({"contrast":1,"sharpness":2,"brightness":3,"color":4,"tint":5})");
+    EXPECT_TRUE(helpertest::sent(m_helper, request).empty());
+    helpertest::expectError(request, SERVER_ERROR_INVALID_OPERATION, DEVICE_MANAGER_ERROR_FAILED);
 }
 
 TEST_F(PictureControlHelperTest, VideoStatesWithOneMissingFailAndKeepTheOthers) {

@@ -194,11 +194,13 @@ TEST_F(TVManagerTest, RefusedStartAnswersServerErrorFailed) {
     EXPECT_EQ(DEVICE_MANAGER_ERROR_FAILED, onlyAnswer().resultCode);
 }
 
-TEST_F(TVManagerTest, UnusableParamsKeepTheirInvalidParamsError) {
+// A value that cannot be used fails as a refused write; an unknown word keeps its own error.
+TEST_F(TVManagerTest, UnusableParamsFailAsRefusedWrites) {
     createOn("");
-    EXPECT_EQ(INVALID_PARAMS, errorOf("powerControl", R"({"power":{"on":1}})"));
+    EXPECT_EQ(SERVER_ERROR_FAILED, errorOf("directVolumeControl", R"({"volume":"abc"})"));
     EXPECT_EQ(DEVICE_MANAGER_ERROR_FAILED, onlyAnswer().resultCode);
-    EXPECT_EQ(SERVER_ERROR_FAILED, errorOf("powerControl", R"({"power":"on"})"));
+    EXPECT_EQ(SERVER_ERROR_FAILED, errorOf("powerControl", R"({"power":{"on":1}})"));
+    EXPECT_EQ(INVALID_PARAMS, errorOf("remoteKeyControl", R"({"remoteKey":"Enter"})"));
     EXPECT_TRUE(Framework::instance().calls().empty());
 }
 
