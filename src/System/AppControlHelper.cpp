@@ -86,9 +86,6 @@ void AppControlHelper::handleResult(const dynf_error& error, dynf_property_list_
         return;
     }
     switch (request->propType) {
-        case DIRECT_ACCESS_CONTROL:
-            _handleDirectAccessResult(result, request);
-            break;
         case ART_MODE_CONTROL:
             _handleArtModeResult(result, request);
             break;
@@ -103,15 +100,19 @@ void AppControlHelper::handleResult(const dynf_error& error, dynf_property_list_
 }
 
 dynf_property_list_h AppControlHelper::_getDirectAccessProperty(CmdRequest* request) {
-    if (!cmdfields::hasValueParams(*request)) {
-        // A read asks which app is in the foreground.
-        return _createJsonList(m_launchAppName, JsonValue(JsonType::objectValue));
-    }
-    std::string key;
-    std::string appId;
-    if (!_resolveApp(request, true, key, appId)) {
+    // Launching is all this method does, so a read (no name) fails like a write without one.
+    std::string name;
+    if (!_getRequiredAppName(request, name)) {
         return nullptr;
     }
+    std::string key;
+    std::string target;
+    if (!_findApp(name, key, target)) {
+        LOGE("Info mismatching!");
+        handleError(DYNF_ERROR_INVALID_VALUE, request);
+        return nullptr;
+    }
+    const std::string appId = _getAppId(key, target);
     JsonValue launch(JsonType::objectValue);
     launch["targetAppId"] = appId;
     launch["targetAppName"] = key;
@@ -135,25 +136,27 @@ dynf_property_list_h AppControlHelper::_getFirstScreenAppProperty(CmdRequest* re
     if (!cmdfields::hasValueParams(*request)) {
         return _createJsonList(m_firstScreenAppListName, JsonValue(JsonType::arrayValue));
     }
-    std::string key;
-    std::string appId;
-    if (!_resolveApp(request, false, key, appId)) {
+    std::string name;
+    if (!_getRequiredAppName(request, name)) {
         return nullptr;
     }
+    // An unknown name sends the empty selection, which leaves the TV without a first-screen app.
     JsonValue selection(JsonType::objectValue);
-    selection["id"] = appId;
+    std::string key;
+    std::string target;
+    if (_findApp(name, key, target)) {
+        selection["id"] = _getAppId(key, target);
+    } else {
+        LOGE("targetAppName[%s] is not exist. break.", name.c_str());
+    }
     return _createJsonList(m_firstScreenAppIdName, selection);
 }
 
-void AppControlHelper::_handleDirectAccessResult(dynf_property_list_h result, CmdRequest* request) {
-    JsonValue launched;
-    if (!_readResultJson(result, m_launchAppName, JsonType::objectValue, launched, request)) {
-        return;
-    }
-    LOGI("launchApp handling success!");
-    const JsonValue& title = launched["title"];
-    cmdfields::resultObject(*request)[kAppNameParam] =
-        title.isString() ? title.asString() : std::string("unknown");
+std::string AppControlHelper::foregroundAppName(const JsonValue& launchApp) {
+    const JsonValue& title = launchApp.type() == JsonType::objectValue
+                                 ? launchApp["title"]
+                                 : JsonValue::Null::null_instance();
+    return title.isString() ? title.asString() : std::string("unknown");
 }
 
 void AppControlHelper::_handleArtModeResult(dynf_property_list_h result, CmdRequest* request) {
@@ -208,14 +211,8 @@ void AppControlHelper::_sendKPILog(CmdRequest* request) {
     }
 }
 
-bool AppControlHelper::_getAppName(CmdRequest* request, std::string& name) {
-    return readStringParam(request, kAppNameParam, name);
-}
-
-bool AppControlHelper::_resolveApp(CmdRequest* request, bool isLaunch, std::string& key,
-                                   std::string& appId) {
-    std::string name;
-    if (!_getAppName(request, name)) {
+bool AppControlHelper::_getRequiredAppName(CmdRequest* request, std::string& name) {
+    if (!readStringParam(request, kAppNameParam, name)) {
         return false;
     }
     if (name.empty()) {
@@ -223,19 +220,7 @@ bool AppControlHelper::_resolveApp(CmdRequest* request, bool isLaunch, std::stri
         handleError(DYNF_ERROR_INVALID_VALUE, request);
         return false;
     }
-    std::string target;
-    if (!_findApp(name, key, target)) {
-        if (isLaunch) {
-            LOGE("Info mismatching!");
-        } else {
-            LOGE("targetAppName[%s] is not exist. break.", name.c_str());
-        }
-        handleError(DYNF_ERROR_INVALID_VALUE, request);
-        return false;
-    }
-    LOGI("AppName -> (%s)", key.c_str());
-    LOGI("App ID -> (%s)", target.c_str());
-    return _getAppId(request, target, appId);
+    return true;
 }
 
 bool AppControlHelper::_findApp(const std::string& name, std::string& key,
@@ -253,11 +238,11 @@ bool AppControlHelper::_findApp(const std::string& name, std::string& key,
     return true;
 }
 
-bool AppControlHelper::_getAppId(CmdRequest* request, const std::string& target,
-                                 std::string& appId) {
+std::string AppControlHelper::_getAppId(const std::string& key, const std::string& target) {
+    LOGI("AppName -> (%s)", key.c_str());
+    LOGI("App ID -> (%s)", target.c_str());
     if (target.find(kRunTitle) == std::string::npos) {
-        appId = target;
-        return true;
+        return target;
     }
     const size_t separator = target.find('_');
     const std::string runTitle =
@@ -265,15 +250,14 @@ bool AppControlHelper::_getAppId(CmdRequest* request, const std::string& target,
     char* resolved = nullptr;
     if (was_get_appid_by_runtitle(runTitle.c_str(), &resolved) != 0 || resolved == nullptr) {
         std::free(resolved);
+        // The unresolved target goes out as it is; the TV refuses an app it does not have.
         LOGE("failed to get appId by runtitle!");
-        // The TV has no app of that title, so there is nothing to launch or choose.
-        handleError(DYNF_ERROR_NOT_SUPPORTED, request);
-        return false;
+        return target;
     }
-    appId = resolved;
+    const std::string appId = resolved;
     std::free(resolved);
     LOGI("updated app id -> (%s)", appId.c_str());
-    return true;
+    return appId;
 }
 
 bool AppControlHelper::_readResultJson(dynf_property_list_h result, const std::string& name,

@@ -12,9 +12,10 @@
 //
 // Apps are named as clients know them ("Netflix", "Prime Video", "Internet", ...); each name maps
 // to an app key and the key to a store app id, or to a run title that the platform's app-title
-// lookup resolves per command. A missing or unknown name, or params that cannot be read, fail as
-// "Invalid params" before any framework call; a run title the TV cannot resolve fails as an
-// invalid operation.
+// lookup resolves per command. A missing or empty name fails as "Invalid params" before any
+// framework call, for a launch also an unknown one; a first-screen choice of an unknown name
+// sends the empty choice "{}". A run title the TV cannot resolve is sent unresolved, for the TV
+// to refuse.
 //
 // Every successful write sends a usage event: a launch an "APPLICATION" event with the name, the
 // others a "COMMAND" event.
@@ -24,31 +25,32 @@ public:
     AppControlHelper();
     ~AppControlHelper() override = default;
     // Writes: the launch, the art-mode word or the first-screen choice from the params. Reads: the
-    // foreground app, the art mode or the first-screen list. Null when refused.
+    // art mode or the first-screen list; a launch needs a name, so its read is refused. Null when
+    // refused.
     dynf_property_list_h getPropertyData(CmdRequest* request) override;
-    // A write answers its params; a read {"applicationName"}, {"artMode"} or
+    // A write answers its params; a read {"artMode"} or
     // {"firstScreenAppList": [{"name","id"}, ...]}. An answer that cannot be read fails.
     void handleResult(const dynf_error& error, dynf_property_list_h result,
                       CmdRequest* request) override;
+    // The client's name of the foreground app in a "launchApp" value: its "title", or "unknown".
+    static std::string foregroundAppName(const common::json::JsonValue& launchApp);
 
 private:
     dynf_property_list_h _getDirectAccessProperty(CmdRequest* request);
     dynf_property_list_h _getArtModeProperty(CmdRequest* request);
     dynf_property_list_h _getFirstScreenAppProperty(CmdRequest* request);
-    void _handleDirectAccessResult(dynf_property_list_h result, CmdRequest* request);
     void _handleArtModeResult(dynf_property_list_h result, CmdRequest* request);
     void _handleFirstScreenAppResult(dynf_property_list_h result, CmdRequest* request);
     void _sendKPILog(CmdRequest* request);
 
-    // The params member "applicationName", "" when absent; false (recorded) when unreadable.
-    bool _getAppName(CmdRequest* request, std::string& name);
-    // The app key and store app id of the params' app name (the unknown-name log differs for a
-    // launch and a first-screen choice); false (recorded) when there is none.
-    bool _resolveApp(CmdRequest* request, bool isLaunch, std::string& key, std::string& appId);
+    // The params member "applicationName"; false when it cannot be read, or (recorded as
+    // "Invalid params") when it is absent or empty.
+    bool _getRequiredAppName(CmdRequest* request, std::string& name);
     // The app key and launch target of a client's app name; false for an unknown name.
     bool _findApp(const std::string& name, std::string& key, std::string& target) const;
-    // The store app id of a target, resolving a run title; false (recorded) when it cannot.
-    static bool _getAppId(CmdRequest* request, const std::string& target, std::string& appId);
+    // The store app id of an app's target, resolving a run title; a title the platform cannot
+    // resolve gives the target unchanged.
+    static std::string _getAppId(const std::string& key, const std::string& target);
     // The named result property's text parsed as JSON of the given kind; false (recorded) when
     // the property is missing or its text is not such JSON.
     bool _readResultJson(dynf_property_list_h result, const std::string& name,

@@ -38,6 +38,7 @@ TEST(InputAndAppControlHelperTest, BuildsTheNamedKeyOrAppOrRefusesBeforeAnyCall)
         const char* property;  // the property sent; null when refused with error
         const char* value;     // JSON text for JSON-string properties
         eJSONRPCErrorCode error = INVALID_PARAMS;
+        bool catalogueUp = true;
     } cases[] = {
         {&input, REMOTE_KEY_CONTROL, R"({"AccessToken":"t","remoteKey":"enter"})", "remoteKey",
          R"({"keyName":"KEY_OK","keyStatus":"pressAndRelease"})"},
@@ -55,7 +56,8 @@ TEST(InputAndAppControlHelperTest, BuildsTheNamedKeyOrAppOrRefusesBeforeAnyCall)
          "launchApp",
          R"({"targetAppId":"org.orvane.browser","targetAppName":"webBrowser",
              "targetAppParam":"http://a"})"},
-        {&apps, DIRECT_ACCESS_CONTROL, R"({"AccessToken":"t"})", "launchApp", "{}"},
+        // Launching is all it does: a read has no name.
+        {&apps, DIRECT_ACCESS_CONTROL, R"({"AccessToken":"t"})", nullptr, "", INVALID_PARAMS},
         {&apps, FIRST_SCREEN_APP_CONTROL, R"({"applicationName":"Netflix"})", "firstScreenAppId",
          R"({"id":"1001"})"},
         {&apps, FIRST_SCREEN_APP_CONTROL, R"({"AccessToken":"t"})", "firstScreenAppList", "[]"},
@@ -63,12 +65,17 @@ TEST(InputAndAppControlHelperTest, BuildsTheNamedKeyOrAppOrRefusesBeforeAnyCall)
          INVALID_PARAMS},
         {&apps, DIRECT_ACCESS_CONTROL, R"({"url":"http://a"})", nullptr, "", INVALID_PARAMS},
         {&apps, FIRST_SCREEN_APP_CONTROL, R"({"contentInfo":"x"})", nullptr, "", INVALID_PARAMS},
-        // The TV's catalogue has no such title.
-        {&apps, DIRECT_ACCESS_CONTROL, R"({"applicationName":"Netflix"})", nullptr, "",
-         SERVER_ERROR_INVALID_OPERATION},
+        // An unknown first-screen name is the empty choice.
+        {&apps, FIRST_SCREEN_APP_CONTROL, R"({"applicationName":"Disney"})", "firstScreenAppId",
+         "{}"},
+        // A title the TV's catalogue does not resolve goes out unresolved, for the TV to refuse.
+        {&apps, DIRECT_ACCESS_CONTROL, R"({"applicationName":"Netflix"})", "launchApp",
+         R"({"targetAppId":"RunTitle_Netflix","targetAppName":"netflix"})", INVALID_PARAMS, false},
+        {&apps, FIRST_SCREEN_APP_CONTROL, R"({"applicationName":"Prime Video"})",
+         "firstScreenAppId", R"({"id":"RunTitle_AmazonInstantVideo"})", INVALID_PARAMS, false},
     };
     for (const auto& c : cases) {
-        g_catalogueUp = c.error != SERVER_ERROR_INVALID_OPERATION;
+        g_catalogueUp = c.catalogueUp;
         CmdRequest request = command(c.type, "", c.params);
         std::vector<fakedynf::Property> sent = helpertest::sent(*c.helper, request);
         EXPECT_EQ(c.property == nullptr, request.bJsonRpcError) << c.params;
@@ -94,11 +101,6 @@ TEST(InputAndAppControlHelperTest, AppReadAnswersTheTVStateOrFails) {
         const char* value;
         const char* result;  // null: the read fails
     } cases[] = {
-        {DIRECT_ACCESS_CONTROL, "launchApp", R"({"targetAppId":"1","title":"Hulu"})",
-         R"({"applicationName":"Hulu"})"},
-        {DIRECT_ACCESS_CONTROL, "launchApp", R"({"targetAppId":"1"})",
-         R"({"applicationName":"unknown"})"},
-        {DIRECT_ACCESS_CONTROL, "launchApp", "not json", nullptr},
         {ART_MODE_CONTROL, "artMode", "off", R"({"artMode":"off"})"},
         {FIRST_SCREEN_APP_CONTROL, "firstScreenAppList", R"([{"name":"Hulu","id":"7"}])",
          R"({"firstScreenAppList":[{"name":"Hulu","id":"7"}]})"},
