@@ -8,7 +8,10 @@
 #include "JsonValue.h"
 #include "Log.h"
 #include "Manager/CmdRequest.h"
+#include "System/AmbientMode.h"
+#include "System/AppControlHelper.h"
 #include "System/CmdRequestFields.h"
+#include "System/SourceControlHelper.h"
 #include "System/SystemApi.h"
 
 using common::json::JsonType;
@@ -27,7 +30,6 @@ const char* const kPictureMode = "pictureMode";
 const char* const kSoundMode = "soundMode";
 const char* const kLaunchApp = "launchApp";
 const char* const kArtMode = "artMode";
-const char* const kAmbientMode = "ambientMode";
 
 // The power words of "powerControl": the framework's, then the client's.
 const char* const kPowerWords[][2] = {{"on", "powerOn"}, {"off", "powerOff"}, {"reboot", "reboot"}};
@@ -76,9 +78,6 @@ dynf_property_list_h DeviceControlHelper::_getCompositePropertyData(CmdRequest* 
     SystemApi& system = SystemApi::getInstance();
     if (system.isEaselTv()) {
         states.push_back({kArtMode, DYNF_PROPERTY_STRING});
-    }
-    if (system.isAmbientScreenSupport()) {
-        states.push_back({kAmbientMode, DYNF_PROPERTY_INT});
     }
     dynf_property_list_h list = dynf_property_list_create();
     for (const State& state : states) {
@@ -136,7 +135,7 @@ void DeviceControlHelper::_handleSource(dynf_property_list_h result, CmdRequest*
     }
     // As "inputSourceControl" answers: the extended source wins, digital TV is "TV".
     cmdfields::resultObject(*request)["inputSource"] =
-        !extended.empty() ? extended : (input == "dtv" ? std::string("TV") : input);
+        !extended.empty() ? extended : SourceControlHelper::toClientSource(input);
 }
 
 void DeviceControlHelper::_handleChannel(dynf_property_list_h result, CmdRequest* request) {
@@ -162,21 +161,22 @@ void DeviceControlHelper::_handleModes(dynf_property_list_h result, CmdRequest* 
 void DeviceControlHelper::_handleApplication(dynf_property_list_h result, CmdRequest* request) {
     JsonValue launched;
     if (readJsonResult(result, kLaunchApp, JsonType::objectValue, launched, request)) {
-        const JsonValue& title = launched["title"];
-        cmdfields::resultObject(*request)["application"] =
-            title.isString() ? title.asString() : std::string();
+        cmdfields::resultObject(*request)["applicationName"] =
+            AppControlHelper::foregroundAppName(launched);
     }
 }
 
 void DeviceControlHelper::_handleArtAndAmbient(dynf_property_list_h result, CmdRequest* request) {
     SystemApi& system = SystemApi::getInstance();
+    const bool easel = system.isEaselTv();
     std::string art;
-    if (system.isEaselTv() && findStringProperty(result, kArtMode, art, request)) {
+    if (easel && findStringProperty(result, kArtMode, art, request)) {
         cmdfields::resultObject(*request)[kArtMode] = art;
     }
-    int ambient = 0;
-    if (system.isAmbientScreenSupport() &&
-        findIntProperty(result, kAmbientMode, ambient, request)) {
-        cmdfields::resultObject(*request)[kAmbientMode] = ambient != 0;
+    // Reported wherever the ambient screen refuses writes, with the same judgement.
+    const bool ambientScreen = system.isAmbientScreenSupport();
+    if (ambientScreen || easel) {
+        cmdfields::resultObject(*request)["ambientMode"] =
+            ambientmode::refusesWrites(ambientScreen, easel);
     }
 }

@@ -4,9 +4,10 @@
 #include "System/PropertyTableHelper.h"
 
 // Serves the read-only "getTVStates": one request for power, volume, mute, sources, channel,
-// picture and sound modes and the foreground app, plus art mode on an Easel TV and ambient mode
-// on products with an ambient screen. The answer uses the client words of the single-property
-// methods (README). A write is refused before any framework call.
+// picture and sound modes and the foreground app, plus art mode on an Easel TV. Ambient mode is
+// not a property of the read: it is the state that refuses screen-sensitive writes, reported on
+// every product where it can. The answer uses the client words of the single-property methods
+// (README). A write is refused before any framework call.
 // Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
 class DeviceControlHelper : public PropertyTableHelper {
 public:

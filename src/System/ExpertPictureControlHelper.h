@@ -4,9 +4,10 @@
 #include "System/PropertyTableHelper.h"
 
 // Serves the expert picture methods, from "pictureCalibrationModeControl" to
-// "colorSpace.BlueControl": one integer or string property per method, whose name is also the
-// client's key ("backlight", "gammaMode", ...). Values are passed unchanged; their ranges and
-// words are the framework's to judge.
+// "colorSpace.BlueControl": one integer or string property per method. The client's key is the
+// method's name without "Control", dot and all ("backlight", "gamma.BT1886", "AMP.blurReduction"),
+// whatever the property is called. Values are passed unchanged; their ranges and words are the
+// framework's to judge.
 // Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
 class ExpertPictureControlHelper : public PropertyTableHelper {
 public:

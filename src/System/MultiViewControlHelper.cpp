@@ -7,6 +7,7 @@
 #include "Log.h"
 #include "Manager/CmdRequest.h"
 #include "System/CmdRequestFields.h"
+#include "System/SourceControlHelper.h"
 
 using common::json::JsonType;
 using common::json::JsonValue;
@@ -18,6 +19,16 @@ const char* const kLayout = "layout";
 const char* const kSources = "sources";
 const char* const kOn = "on";
 const char* const kOff = "off";
+
+// The sources with each word turned into the other side's word for the same input.
+JsonValue translateSources(const JsonValue& sources, std::string (*translate)(const std::string&)) {
+    JsonValue translated(JsonType::arrayValue);
+    for (size_t i = 0; i < sources.size(); ++i) {
+        const JsonValue& source = sources[i];
+        translated.append(source.isString() ? JsonValue(translate(source.asString())) : source);
+    }
+    return translated;
+}
 
 // True for an array that holds texts only.
 bool isTextArray(const JsonValue& value) {
@@ -48,10 +59,11 @@ dynf_property_list_h MultiViewControlHelper::_getCompositePropertyData(CmdReques
 
 void MultiViewControlHelper::_handleCompositeResult(dynf_property_list_h result,
                                                     CmdRequest* request) {
-    JsonValue state;
-    if (!readJsonResult(result, kMultiView, JsonType::objectValue, state, request)) {
+    JsonValue read;
+    if (!readJsonResult(result, kMultiView, JsonType::objectValue, read, request)) {
         return;
     }
+    const JsonValue& state = read;  // looked at, never added to
     if (!state[kOn].isBool()) {
         LOGE("multi-view state without \"on\": %s", state.toString().c_str());
         handleError(DYNF_ERROR_UNKNOWN, request);
@@ -59,10 +71,11 @@ void MultiViewControlHelper::_handleCompositeResult(dynf_property_list_h result,
     }
     JsonValue& answer = cmdfields::resultObject(*request);
     answer[kMultiView] = state[kOn].asBool() ? kOn : kOff;
-    for (const char* member : {kLayout, kSources}) {
-        if (state.isMember(member)) {
-            answer[member] = state[member];
-        }
+    if (state.isMember(kLayout)) {
+        answer[kLayout] = state[kLayout];
+    }
+    if (state[kSources].type() == JsonType::arrayValue) {
+        answer[kSources] = translateSources(state[kSources], SourceControlHelper::toClientSource);
     }
 }
 
@@ -84,10 +97,12 @@ bool MultiViewControlHelper::_buildChoice(CmdRequest* request, JsonValue& choice
         return false;
     }
     choice[kOn] = onOff == kOn;
-    for (const char* member : {kLayout, kSources}) {
-        if (params.isMember(member)) {
-            choice[member] = params[member];
-        }
+    if (params.isMember(kLayout)) {
+        choice[kLayout] = params[kLayout];
+    }
+    if (params.isMember(kSources)) {
+        choice[kSources] =
+            translateSources(params[kSources], SourceControlHelper::toFrameworkSource);
     }
     return true;
 }

@@ -99,7 +99,8 @@ dynf_property_list_h SourceControlHelper::_getInputSourcePropertyInternal(CmdReq
         return nullptr;
     }
     if (source == kTv) {
-        return createList(dynf_property_create_string(kInputSource, kDtv));
+        return createList(
+            dynf_property_create_string(kInputSource, toFrameworkSource(source).c_str()));
     }
     if (source.find("HDMI") != std::string::npos) {
         return createList(dynf_property_create_string(kInputSource, source.c_str()));
@@ -152,8 +153,16 @@ void SourceControlHelper::_handleInputSourceResult(dynf_property_list_h result,
     }
     LOGI("temp_val->(%s)", input.c_str());
     if (!input.empty()) {
-        answer[kInputSource] = input == kDtv ? kTv : input;
+        answer[kInputSource] = toClientSource(input);
     }
+}
+
+std::string SourceControlHelper::toClientSource(const std::string& framework) {
+    return framework == kDtv ? kTv : framework;
+}
+
+std::string SourceControlHelper::toFrameworkSource(const std::string& client) {
+    return client == kTv ? kDtv : client;
 }
 
 void SourceControlHelper::_handleUSBSourceResult(dynf_property_list_h result, CmdRequest* request) {

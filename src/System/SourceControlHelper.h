@@ -23,6 +23,11 @@ public:
     void handleResult(const dynf_error& error, dynf_property_list_h result,
                       CmdRequest* request) override;
 
+    // The client's word for a framework input ("dtv" is "TV"), and back; other words are the
+    // same on both sides. Every method that names inputs uses these.
+    static std::string toClientSource(const std::string& framework);
+    static std::string toFrameworkSource(const std::string& client);
+
 private:
     dynf_property_list_h _getInputSourcePropertyInternal(CmdRequest* request);
     dynf_property_list_h _getUSBSourcePropertyInternal(CmdRequest* request);

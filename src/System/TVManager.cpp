@@ -4,15 +4,10 @@
 #include "Core/AppSettings.h"
 #include "Log.h"
 #include "Manager/CmdRequest.h"
+#include "System/AmbientMode.h"
 #include "System/CmdRequestFields.h"
 #include "System/DYNFHandler.h"
 #include "System/SystemApi.h"
-#include "device_power.h"
-
-namespace {
-// The ambient type of an Easel TV that shows art.
-const int kEaselArtAmbientType = 4;
-}  // namespace
 
 TVManager::TVManager() = default;
 
@@ -78,14 +73,7 @@ bool TVManager::isWall() {
 }
 
 bool TVManager::getAmbientMode() {
-    bool ambient = false;
-    if (m_bAmbientTV) {
-        ambient = SystemApi::getInstance().isAmbientMode();
-    } else if (m_bEaselTV && device_power_get_ambient_type() == kEaselArtAmbientType) {
-        ambient = SystemApi::getInstance().isAmbientMode();
-    }
-    LOGI("bAmbientMode:%d", ambient);
-    return ambient;
+    return ambientmode::refusesWrites(m_bAmbientTV, m_bEaselTV);
 }
 
 bool TVManager::_isGetOnlyMethod(const std::string& method) {
