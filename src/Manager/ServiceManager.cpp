@@ -235,6 +235,7 @@ int ServiceManager::accessTokenCheckInAuthGroup(const std::string& token) {
 }
 
 void ServiceManager::showMessage(std::string text) {
+    LOGI("sending request for showMessage");
     m_showMessageHook(std::move(text));
 }
 

@@ -3,7 +3,9 @@
 
 #include <cstdlib>
 
+#include "Log.h"
 #include "app_common.h"
+#include "package_info.h"
 
 namespace {
 
@@ -47,4 +49,24 @@ std::string AppInfoUtil::GetId() {
 
 std::string AppInfoUtil::GetAppVersion() {
     return fromGetter(app_get_version);
+}
+
+std::string AppInfoUtil::GetRootPath(std::string packageName) {
+    package_info_h info = nullptr;
+    const int err = package_info_create(packageName.c_str(), &info);
+    if (err != PACKAGE_MANAGER_ERROR_NONE || info == nullptr) {
+        LOGE("package_info_create failed err[%d] package_info[%p] pkg_id[%s]", err,
+             static_cast<void*>(info), packageName.c_str());
+        if (info != nullptr) {
+            package_info_destroy(info);
+        }
+        return "";
+    }
+    char* path = nullptr;
+    std::string root;
+    if (package_info_get_root_path(info, &path) == PACKAGE_MANAGER_ERROR_NONE) {
+        root = adopt(path);
+    }
+    package_info_destroy(info);
+    return root;
 }

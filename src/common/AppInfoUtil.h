@@ -13,4 +13,7 @@ public:
     static std::string GetDataPath();
     static std::string GetId();
     static std::string GetAppVersion();
+    // The root folder of the installed package of that id; "" when the platform knows no such
+    // package.
+    static std::string GetRootPath(std::string packageName);
 };

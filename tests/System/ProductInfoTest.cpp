@@ -1,6 +1,8 @@
-// Product queries answered from the profile, the settings and the power interface.
+// Product queries answered from the profile, the settings, the power interface and the
+// package information.
 #include <gtest/gtest.h>
 
+#include "AppInfoUtil.h"
 #include "System/SystemApi.h"
 #include "SystemInfoUtil.h"
 #include "device_power.h"
@@ -28,6 +30,14 @@ TEST_F(ProductInfoTest, WallVersionOneIsAWallButNotMicroLed) {
     startPlatform("\"tessera_support\": true, \"tessera_version\": 1");
     EXPECT_TRUE(SystemApi::getInstance().isWall());
     EXPECT_FALSE(SystemApi::getInstance().isMicroLED());
+}
+
+// Only the service's own package is installed; its files lie in the resource folder.
+TEST_F(ProductInfoTest, RootPathIsKnownForTheOwnPackageOnly) {
+    startPlatform("");
+    EXPECT_FALSE(AppInfoUtil::GetResourcePath().empty());
+    EXPECT_EQ(AppInfoUtil::GetResourcePath(), AppInfoUtil::GetRootPath(AppInfoUtil::GetId()));
+    EXPECT_EQ("", AppInfoUtil::GetRootPath("com.example.other"));
 }
 
 TEST_F(ProductInfoTest, MissingFeatureKeysReadAsFalse) {
