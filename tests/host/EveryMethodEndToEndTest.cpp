@@ -68,7 +68,7 @@ const Probe kProbes[] = {
     {"getTVStates", ""},
     {"getVideoStates", ""},
     {"remoteKeyControl", R"({"remoteKey":"enter"})"},
-    {"directAccessControl", ""},
+    {"directAccessControl", R"({"applicationName":"YouTube"})"},
     {"artModeControl", ""},
     {"firstScreenAppControl", ""},
     {"ambientControl", ""},

@@ -70,12 +70,13 @@ Outcome CallCommand::_interpret(const TvAnswer& answer, const std::string& metho
                    : "; it is not available on this product.");
     } else if (answer.kind == Kind::Error && answer.code == kInvalidParams) {
         outcome.sentence = "The TV at " + m_tv + " did not accept " + subject + error +
-                           ": a value is missing, of the wrong kind or a word it does not know "
-                           "(case counts).";
+                           ": a word it does not know (case counts), or a missing application "
+                           "name or key word.";
     } else if (answer.kind == Kind::Error && answer.code == kFailed) {
         outcome.sentence = "The TV at " + m_tv + " could not carry out " + subject + error +
-                           ": the value may be outside its range or list, or the TV is in "
-                           "standby or restarting; ipcontrol state shows where it stands.";
+                           ": the value may be outside its range or list, missing or not a "
+                           "whole number where one belongs, or the TV is in standby or "
+                           "restarting; ipcontrol state shows where it stands.";
     } else if (answer.kind == Kind::Error && answer.code == kInvalidOperation) {
         outcome.sentence = "The TV at " + m_tv + " cannot do " + subject + error + ": " + method +
                            (write ? " cannot be written" : " cannot be read") +

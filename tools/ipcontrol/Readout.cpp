@@ -23,7 +23,7 @@ const Label kLabels[] = {
     {"channel", "Channel"},
     {"pictureMode", "Picture mode"},
     {"soundMode", "Sound mode"},
-    {"application", "Application"},
+    {"applicationName", "Application"},
     {"artMode", "Art mode"},
     {"ambientMode", "Ambient screen"},
     {"contrast", "Contrast"},
@@ -32,7 +32,6 @@ const Label kLabels[] = {
     {"color", "Color"},
     {"tint", "Tint"},
     {"remoteKey", "Pressed"},
-    {"applicationName", "Launched"},
     {"url", "Address"},
 };
 
