@@ -22,9 +22,21 @@ std::string hostExecutableDir() {
 namespace {
 
 // The settings a configuration file may hold, each named like its command-line option.
-enum Key { DataDir, Profile, Port, AdminPort, Approval, Upnp, UpnpPort, LogLevel, KeyCount };
-const char* const kKeyNames[KeyCount] = {"data-dir", "profile", "port",      "admin-port",
-                                         "approval", "upnp",    "upnp-port", "log-level"};
+enum Key {
+    DataDir,
+    Profile,
+    Port,
+    AdminPort,
+    Approval,
+    Upnp,
+    UpnpPort,
+    LogLevel,
+    Security,
+    KeyCount
+};
+const char* const kKeyNames[KeyCount] = {"data-dir",   "profile",   "port",
+                                         "admin-port", "approval",  "upnp",
+                                         "upnp-port",  "log-level", "security"};
 
 std::string takeString(gchar* text) {
     std::string result = text != nullptr ? text : "";
@@ -122,6 +134,14 @@ bool applyValues(const Value (&values)[KeyCount], HostOptions& options, std::str
         }
         platform.approval = mode;
     }
+    if (values[Security].present) {
+        const std::string& mode = values[Security].text;
+        if (mode != "default" && mode != "hardened") {
+            message = values[Security].origin + " must be default or hardened, got '" + mode + "'";
+            return false;
+        }
+        platform.hardenedSecurity = mode == "hardened";
+    }
     for (Key key : {DataDir, Profile}) {
         if (values[key].present && values[key].text.empty()) {
             message = values[key].origin + " must not be empty";
@@ -158,6 +178,10 @@ ParseResult parseHostOptions(int argc, char** argv, HostOptions& options, std::s
          "Port of the TV screen and admin API on 127.0.0.1 (default 8515, 0 = any free port)", "N"},
         {"approval", 0, 0, G_OPTION_ARG_STRING, &flags[Approval],
          "How pairing requests are answered: screen, allow, deny or ignore (default screen)",
+         "MODE"},
+        {"security", 0, 0, G_OPTION_ARG_STRING, &flags[Security],
+         "default (tokens as TVs make them) or hardened (random tokens, never an empty one, "
+         "tokens shortened in the log)",
          "MODE"},
         {"no-upnp", 0, 0, G_OPTION_ARG_NONE, &noUpnp, "Do not announce the TV over UPnP", nullptr},
         {"upnp-port", 0, 0, G_OPTION_ARG_STRING, &flags[UpnpPort],

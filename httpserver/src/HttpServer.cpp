@@ -134,7 +134,7 @@ struct HttpServer::Handlers {
 HttpServer::HttpServer(Deliver deliver, std::chrono::milliseconds responseTimeout)
     : m_deliver(std::move(deliver)),
       m_responseTimeoutMs(responseTimeout.count()),
-      m_pending([this] { m_watchdog.wake(); }),
+      m_pending([this](PendingTable::Clock::time_point due) { m_watchdog.sweepBy(due); }),
       m_watchdog([this](Watchdog::Clock::time_point now) { return m_pending.sweep(now); }) {}
 
 HttpServer::~HttpServer() {

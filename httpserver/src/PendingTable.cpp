@@ -12,7 +12,8 @@ namespace ipsvr {
 
 namespace {
 
-// libmicrohttpd does not watch suspended sockets; they are polled for a hang-up this often.
+// libmicrohttpd does not watch suspended sockets; while any request is live they are polled for
+// a hang-up this often, all at once, rather than once per request.
 constexpr std::chrono::milliseconds kHangUpPollInterval(100);
 constexpr unsigned int kGatewayTimeout = 504;
 
@@ -22,21 +23,23 @@ std::atomic<unsigned int> g_lastId{0};
 
 }  // namespace
 
-PendingTable::PendingTable(std::function<void()> onChange) : m_onChange(std::move(onChange)) {}
+PendingTable::PendingTable(std::function<void(Clock::time_point)> sweepBy)
+    : m_sweepBy(std::move(sweepBy)) {}
 
 unsigned int PendingTable::add(MHD_Connection* connection, int socket, const sockaddr_storage& peer,
                                Clock::duration timeout) {
     unsigned int id = 0;
+    const Clock::time_point now = Clock::now();
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (m_closed) {
             return 0;
         }
         id = _nextId();
-        m_entries.emplace(id, Entry{connection, socket, peer, Clock::now() + timeout,
-                                    State::Delivering, Reply{}});
+        m_entries.emplace(
+            id, Entry{connection, socket, peer, now + timeout, State::Delivering, Reply{}});
     }
-    m_onChange();
+    m_sweepBy(std::min(now + timeout, now + kHangUpPollInterval));
     return id;
 }
 
@@ -69,20 +72,18 @@ bool PendingTable::resolve(unsigned int id, Reply reply) {
 }
 
 std::optional<Reply> PendingTable::suspendUnlessResolved(unsigned int id) {
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        auto it = m_entries.find(id);
-        if (it == m_entries.end()) {
-            return Reply::dropped();
-        }
-        Entry& entry = it->second;
-        if (entry.state == State::Resolved) {
-            return entry.reply;
-        }
-        MHD_suspend_connection(entry.connection);
-        entry.state = State::Waiting;
+    // The request has been live since add(), so the tick that will poll its socket is planned.
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto it = m_entries.find(id);
+    if (it == m_entries.end()) {
+        return Reply::dropped();
     }
-    m_onChange();
+    Entry& entry = it->second;
+    if (entry.state == State::Resolved) {
+        return entry.reply;
+    }
+    MHD_suspend_connection(entry.connection);
+    entry.state = State::Waiting;
     return std::nullopt;
 }
 
@@ -131,12 +132,12 @@ std::optional<PendingTable::Clock::time_point> PendingTable::sweep(Clock::time_p
             waiting.push_back(&entry);
         }
     }
-    if (sockets.empty()) {
-        return next;
+    if (!next) {
+        return std::nullopt;
     }
     // A suspended connection cannot be closed while the lock is held, so its socket stays valid
     // for this non-blocking look.
-    if (poll(sockets.data(), sockets.size(), 0) > 0) {
+    if (!sockets.empty() && poll(sockets.data(), sockets.size(), 0) > 0) {
         for (size_t i = 0; i < sockets.size(); ++i) {
             if ((sockets[i].revents & (POLLRDHUP | POLLHUP | POLLERR | POLLNVAL)) != 0) {
                 _settle(*waiting[i], Reply::dropped());

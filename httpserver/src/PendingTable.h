@@ -27,8 +27,10 @@ class PendingTable {
 public:
     using Clock = std::chrono::steady_clock;
 
-    // onChange runs (without the lock) when a request starts waiting, so the sweeper can look.
-    explicit PendingTable(std::function<void()> onChange);
+    // sweepBy runs (without the lock) when a new request needs a sweep by the given time: its
+    // deadline, or the first hang-up check. Live requests are swept on a fixed tick, so this
+    // only matters when the table was idle or the deadline is short.
+    explicit PendingTable(std::function<void(Clock::time_point)> sweepBy);
     PendingTable(const PendingTable&) = delete;
     PendingTable& operator=(const PendingTable&) = delete;
 
@@ -47,8 +49,9 @@ public:
     void remove(unsigned int id);
     // The peer address of a live request.
     std::optional<sockaddr_storage> peerOf(unsigned int id) const;
-    // Expires overdue requests (504) and drops those whose peer hung up. Returns when to look
-    // again, or nothing when no request is live.
+    // Expires overdue requests (504) and drops those whose peer hung up, with one poll() over
+    // every waiting socket. Returns when to look again: the next tick or the earliest deadline
+    // while a request is live, nothing when none is.
     std::optional<Clock::time_point> sweep(Clock::time_point now);
     // Refuses new requests, resolves every live one with reply and waits, at most timeout, until
     // their connections are done with them.
@@ -68,7 +71,7 @@ private:
     unsigned int _nextId();
     static void _settle(Entry& entry, Reply reply);
 
-    const std::function<void()> m_onChange;
+    const std::function<void(Clock::time_point)> m_sweepBy;
     // Protects m_entries, m_closed, and the suspend/resume state of the connections
     // in m_entries.
     mutable std::mutex m_mutex;

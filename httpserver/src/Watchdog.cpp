@@ -18,7 +18,7 @@ void Watchdog::start() {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_stopping = false;
-        m_woken = false;
+        m_due = Clock::now();
     }
     m_thread = std::thread([this] { _run(); });
 }
@@ -35,29 +35,41 @@ void Watchdog::stop() {
     m_thread.join();
 }
 
-void Watchdog::wake() {
+void Watchdog::sweepBy(Clock::time_point due) {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_woken = true;
+        if (m_due && *m_due <= due) {
+            return;
+        }
+        m_due = due;
     }
     m_changed.notify_all();
 }
 
 void Watchdog::_run() {
     pthread_setname_np(pthread_self(), "ipsvr-watchdog");
+    std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
-        std::optional<Clock::time_point> next = m_sweep(Clock::now());
-        std::unique_lock<std::mutex> lock(m_mutex);
-        auto woken = [this] { return m_stopping || m_woken; };
-        if (next) {
-            m_changed.wait_until(lock, *next, woken);
-        } else {
-            m_changed.wait(lock, woken);
-        }
         if (m_stopping) {
             return;
         }
-        m_woken = false;
+        if (!m_due) {
+            m_changed.wait(lock);
+            continue;
+        }
+        const Clock::time_point now = Clock::now();
+        if (now < *m_due) {
+            m_changed.wait_until(lock, *m_due);
+            continue;
+        }
+        // Whatever was asked for until now is in the table before this sweep looks at it.
+        m_due.reset();
+        lock.unlock();
+        const std::optional<Clock::time_point> next = m_sweep(now);
+        lock.lock();
+        if (next && (!m_due || *next < *m_due)) {
+            m_due = next;
+        }
     }
 }
 

@@ -10,8 +10,9 @@
 
 namespace ipsvr {
 
-// Runs a sweep on its own thread whenever the previous sweep asked to be run again, or when
-// woken. Thread-safe: start() and stop() from one owner thread, wake() from any thread.
+// Runs a sweep on its own thread at the time the previous sweep asked for, or earlier when
+// someone needs one sooner. Thread-safe: start() and stop() from one owner thread, sweepBy()
+// from any thread.
 class Watchdog {
 public:
     using Clock = std::chrono::steady_clock;
@@ -25,16 +26,20 @@ public:
 
     void start();
     void stop();
-    void wake();
+    // Makes sure a sweep starts no later than due. The thread is woken only when due is earlier
+    // than the sweep already planned, so callers may ask on every request at the cost of a lock.
+    void sweepBy(Clock::time_point due);
 
 private:
     void _run();
 
     const Sweep m_sweep;
-    std::mutex m_mutex;  // protects m_stopping and m_woken
+    std::mutex m_mutex;  // protects m_stopping and m_due
     std::condition_variable m_changed;
     bool m_stopping = false;
-    bool m_woken = false;
+    // When the next sweep starts; nothing while none is needed. Cleared as a sweep starts, so a
+    // request made during the sweep is kept for the next one.
+    std::optional<Clock::time_point> m_due;
     std::thread m_thread;
 };
 

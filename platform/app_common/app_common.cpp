@@ -53,6 +53,12 @@ char* app_get_shared_resource_path(void) {
     return folderPath(&ipc_platform::Options::resourceDir, "shared/");
 }
 
+app_security_e app_get_security_mode(void) {
+    const auto objects = ipc_platform::currentObjects();
+    return objects != nullptr && objects->options.hardenedSecurity ? APP_SECURITY_HARDENED
+                                                                   : APP_SECURITY_DEFAULT;
+}
+
 int app_get_id(char** id) {
     return copyOut(kAppId, id);
 }

@@ -18,6 +18,15 @@ char* app_get_resource_path(void);         // where the build installs data/
 char* app_get_shared_resource_path(void);  // resource path + "shared/"
 char* app_get_shared_data_path(void);      // data path + "shared/"
 
+typedef enum {
+    APP_SECURITY_DEFAULT = 0,   // behaves as clients expect of a TV
+    APP_SECURITY_HARDENED = 1,  // --security hardened
+} app_security_e;
+
+// The security mode the host was started with; APP_SECURITY_DEFAULT before the platform is
+// initialised.
+app_security_e app_get_security_mode(void);
+
 int app_get_id(char** id);            // "com.orvane.ipcontrol"
 int app_get_version(char** version);  // the project version
 

@@ -1,33 +1,21 @@
 // KPI event log: one JSON object per line in <data dir>/kpi.log, kept to two bounded files.
 #include "KPILogFramework.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include <json-glib/json-glib.h>
 
-#include "PlatformLog.h"
 #include "PlatformObjects.h"
-#include "dlog.h"
+#include "RotatingFile.h"
 
 namespace KPILogFramework {
 
 namespace {
 
 constexpr char kLogFileName[] = "kpi.log";
-// When the next line would take kpi.log past this size, it becomes kpi.log.1 (replacing the
-// previous one) and a new kpi.log is started.
-constexpr off_t kRotateBytes = 1024 * 1024;
-
-// Serialises appends to kpi.log and its rotation within this process.
-std::mutex g_fileMutex;
+// kpi.log and kpi.log.1 each stay within this size.
+constexpr long kRotateBytes = 1024 * 1024;
 
 std::string utcNow() {
     GDateTime* now = g_date_time_new_now_utc();
@@ -62,50 +50,11 @@ std::string eventLine(const std::string& kpiName, const std::string& eventName,
     return line;
 }
 
-void logFileError(const char* action, const std::string& path, int error) {
-    dlog_print(DLOG_ERROR, ipc_platform::kLogTag, "KPI log: cannot %s %s: %s", action, path.c_str(),
-               strerror(error));
-}
-
-// Moves path to path.1 when adding bytes would take it past the bound. False when the move
-// failed; the line then still goes to the full file.
-bool rotateIfFull(const std::string& path, size_t bytes) {
-    struct stat info {};
-    if (stat(path.c_str(), &info) != 0 || info.st_size == 0 ||
-        info.st_size + static_cast<off_t>(bytes) <= kRotateBytes) {
-        return true;
-    }
-    const std::string rotated = path + ".1";
-    if (rename(path.c_str(), rotated.c_str()) != 0) {
-        logFileError("rotate", path, errno);
-        return false;
-    }
-    return true;
-}
-
-bool appendLine(const std::string& path, const std::string& line) {
-    std::lock_guard<std::mutex> lock(g_fileMutex);
-    rotateIfFull(path, line.size());
-    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    if (fd < 0) {
-        logFileError("open", path, errno);
-        return false;
-    }
-    size_t done = 0;
-    while (done < line.size()) {
-        ssize_t n = write(fd, line.data() + done, line.size() - done);
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            logFileError("write", path, n < 0 ? errno : EIO);
-            close(fd);
-            return false;
-        }
-        done += static_cast<size_t>(n);
-    }
-    close(fd);
-    return true;
+// Appends and rotation of kpi.log within this process; the file stays open between events.
+ipc_platform::RotatingFile& logFile() {
+    // Never destroyed: events may still come from threads that outlive static destruction.
+    static auto* file = new ipc_platform::RotatingFile(kRotateBytes);
+    return *file;
 }
 
 }  // namespace
@@ -126,7 +75,8 @@ int CLogger::AddEventLogSync(const std::string& kpiName, const std::string& even
         return 0;
     }
     gchar* path = g_build_filename(objects->options.dataDir.c_str(), kLogFileName, nullptr);
-    const bool written = appendLine(path, eventLine(kpiName, eventName, eventId, description));
+    const bool written =
+        logFile().append(path, eventLine(kpiName, eventName, eventId, description));
     g_free(path);
     return written ? 1 : 0;
 }

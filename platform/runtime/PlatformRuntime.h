@@ -25,6 +25,8 @@ struct Options {
     // The UPnP description server's TCP port: -1 keeps the port the device asks for, 0 lets the
     // kernel choose (for several services on one machine).
     int upnpPort = -1;
+    // Random tokens, no match for an empty or malformed token, tokens shortened in logs.
+    bool hardenedSecurity = false;
 };
 
 // Loads the profile, the settings file (written with first-start values when missing) and the

@@ -1,6 +1,10 @@
 // Watches one file and reports each time a new version of it is complete: written in place and
 // closed, or created or renamed into place. Main-loop only: started and stopped on the thread
 // that runs the GLib default main context, where the handler also runs.
+//
+// The kernel watch is on the file's folder (so that a replace by rename is seen), but GIO reads
+// it on its own worker thread and drops events for other names there: writes to other files in
+// the folder never wake the main loop.
 #pragma once
 
 #include <functional>

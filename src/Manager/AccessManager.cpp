@@ -2,11 +2,15 @@
 #include "Manager/AccessManager.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <exception>
 #include <set>
 #include <utility>
+
+#include <sys/random.h>
 
 #include <glib.h>
 
@@ -15,6 +19,7 @@
 #include "Log.h"
 #include "Manager/AuthListFile.h"
 #include "Manager/Localisation.h"
+#include "SecurityMode.h"
 #include "System/SystemApi.h"
 #include "notification.h"
 #include "paired_clients.h"
@@ -43,14 +48,63 @@ LiveManagers& liveManagers() {
 }
 
 // The token depends only on the second it is made in: two made within one second are equal.
-std::string makeToken() {
+std::string clockToken() {
     srand(static_cast<unsigned int>(time(nullptr)));
     auto state = static_cast<unsigned int>(time(nullptr));
     std::string token;
     for (int i = 0; i < kTokenLength; ++i) {
         token += kTokenAlphabet[rand_r(&state) % kTokenAlphabetSize];
     }
-    LOGI("generated AToken:%s", token.c_str());
+    return token;
+}
+
+// A token from the kernel's random source, each character equally likely (bytes that would
+// favour the first characters of the alphabet are drawn again). Empty if the source fails.
+std::string randomToken() {
+    constexpr unsigned int kUnbiasedBelow = 256 - 256 % kTokenAlphabetSize;
+    std::string token;
+    unsigned char bytes[64];
+    while (token.size() < static_cast<size_t>(kTokenLength)) {
+        const ssize_t got = getrandom(bytes, sizeof bytes, 0);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            LOGE("getrandom failed: %s", strerror(errno));
+            return "";
+        }
+        for (ssize_t i = 0; i < got && token.size() < static_cast<size_t>(kTokenLength); ++i) {
+            if (bytes[i] < kUnbiasedBelow) {
+                token += kTokenAlphabet[bytes[i] % kTokenAlphabetSize];
+            }
+        }
+    }
+    return token;
+}
+
+// What a record's token must look like for a request to match it in the hardened mode.
+bool isWellFormedToken(const std::string& token) {
+    return token.size() == static_cast<size_t>(kTokenLength) &&
+           token.find_first_not_of(kTokenAlphabet) == std::string::npos;
+}
+
+// A new token: made from the clock by default; in the hardened mode random and carried by no
+// record of authList yet.
+std::string makeToken(const std::vector<AuthRecord>& authList) {
+    std::string token;
+    if (!SecurityMode::hardened()) {
+        token = clockToken();
+    } else {
+        auto inUse = [&authList](const std::string& candidate) {
+            return std::any_of(authList.begin(), authList.end(), [&](const AuthRecord& record) {
+                return record.accessToken == candidate;
+            });
+        };
+        do {
+            token = randomToken();
+        } while (!token.empty() && inUse(token));
+    }
+    LOGI("generated AToken:%s", SecurityMode::token(token).c_str());
     return token;
 }
 
@@ -96,6 +150,7 @@ AccessManager::~AccessManager() {
 }
 
 bool AccessManager::create() {
+    SecurityMode::refresh();
     {
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
         syncAuthListWithFile();
@@ -124,7 +179,12 @@ bool AccessManager::destroy() {
 
 bool AccessManager::isRegisteredInAuthGroup(std::string token) {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    LOGI("received AccessToken:%s", token.c_str());
+    LOGI("received AccessToken:%s", SecurityMode::token(token).c_str());
+    // The Deny record carries an empty token, and a hand-edited list may carry anything.
+    if (SecurityMode::hardened() && !isWellFormedToken(token)) {
+        LOGE("Failed to find matched AccessToken!!");
+        return false;
+    }
     for (const AuthRecord& record : m_authList) {
         if (record.accessToken == token) {
             LOGI("Found matched AccessToken");
@@ -238,7 +298,7 @@ bool AccessManager::notifyAccessToken(const std::string& result) {
 
 std::string AccessManager::generateAccessToken() {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    std::string token = makeToken();
+    std::string token = makeToken(m_authList);
     bool found = false;
     for (AuthRecord& record : m_authList) {
         if (record.macAddr == m_macAddrUnderCheck) {

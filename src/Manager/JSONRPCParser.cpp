@@ -5,6 +5,7 @@
 
 #include "JsonException.h"
 #include "Log.h"
+#include "SecurityMode.h"
 
 using common::json::JsonType;
 using common::json::JsonValue;
@@ -127,7 +128,8 @@ bool JSONRPCParser::getParams(std::map<std::string, std::string>& out) {
     try {
         for (const std::string& name : valueMemberNames(params)) {
             out[name] = params[name].asString();
-            LOGI("getParams inserting data key:%s  value:%s", name.c_str(), out[name].c_str());
+            LOGI("getParams inserting data key:%s  value:%s", name.c_str(),
+                 name == kAccessToken ? SecurityMode::token(out[name]).c_str() : out[name].c_str());
         }
     } catch (const std::exception& e) {
         LOGE("Exception : %s", e.what());
@@ -147,7 +149,7 @@ bool JSONRPCParser::getAccessToken(std::string& out) {
             if (name == kAccessToken) {
                 out = params[name].asString();
                 LOGI("getAccessToken found AccessToken data...key:%s  value:%s", name.c_str(),
-                     out.c_str());
+                     SecurityMode::token(out).c_str());
                 return true;
             }
         }
@@ -270,6 +272,6 @@ std::string JSONRPCParser::_idText() {
 
 std::string JSONRPCParser::_serialise(const JsonValue& response) {
     std::string text = response.toString(false);
-    LOGI("done, response:%s", text.c_str());
+    LOGI("done, response:%s", SecurityMode::json(text).c_str());
     return text;
 }

@@ -10,6 +10,7 @@
 #include "Manager/CmdRequest.h"
 #include "Manager/JSONRPCParser.h"
 #include "Manager/MsgDispatcher.h"
+#include "SecurityMode.h"
 
 using common::json::JsonType;
 using common::json::JsonValue;
@@ -50,7 +51,7 @@ bool ServiceManager::destroy() {
 
 void ServiceManager::handleJsonRequest(const unsigned int& clientId, const std::string& json) {
     const RequestJournal::Clock::time_point arrived = RequestJournal::Clock::now();
-    LOGI("sessionID:%u  jsonRequest:%s", clientId, json.c_str());
+    LOGI("sessionID:%u  jsonRequest:%s", clientId, SecurityMode::json(json).c_str());
     requestMsg msg{clientId, json, ""};
     JSONRPCParser parser;
     const bool parsed = parser.parse(json);
@@ -113,7 +114,8 @@ bool ServiceManager::handleAccessToken(const std::string& result) {
         pending = m_pendingTokenRequest;
     }
     if (pending.jsonData.empty()) {
-        LOGE("no AccessToken request is pending, result [%s] dropped", result.c_str());
+        LOGE("no AccessToken request is pending, result [%s] dropped",
+             SecurityMode::token(result).c_str());
         return false;
     }
     JSONRPCParser parser;
@@ -129,13 +131,17 @@ bool ServiceManager::handleAccessToken(const std::string& result) {
         return false;
     }
     LOGI("Issued AccessToken");
-    LOGI("issued AccessToken:%s", result.c_str());
+    LOGI("issued AccessToken:%s", SecurityMode::token(result).c_str());
     JsonValue tokenResult(JsonType::objectValue);
     tokenResult["AccessToken"] = result;
     parser.setCopiedParams(tokenResult.toString(false));
     // The page shows no more of a token than its first characters.
-    m_journal.finish(pending.clientId, 200, "",
-                     R"({"AccessToken":")" + result.substr(0, kShownTokenLength) + "\u2026\"}");
+    m_journal.finish(
+        pending.clientId, 200, "",
+        R"({"AccessToken":")" +
+            (SecurityMode::hardened() ? SecurityMode::shortened(result)
+                                      : result.substr(0, kShownTokenLength) + "\u2026") +
+            "\"}");
     sendResponse(pending.clientId, parser.buildResponse("", false));
     return true;
 }

@@ -66,20 +66,55 @@ TEST_F(KPILogFileTest, FullLogIsRotatedOnceAndNeverPastItsBound) {
     EXPECT_FALSE(std::filesystem::exists(m_dir.file("kpi.log.2")));
 }
 
-TEST_F(KPILogFileTest, EventsFromManyThreadsNeverShareALine) {
+TEST_F(KPILogFileTest, LogMovedOrTruncatedBySomeoneElseIsFollowedByTheNextRotation) {
+    const std::string description(200 * 1024, 'x');
+    auto add = [&](int count) {
+        for (int i = 0; i < count; ++i) {
+            ASSERT_EQ(1,
+                      m_logger->AddEventLogSync("23_ip_control", "COMMAND", "EV002", description));
+        }
+    };
+    // Truncated while open: the line that seems to fill the file finds it nearly empty.
+    add(4);
+    std::filesystem::resize_file(m_dir.file("kpi.log"), 0);
+    add(2);
+    EXPECT_EQ(2u, lines("kpi.log").size());
+    EXPECT_FALSE(std::filesystem::exists(m_dir.file("kpi.log.1")));
+
+    // Moved aside: lines may still reach the moved file, but a full one starts a new kpi.log
+    // rather than rotating someone else's file.
+    std::filesystem::rename(m_dir.file("kpi.log"), m_dir.file("kpi.log.old"));
+    add(4);
+    ASSERT_TRUE(std::filesystem::exists(m_dir.file("kpi.log")));
+    EXPECT_EQ(6u, lines("kpi.log.old").size() + lines("kpi.log").size());
+    EXPECT_FALSE(std::filesystem::exists(m_dir.file("kpi.log.1")));
+
+    // Removed: the same, the next line past the bound goes to a new file.
+    std::filesystem::remove(m_dir.file("kpi.log"));
+    add(6);
+    EXPECT_FALSE(lines("kpi.log").empty());
+}
+
+TEST_F(KPILogFileTest, EventsFromManyThreadsNeverShareALineAcrossARotation) {
+    // 200 lines of 6 to 7 KiB: the log rotates once while the threads write.
     std::vector<std::thread> senders;
     for (int t = 0; t < 4; ++t) {
         senders.emplace_back([this, t] {
             for (int i = 0; i < 50; ++i) {
                 m_logger->AddEventLogSync("23_ip_control", "COMMAND", "EV002",
-                                          std::string(100 + t * 37, 'a' + t));
+                                          std::string(6000 + t * 370, 'a' + t));
             }
         });
     }
     for (std::thread& sender : senders) {
         sender.join();
     }
-    std::vector<std::string> written = lines("kpi.log");
+    std::vector<std::string> written = lines("kpi.log.1");
+    ASSERT_FALSE(written.empty());
+    EXPECT_LE(std::filesystem::file_size(m_dir.file("kpi.log.1")), kRotateBytes);
+    for (const std::string& line : lines("kpi.log")) {
+        written.push_back(line);
+    }
     ASSERT_EQ(200u, written.size());
     for (const std::string& line : written) {
         EXPECT_EQ(JsonType::objectValue, JsonValue::Create(line).type()) << line;

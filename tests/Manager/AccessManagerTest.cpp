@@ -13,6 +13,7 @@
 #include "JsonValue.h"
 #include "Manager/AccessManager.h"
 #include "Manager/FakeNotification.h"
+#include "SecurityMode.h"
 #include "notification.h"
 #include "support/PlatformTest.h"
 
@@ -153,6 +154,70 @@ TEST_F(AccessManagerTest, ClientDeniedTwiceJoinsTheDeniedGroupWithoutRewritingTh
     ASSERT_EQ(6u, kpi.size());
     EXPECT_EQ("{svn=ipcontrol;result=Deny}", kpi[0]);
     EXPECT_EQ("{svn=ipcontrol;result=Allow}", kpi[1]);
+}
+
+// The same flows on a platform started with --security hardened.
+class HardenedAccessManagerTest : public AccessManagerTest {
+protected:
+    void SetUp() override {
+        popups().reset();
+        startPlatform("\"product.tv_year\": 23", 0, true);
+    }
+
+    std::string allow(const char* macAddr) {
+        m_manager->issueAccessToken(macAddr);
+        popups().answer(NOTIFICATION_EVENT_BUTTON_1);
+        return outcomes().back();
+    }
+};
+
+TEST_F(HardenedAccessManagerTest, EmptyOrMalformedTokensNeverMatchAndTokensAreRandomAndDistinct) {
+    // A hand-edited list with a short token, then a Deny that leaves a record with none.
+    testsupport::writeFile(authFile(), R"([{"AccessToken":"abc","MacAddr":"aa:bb:cc:dd:ee:09",)"
+                                       R"("AccessClass":0}])");
+    AccessManager& access = manager();
+    access.issueAccessToken(kMacA);
+    popups().answer(NOTIFICATION_EVENT_BUTTON_2);
+    EXPECT_FALSE(access.isRegisteredInAuthGroup(""));
+    EXPECT_FALSE(access.isRegisteredInAuthGroup("abc"));
+
+    // Two clients allowed within the same second.
+    const std::string first = allow(kMacA);
+    const std::string second = allow(kMacB);
+    for (const std::string& token : {first, second}) {
+        ASSERT_EQ(49u, token.size());
+        EXPECT_EQ(std::string::npos, token.find_first_not_of(kTokenAlphabet));
+        EXPECT_TRUE(access.isRegisteredInAuthGroup(token));
+    }
+    EXPECT_NE(first, second);
+}
+
+TEST_F(HardenedAccessManagerTest, LogLinesShowOnlyTheFirstFourCharactersOfAToken) {
+    testsupport::LogCapture log;
+    AccessManager& access = manager();
+    const std::string token = allow(kMacA);
+    access.isRegisteredInAuthGroup(token);
+    EXPECT_TRUE(log.contains("generated AToken:" + token.substr(0, 4) + "\u2026"));
+    EXPECT_TRUE(log.contains("received AccessToken:" + token.substr(0, 4) + "\u2026"));
+    EXPECT_FALSE(log.contains(token.substr(0, 5)));
+}
+
+TEST_F(HardenedAccessManagerTest, RequestAndAnswerTextsKeepOnlyFourCharactersOfEachToken) {
+    manager();
+    const std::pair<std::string, std::string> cases[] = {
+        {R"({"params":{"AccessToken":"PKAT9WYHIiAem"},"id":1})",
+         R"({"params":{"AccessToken":"PKAT…"},"id":1})"},
+        {R"({"AccessToken" : "abcdefg", "x":{"AccessToken":"hijklmn"}})",
+         R"({"AccessToken" : "abcd…", "x":{"AccessToken":"hijk…"}})"},
+        // An escape is never cut in two; a short, a missing or an unterminated value stays.
+        {R"({"AccessToken":"ab\"cdefgh"})", R"({"AccessToken":"ab…"})"},
+        {R"({"AccessToken":"abc","AccessToken":7,"AccessToken")",
+         R"({"AccessToken":"abc","AccessToken":7,"AccessToken")"},
+        {R"({"AccessToken":"abcdefgh)", R"({"AccessToken":"abcd…)"},
+    };
+    for (const auto& [text, shown] : cases) {
+        EXPECT_STREQ(shown.c_str(), SecurityMode::json(text).c_str()) << text;
+    }
 }
 
 struct EndingEvent {

@@ -137,6 +137,26 @@ TEST_F(PairingEndToEndTest, DeniedTwiceTheClientIsRefusedWithoutAsking) {
     EXPECT_TRUE(client.said("not paired")) << client.output();
 }
 
+TEST_F(PairingEndToEndTest, HardenedServiceRefusesTheEmptyTokenAfterADenyAndHidesTokensInItsLog) {
+    m_tv = std::make_unique<testsupport::RunningTv>(m_dir.path());
+    ASSERT_TRUE(m_tv->start("deny", {"--security", "hardened"})) << m_tv->output();
+    EXPECT_EQ(403, m_tv->post(kCreateToken).status);
+    // The Deny left a record without a token; the default mode lets "" through here.
+    HttpResponse empty = m_tv->post(unknownMethodWith(""));
+    EXPECT_EQ(403, empty.status) << empty.body;
+    EXPECT_EQ(kParseError, empty.body);
+    stopTv();
+
+    m_tv = std::make_unique<testsupport::RunningTv>(m_dir.path());
+    ASSERT_TRUE(m_tv->start("allow", {"--security", "hardened"})) << m_tv->output();
+    const std::string token = pair();
+    EXPECT_EQ(200, m_tv->post(unknownMethodWith(token)).status);
+    const std::string output = m_tv->output();
+    EXPECT_NE(std::string::npos, output.find("issued AccessToken:" + token.substr(0, 4) + "\u2026"))
+        << output;
+    EXPECT_EQ(std::string::npos, output.find(token.substr(0, 8))) << output;
+}
+
 // A network namespace joined to this one by a veth pair on a /30 of its own, so that a client
 // inside it reaches the daemon from a real MAC address. Both are removed at destruction.
 class VethNamespace {

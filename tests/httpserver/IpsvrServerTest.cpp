@@ -237,18 +237,32 @@ TEST_F(IpsvrServerTest, UnknownIdsAreRefusedAndAnUnansweredRequestGets504AndIsFo
     EXPECT_EQ(ipsvr_sendResponse(request->id, "{}", false), IPSVR_ERR_UNKNOWN_CLIENT);
 }
 
-TEST_F(IpsvrServerTest, ClientLeavingWhilePendingFreesItsId) {
-    HttpClient client;
-    std::optional<Request> request = postAndWait(client, "{}");
-    ASSERT_TRUE(request);
-    client.close();
-
-    EXPECT_TRUE(testsupport::pumpMainLoopUntil([&] {
+TEST_F(IpsvrServerTest, ClientsLeavingWhilePendingFreeTheirIdsWhetherOrNotOthersWait) {
+    auto known = [](unsigned int id) {
         int result = 0;
-        macOf(request->id, &result);
-        return result == IPSVR_ERR_UNKNOWN_CLIENT;
-    }));
-    EXPECT_EQ(ipsvr_sendResponse(request->id, "{}", false), IPSVR_ERR_UNKNOWN_CLIENT);
+        macOf(id, &result);
+        return result != IPSVR_ERR_UNKNOWN_CLIENT;
+    };
+    // The second request arrives while the first already keeps the hang-up checks going; the
+    // third after a quiet spell, when nothing was waiting.
+    HttpClient first;
+    HttpClient second;
+    std::optional<Request> waiting = postAndWait(first, "{}");
+    std::optional<Request> leaving = postAndWait(second, "{}");
+    ASSERT_TRUE(waiting && leaving);
+    second.close();
+    EXPECT_TRUE(testsupport::pumpMainLoopUntil([&] { return !known(leaving->id); }));
+    EXPECT_TRUE(known(waiting->id));
+    EXPECT_EQ(ipsvr_sendResponse(leaving->id, "{}", false), IPSVR_ERR_UNKNOWN_CLIENT);
+    first.close();
+    EXPECT_TRUE(testsupport::pumpMainLoopUntil([&] { return !known(waiting->id); }));
+
+    HttpClient third;
+    std::optional<Request> last = postAndWait(third, "{}");
+    ASSERT_TRUE(last);
+    third.close();
+    EXPECT_TRUE(testsupport::pumpMainLoopUntil([&] { return !known(last->id); }));
+    EXPECT_EQ(ipsvr_sendResponse(last->id, "{}", false), IPSVR_ERR_UNKNOWN_CLIENT);
 }
 
 TEST_F(IpsvrServerTest, StopAnswersPendingRequestsAndTheSamePortServesAgain) {

@@ -4,6 +4,7 @@
 #include <map>
 #include <thread>
 
+#include <glib.h>
 #include <gtest/gtest.h>
 
 #include "PlatformTestSupport.h"
@@ -151,6 +152,37 @@ TEST_F(SettingsStoreTest, HandEditsByRenameOrInPlaceFireOnlyChangedKeys) {
     writeFile(settingsPath(), settingsText(0, "Den", "fr_FR.UTF-8"));
     ASSERT_TRUE(waitForCall(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT));
     EXPECT_EQ(0, intSetting(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT));
+    EXPECT_EQ(1, m_calls[SYSTEM_SETTINGS_KEY_DEVICE_NAME]);
+}
+
+TEST_F(SettingsStoreTest, OtherFilesInTheDataFolderNeverWakeTheMainLoop) {
+    start();
+    watchAllKeys();
+    // The service appends to kpi.log and rewrites other files in the same folder all the time;
+    // only the replaced settings.ini at the end may reach the main loop.
+    std::thread writer([this] {
+        for (int i = 0; i < 200; ++i) {
+            writeFile(m_dataDir.file("kpi.log"), std::string(i, 'x') + "\n");
+            writeByRename(m_dataDir.file("vconf.json"), "{}");
+        }
+        writeByRename(settingsPath(), settingsText(1, "Den"));
+    });
+    bool timedOut = false;
+    guint guard = g_timeout_add_seconds(
+        10, [](gpointer flag) { return *static_cast<bool*>(flag) = true, G_SOURCE_REMOVE; },
+        &timedOut);
+    int iterations = 0;
+    while (m_calls[SYSTEM_SETTINGS_KEY_DEVICE_NAME] == 0 && !timedOut) {
+        g_main_context_iteration(nullptr, TRUE);
+        ++iterations;
+    }
+    writer.join();
+    if (!timedOut) {
+        g_source_remove(guard);
+    }
+    ASSERT_FALSE(timedOut);
+    EXPECT_LT(iterations, 10);
+    drainMainLoop();
     EXPECT_EQ(1, m_calls[SYSTEM_SETTINGS_KEY_DEVICE_NAME]);
 }
 

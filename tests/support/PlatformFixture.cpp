@@ -110,7 +110,7 @@ std::string makeProfile(const std::string& featureconfMembers) {
 }
 
 bool startPlatform(const TempDir& dir, const std::string& profileJson, std::string& error,
-                   unsigned short port) {
+                   unsigned short port, bool hardenedSecurity) {
     std::string profilePath = dir.file("profile.json");
     writeFile(profilePath, profileJson);
     ipc_platform::Options options;
@@ -118,6 +118,7 @@ bool startPlatform(const TempDir& dir, const std::string& profileJson, std::stri
     options.resourceDir = dir.path();
     options.profile = profilePath;
     options.port = port;
+    options.hardenedSecurity = hardenedSecurity;
     return ipc_platform::initialize(options, error);
 }
 

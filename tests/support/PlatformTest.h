@@ -16,9 +16,11 @@ protected:
 
     // Initialises the platform with a profile holding the featureconf members (see
     // makeProfile()); fails the test when that fails.
-    void startPlatform(const std::string& featureconf = "", unsigned short port = 0) {
+    void startPlatform(const std::string& featureconf = "", unsigned short port = 0,
+                       bool hardenedSecurity = false) {
         std::string error;
-        ASSERT_TRUE(testsupport::startPlatform(m_dir, makeProfile(featureconf), error, port))
+        ASSERT_TRUE(testsupport::startPlatform(m_dir, makeProfile(featureconf), error, port,
+                                               hardenedSecurity))
             << error;
     }
 
