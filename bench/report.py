@@ -80,8 +80,9 @@ cost = {level: rps(level, "read") / rps("many-" + level, "read") for level in ("
 print(f"10,000 paired clients cost per authorised read vs one: info {cost['info']:.2f}x, "
       f"silent {cost['silent']:.2f}x")
 if soak:
-    print("Soak with UPnP on (requests: RSS): " +
-          ", ".join(f"{n:,}: {kb / MIB:.1f} MiB" for n, kb in soak))
+    print(f"Soak with UPnP on: RSS {soak[0][1] / MIB:.1f} MiB after warming up, "
+          f"{soak[-1][1] / MIB:.1f} MiB after {soak[-1][0]:,} authorised reads, "
+          f"{max(kb for _, kb in soak) / MIB:.1f} MiB at the most ({len(soak)} samples)")
 
 
 def target(met, text):
