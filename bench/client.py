@@ -6,6 +6,7 @@ import http.client
 import json
 import os
 import random
+import socket
 import string
 import sys
 import time
@@ -100,6 +101,22 @@ def cmd_listens(pid, port):
     sys.exit(1)
 
 
+def cmd_free_port():
+    """Prints a port nothing listens on, below the range the kernel gives outgoing connections,
+    so that only another program probing the same way can take it before the server binds."""
+    with open("/proc/sys/net/ipv4/ip_local_port_range") as file:
+        lowest_ephemeral = int(file.read().split()[0])
+    for candidate in random.sample(range(10000, lowest_ephemeral), 100):
+        with socket.socket() as probe:
+            try:
+                probe.bind(("127.0.0.1", candidate))
+            except OSError:
+                continue
+        print(candidate)
+        return
+    raise SystemExit("no free port found")
+
+
 def cmd_authlist(path, count):
     """Puts COUNT - 1 other paired clients in front of the records of the paired-clients file
     at PATH, so that the benchmark client's record comes last."""
@@ -123,6 +140,7 @@ COMMANDS = {
     "pair-rounds": cmd_pair_rounds,
     "send": cmd_send,
     "ready": cmd_ready,
+    "free-port": cmd_free_port,
     "listens": cmd_listens,
     "authlist": cmd_authlist,
 }

@@ -37,7 +37,7 @@ build_daemon() {
 }
 
 client() { python3 bench/client.py "$@"; }
-free_port() { python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])'; }
+free_port() { client free-port; }
 rss_kb() { awk '/^VmRSS/ { print $2 }' "/proc/$1/status"; }
 
 read_body() { printf '{"jsonrpc":"2.0","method":"powerControl","id":1,"params":{"AccessToken":"%s"}}' "$1"; }
@@ -45,7 +45,7 @@ write_body() { printf '{"jsonrpc":"2.0","method":"directVolumeControl","id":1,"p
 
 # start_ipc NAME [OPTION...]: an ipcontrold with its own data directory, pairing answered by
 # the policy; sets pid[NAME] and port[NAME]. The JSON-RPC port cannot be 0, so a free port is
-# probed; the daemon counts as started only once it holds that port's listening socket itself,
+# probed (below the range of outgoing connections, which would otherwise take it); the daemon counts as started only once it holds that port's listening socket itself,
 # and another port is tried otherwise. stderr goes through a pipe that keeps the first lines and
 # reads the rest away, as a journal would: the log costs what it costs under a service manager.
 start_ipc() {
@@ -68,9 +68,9 @@ start_ipc() {
         done
         kill "$daemon" 2>/dev/null || true
         wait "$daemon" 2>/dev/null || true
-        echo "$0: $name did not listen on port $p (attempt $attempt)" >&2
+        echo "$0: $name did not listen on port $p (attempt $attempt); its last lines:" >&2
+        tail -n 5 "$work/$name.log" >&2
     done
-    cat "$work/$name.log" >&2
     exit 1
 }
 
