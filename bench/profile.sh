@@ -4,7 +4,8 @@
 # instructions per request and the top functions by inclusive and by self cost. Instruction
 # counts do not depend on the load of the machine. With --perf, when perf can sample here, also
 # a sampled profile (cpu-clock, frame-pointer call graphs) of the daemon under wrk load.
-# Usage: bench/profile.sh [--requests N] [--log-level LEVEL] [--top N] [--perf] [--no-build]
+# Usage: bench/profile.sh [--requests N] [--log-level LEVEL] [--top N] [--perf] [--keep FILE]
+#                         [--no-build]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -12,6 +13,7 @@ requests=3000
 level=info
 top=30
 perf=0
+keep=""  # a path the callgrind profile is copied to, for callgrind_annotate --tree=caller
 build=1
 while [ $# -gt 0 ]; do
     case $1 in
@@ -19,8 +21,9 @@ while [ $# -gt 0 ]; do
         --log-level) level=$2; shift ;;
         --top) top=$2; shift ;;
         --perf) perf=1 ;;
+        --keep) keep=$2; shift ;;
         --no-build) build=0 ;;
-        *) sed -n '2,7p' "$0" >&2; exit 2 ;;
+        *) sed -n '2,8p' "$0" >&2; exit 2 ;;
     esac
     shift
 done
@@ -44,6 +47,7 @@ callgrind_control --dump "${pid[callgrind]}" >/dev/null 2>&1
 stop_ipc callgrind
 # The dump taken above is the only one with requests in it; the daemon's own at exit follows.
 profile=$work/callgrind.out.1
+[ -z "$keep" ] || cp "$profile" "$keep"
 
 annotate() { callgrind_annotate --auto=no --threshold=100 "$@" "$profile" 2>/dev/null; }
 total=$(annotate | awk '/PROGRAM TOTALS/ { gsub(/,/, "", $1); print $1 }')
