@@ -1,6 +1,6 @@
 /* Baseline for the load benchmark: a bare libmicrohttpd server that suspends each POST, hands it
  * to one worker thread and resumes it with a fixed JSON answer, the way the service answers from
- * its own worker. Usage: bare_server PORT */
+ * its own worker. Usage: bare_server PORT (0 = any free port); prints the port it listens on. */
 #include <microhttpd.h>
 #include <pthread.h>
 #include <signal.h>
@@ -98,6 +98,8 @@ int main(int argc, char** argv) {
         fprintf(stderr, "bare_server: cannot listen on %s\n", argv[1]);
         return 1;
     }
+    printf("%u\n", (unsigned)MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT)->port);
+    fflush(stdout);
     int received;
     sigwait(&signals, &received);
     MHD_stop_daemon(daemon);
