@@ -365,10 +365,12 @@ void withdraw(Device& device, GUPnPContext* context) {
             ++it;
         }
     }
+    // An advertised root device says goodbye as it goes: GSSDP sends the byebye of every
+    // resource at once when the group is disposed while available. Making it unavailable first
+    // would only queue them behind its pacing timer, and the unref below drops that queue.
     for (auto it = device.roots.begin(); it != device.roots.end();) {
         if (context == nullptr ||
             gupnp_device_info_get_context(GUPNP_DEVICE_INFO(*it)) == context) {
-            gupnp_root_device_set_available(*it, FALSE);
             g_object_unref(*it);
             it = device.roots.erase(it);
         } else {
@@ -446,6 +448,16 @@ Device* findDevice(int handle) {
 void setAvailable(Device& device, bool available) {
     for (GUPnPRootDevice* root : device.roots) {
         gupnp_root_device_set_available(root, available);
+    }
+}
+
+// Ends the advertising of a device with all its byebyes sent before this returns (the daemon
+// may leave its main loop right after a stop): the root devices go, and fresh ones that are not
+// advertised take their place, so the device can be started again. Their subscribers go too.
+void withdrawAdvertising(Device& device) {
+    withdraw(device, nullptr);
+    for (GUPnPContext* context : g_state.contexts) {
+        announce(device, context);
     }
 }
 
@@ -567,7 +579,9 @@ int ucf_terminate_framework_core(void) {
 
 int ucf_suspend_framework_core(void) {
     for (auto& entry : g_state.devices) {
-        setAvailable(entry.second, false);
+        if (entry.second.started) {
+            withdrawAdvertising(entry.second);
+        }
     }
     return 0;
 }
@@ -638,7 +652,7 @@ int ucf_stop_device(int handle) {
         return -1;
     }
     device->started = false;
-    setAvailable(*device, false);
+    withdrawAdvertising(*device);
     return 0;
 }
 

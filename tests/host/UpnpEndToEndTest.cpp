@@ -6,13 +6,17 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <optional>
 #include <regex>
+#include <set>
+#include <sstream>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -39,45 +43,67 @@ std::string soapRequest(const std::string& action) {
            action + " xmlns:u=\"" + kServiceType + "\"/></s:Body></s:Envelope>";
 }
 
-// gssdp-discover watching for "available" announcements of the device type on lo.
-class SsdpWatch {
+// A member of the SSDP group on lo that reads the NOTIFYs about one device.
+class SsdpListener {
 public:
-    SsdpWatch() {
-        // The shell's pid is the tool's after exec, so the watch can end it early.
-        m_pipe = popen(
-            ("echo $$; exec gssdp-discover -i lo -m available -n 8 -t " + kDeviceType + " 2>&1")
-                .c_str(),
-            "r");
-        char line[64];
-        m_pid = m_pipe != nullptr && fgets(line, sizeof line, m_pipe) ? std::atoi(line) : 0;
+    using Headers = std::map<std::string, std::string>;  // names in lower case
+
+    SsdpListener() : m_fd(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+        const int on = 1;
+        setsockopt(m_fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        setsockopt(m_fd, SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(1900);
+        ip_mreqn group = {};
+        inet_pton(AF_INET, "239.255.255.250", &group.imr_multiaddr);
+        group.imr_address.s_addr = htonl(INADDR_LOOPBACK);
+        m_ok = bind(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+               setsockopt(m_fd, IPPROTO_IP, IP_ADD_MEMBERSHIP, &group, sizeof group) == 0;
     }
-    ~SsdpWatch() {
-        if (m_pid > 0) {
-            kill(m_pid, SIGTERM);
-        }
-        if (m_pipe != nullptr) {
-            pclose(m_pipe);
-        }
-    }
-    // The Location of the device's next "available", or "" when the watch ended first.
-    std::string nextAvailable(const std::string& uuid) {
-        char line[1024];
-        bool ours = false;
-        while (m_pipe != nullptr && fgets(line, sizeof line, m_pipe) != nullptr) {
-            std::string text = line;
-            if (text.find("USN:") != std::string::npos) {
-                ours = text.find("uuid:" + uuid + "::" + kDeviceType) != std::string::npos;
-            } else if (ours && text.find("Location:") != std::string::npos) {
-                size_t url = text.find("http");
-                return text.substr(url, text.find_first_of("\r\n", url) - url);
+    ~SsdpListener() { close(m_fd); }
+    bool ok() const { return m_ok; }
+
+    // Reads NOTIFYs with this NTS ("ssdp:alive", "ssdp:byebye") for the device until one has
+    // come for each NT in wanted, or none came for 5 s; the headers of the last one by NT.
+    std::map<std::string, Headers> collect(const std::string& nts, const std::string& uuid,
+                                           const std::set<std::string>& wanted) {
+        std::map<std::string, Headers> seen;
+        pollfd p = {m_fd, POLLIN, 0};
+        char buffer[2048];
+        while (seen.size() < wanted.size() && poll(&p, 1, 5000) == 1) {
+            const ssize_t length = recv(m_fd, buffer, sizeof buffer, 0);
+            Headers headers = parse(std::string(buffer, length > 0 ? length : 0));
+            if (headers["nts"] == nts && headers["usn"].rfind("uuid:" + uuid, 0) == 0 &&
+                wanted.count(headers["nt"]) != 0) {
+                seen[headers["nt"]] = headers;
             }
         }
-        return "";
+        return seen;
     }
 
 private:
-    FILE* m_pipe = nullptr;
-    pid_t m_pid = 0;
+    static Headers parse(const std::string& message) {
+        Headers headers;
+        std::istringstream lines(message);
+        std::string line;
+        while (std::getline(lines, line)) {
+            const size_t colon = line.find(':');
+            if (colon == std::string::npos) {
+                continue;
+            }
+            std::string name = line.substr(0, colon);
+            std::transform(name.begin(), name.end(), name.begin(), ::tolower);
+            std::string value = line.substr(colon + 1);
+            value.erase(0, value.find_first_not_of(' '));
+            value.erase(value.find_last_not_of("\r ") + 1);
+            headers[name] = value;
+        }
+        return headers;
+    }
+
+    int m_fd;
+    bool m_ok = false;
 };
 
 // A listening port on 127.0.0.1 for event callbacks; each request is answered with 200.
@@ -152,6 +178,10 @@ protected:
         return request("SUBSCRIBE", kEventPath, headers + "TIMEOUT: Second-300\r\n");
     }
     std::string description() { return request("GET", "/" + m_uuid + ".xml").body; }
+    // The NTs the device is announced under.
+    std::set<std::string> resources() const {
+        return {"upnp:rootdevice", "uuid:" + m_uuid, kDeviceType, kServiceType};
+    }
 
     // Renames the TV and waits until the served description names the new name.
     void rename(const std::string& name) {
@@ -170,18 +200,41 @@ protected:
 };
 
 TEST_F(UpnpEndToEndTest, DiscoveredOnLoopbackAndAnnouncedAgainAfterARename) {
-    if (std::system("command -v gssdp-discover >/dev/null 2>&1") != 0) {
-        GTEST_SKIP() << "gssdp-discover (package gupnp-tools) is not installed";
-    }
     if (!testsupport::loopbackMulticastWorks()) {
         GTEST_SKIP() << "multicast on the loopback interface does not work on this machine";
     }
+    SsdpListener ssdp;
+    ASSERT_TRUE(ssdp.ok());
     start();
-    SsdpWatch watch;
     std::string location = "http://127.0.0.1:" + std::to_string(m_port) + "/" + m_uuid + ".xml";
-    ASSERT_EQ(location, watch.nextAvailable(m_uuid)) << m_tv.output();
+    auto alive = ssdp.collect("ssdp:alive", m_uuid, resources());
+    ASSERT_EQ(resources().size(), alive.size()) << m_tv.output();
+    EXPECT_EQ(location, alive[kDeviceType]["location"]);
     rename("Kitchen");
-    EXPECT_EQ(location, watch.nextAvailable(m_uuid)) << "no announcement after the rename";
+    EXPECT_EQ(1u, ssdp.collect("ssdp:byebye", m_uuid, {kDeviceType}).size());
+    alive = ssdp.collect("ssdp:alive", m_uuid, {kDeviceType});
+    EXPECT_EQ(location, alive[kDeviceType]["location"]) << "no announcement after the rename";
+}
+
+// Control points forget the TV at once instead of after the announcement's max-age.
+TEST_F(UpnpEndToEndTest, EveryStopSaysGoodbyeForEachResource) {
+    if (!testsupport::loopbackMulticastWorks()) {
+        GTEST_SKIP() << "multicast on the loopback interface does not work on this machine";
+    }
+    SsdpListener ssdp;
+    ASSERT_TRUE(ssdp.ok());
+    start();
+    ASSERT_EQ(resources().size(), ssdp.collect("ssdp:alive", m_uuid, resources()).size());
+    ASSERT_EQ(200, m_tv.admin("PUT", "/api/settings/ipRemoteSupport", "0").status);
+    EXPECT_EQ(resources().size(), ssdp.collect("ssdp:byebye", m_uuid, resources()).size())
+        << "IP remote support switched off";
+
+    ASSERT_EQ(200, m_tv.admin("PUT", "/api/settings/ipRemoteSupport", "1").status);
+    ASSERT_EQ(resources().size(), ssdp.collect("ssdp:alive", m_uuid, resources()).size());
+    EXPECT_EQ(0, m_tv.stop());
+    EXPECT_EQ(resources().size(), ssdp.collect("ssdp:byebye", m_uuid, resources()).size())
+        << "SIGTERM\n"
+        << m_tv.output();
 }
 
 TEST_F(UpnpEndToEndTest, ServesItsDescriptionAndIcons) {
