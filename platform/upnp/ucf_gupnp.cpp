@@ -63,6 +63,7 @@ struct State {
     // subscriber's first NOTIFY itself and asks for them.
     std::map<std::string, std::map<std::string, std::string>> eventValues;
     const std::string* pendingSubscription = nullptr;  // service key while a subscriber is told
+    std::string product = "ipcontrol-platform/" IPC_VERSION;  // as the device names itself
 };
 State g_state;
 const size_t kMaxActionNames = 256;
@@ -315,6 +316,32 @@ void onRequestRead(SoupServer*, SoupServerMessage* message, gpointer) {
     }
 }
 
+// The Server header of SSDP and HTTP: the platform and the product, never the build machine's
+// kernel release (GUPnP's default).
+std::string serverId() {
+    return "Linux/" IPC_VERSION " UPnP/1.0 " + g_state.product;
+}
+
+bool isServicePath(const std::string& path) {
+    for (const auto& entry : g_state.devices) {
+        for (const HostedService& hosted : entry.second.services) {
+            if (hosted.controlPath == path || hosted.eventPath == path) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// GUPnP names the server on control and event answers itself, from the context's server id;
+// the description, SCPD and icons it serves go out without one.
+void onRequestReadNameServer(SoupServer*, SoupServerMessage* message, gpointer) {
+    if (!isServicePath(g_uri_get_path(soup_server_message_get_uri(message)))) {
+        soup_message_headers_replace(soup_server_message_get_response_headers(message), "Server",
+                                     serverId().c_str());
+    }
+}
+
 // Writes the properties of a property set into the value cache of a service.
 bool rememberValues(const std::string& serviceKeyText, const char* body) {
     ucf::NamedTexts properties;
@@ -381,7 +408,9 @@ void withdraw(Device& device, GUPnPContext* context) {
 
 void addContext(GUPnPContext* context) {
     g_state.contexts.push_back(GUPNP_CONTEXT(g_object_ref(context)));
+    gssdp_client_set_server_id(GSSDP_CLIENT(context), serverId().c_str());
     SoupServer* server = gupnp_context_get_server(context);
+    g_signal_connect(server, "request-read", G_CALLBACK(onRequestReadNameServer), nullptr);
     g_signal_connect(server, "request-started", G_CALLBACK(onRequestStarted), nullptr);
     g_signal_connect(server, "request-read", G_CALLBACK(onRequestRead), nullptr);
     g_signal_connect(server, "request-finished", G_CALLBACK(onRequestFinished), nullptr);
@@ -396,6 +425,8 @@ void removeContext(GUPnPContext* context) {
                                          nullptr);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestRead),
                                          nullptr);
+    g_signal_handlers_disconnect_by_func(
+        server, reinterpret_cast<gpointer>(onRequestReadNameServer), nullptr);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestFinished),
                                          nullptr);
     g_object_unref(context);
@@ -634,6 +665,17 @@ int ucf_unset_acl_listener_cb(int handle) {
 }
 int ucf_set_acl_mode(int handle, int) {
     return findDevice(handle) != nullptr ? 0 : -1;
+}
+
+int ucf_set_user_agent(int handle, const char* user_agent) {
+    if (findDevice(handle) == nullptr || user_agent == nullptr || *user_agent == '\0') {
+        return -1;
+    }
+    g_state.product = user_agent;
+    for (GUPnPContext* context : g_state.contexts) {
+        gssdp_client_set_server_id(GSSDP_CLIENT(context), serverId().c_str());
+    }
+    return 0;
 }
 
 int ucf_start_device(int handle) {

@@ -37,6 +37,9 @@ const std::string kServiceType = "urn:orvane-com:service:IPControlService:1";
 const std::string kControlPath = "/upnp/control/IPControlService1";
 const std::string kEventPath = "/upnp/event/IPControlService1";
 
+// What the TV names itself with on SSDP and HTTP: its product, not the machine's kernel release.
+const char* const kServerString = "Linux/[0-9.]+ UPnP/1\\.0 Orvane User-Agent DLNADOC/1\\.50";
+
 std::string soapRequest(const std::string& action) {
     return "<?xml version=\"1.0\"?><s:Envelope "
            "xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\"><s:Body><u:" +
@@ -210,6 +213,7 @@ TEST_F(UpnpEndToEndTest, DiscoveredOnLoopbackAndAnnouncedAgainAfterARename) {
     auto alive = ssdp.collect("ssdp:alive", m_uuid, resources());
     ASSERT_EQ(resources().size(), alive.size()) << m_tv.output();
     EXPECT_EQ(location, alive[kDeviceType]["location"]);
+    EXPECT_THAT(alive[kDeviceType]["server"], testing::MatchesRegex(kServerString));
     rename("Kitchen");
     EXPECT_EQ(1u, ssdp.collect("ssdp:byebye", m_uuid, {kDeviceType}).size());
     alive = ssdp.collect("ssdp:alive", m_uuid, {kDeviceType});
@@ -239,7 +243,9 @@ TEST_F(UpnpEndToEndTest, EveryStopSaysGoodbyeForEachResource) {
 
 TEST_F(UpnpEndToEndTest, ServesItsDescriptionAndIcons) {
     start();
-    std::string text = description();
+    HttpResponse served = request("GET", "/" + m_uuid + ".xml");
+    EXPECT_THAT(served.header("server"), testing::MatchesRegex(kServerString));
+    std::string text = served.body;
     EXPECT_THAT(text, HasSubstr("<deviceType>" + kDeviceType + "</deviceType>"));
     EXPECT_THAT(text, HasSubstr("<friendlyName>[TV] Living Room</friendlyName>"));
     EXPECT_THAT(text, HasSubstr("<UDN>uuid:" + m_uuid + "</UDN>"));
@@ -257,6 +263,7 @@ TEST_F(UpnpEndToEndTest, ControlRequestsGetFaultsAndSizeLimit) {
     EXPECT_EQ(500, unknown.status);
     EXPECT_THAT(unknown.body, HasSubstr("<errorCode>401</errorCode>"));
     EXPECT_THAT(unknown.body, HasSubstr("<errorDescription>Invalid Action</errorDescription>"));
+    EXPECT_THAT(unknown.header("server"), testing::MatchesRegex(kServerString));
 
     HttpResponse otherService = control("urn:x:service:Other:1#Foo", soapRequest("Foo"));
     EXPECT_EQ(500, otherService.status);
