@@ -57,6 +57,7 @@ struct State {
     std::vector<GUPnPContext*> contexts;  // owned
     std::map<int, Device> devices;
     int nextHandle = 1;
+    bool suspended = false;  // no device is advertised while the core is suspended
     std::map<std::string, ActionHandler> actions;        // key: udn + "|" + service type
     std::map<std::string, SubscribeHandler> subscribes;  // same key
     // The last value sent of each evented variable, by service key: GUPnP builds a new
@@ -354,6 +355,10 @@ bool rememberValues(const std::string& serviceKeyText, const char* body) {
     return true;
 }
 
+bool advertised(const Device& device) {
+    return device.started && !g_state.suspended;
+}
+
 void announce(Device& device, GUPnPContext* context) {
     GError* error = nullptr;
     gchar* folder = g_path_get_dirname(device.descriptionPath.c_str());
@@ -378,7 +383,7 @@ void announce(Device& device, GUPnPContext* context) {
         g_free(eventUrl);
     }
     g_list_free(services);
-    gupnp_root_device_set_available(root, device.started);
+    gupnp_root_device_set_available(root, advertised(device));
     device.roots.push_back(root);
 }
 
@@ -609,6 +614,7 @@ int ucf_terminate_framework_core(void) {
 }
 
 int ucf_suspend_framework_core(void) {
+    g_state.suspended = true;
     for (auto& entry : g_state.devices) {
         if (entry.second.started) {
             withdrawAdvertising(entry.second);
@@ -618,6 +624,7 @@ int ucf_suspend_framework_core(void) {
 }
 
 int ucf_resume_framework_core(void) {
+    g_state.suspended = false;
     for (auto& entry : g_state.devices) {
         setAvailable(entry.second, entry.second.started);
     }
@@ -684,7 +691,7 @@ int ucf_start_device(int handle) {
         return -1;
     }
     device->started = true;
-    setAvailable(*device, true);
+    setAvailable(*device, advertised(*device));
     return 0;
 }
 
@@ -704,10 +711,11 @@ int ucf_set_friendly_name(int handle, const char*, const char*) {
         return -1;
     }
     // The description is served from its file, which the caller has rewritten; byebye then
-    // alive through the same resource groups keeps the services and their subscribers.
-    if (device->started) {
-        for (GUPnPRootDevice* root : device->roots) {
-            GSSDPResourceGroup* group = gupnp_root_device_get_ssdp_resource_group(root);
+    // alive through the same resource groups keeps the services and their subscribers. Only
+    // what is advertised is announced again: a stopped or suspended device stays quiet.
+    for (GUPnPRootDevice* root : device->roots) {
+        GSSDPResourceGroup* group = gupnp_root_device_get_ssdp_resource_group(root);
+        if (gssdp_resource_group_get_available(group)) {
             gssdp_resource_group_set_available(group, FALSE);
             gssdp_resource_group_set_available(group, TRUE);
         }

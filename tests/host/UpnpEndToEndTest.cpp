@@ -1,22 +1,10 @@
 // ipcontrold announcing the TV as a UPnP root device on the loopback interface: discovery, the
 // description and icons it serves, control faults, event subscriptions and a rename.
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <chrono>
-#include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <map>
 #include <optional>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -24,11 +12,14 @@
 
 #include "support/PlatformFixture.h"
 #include "support/RunningTv.h"
+#include "support/UpnpPeers.h"
 
 using testing::HasSubstr;
 using testing::Not;
+using testsupport::CallbackListener;
 using testsupport::HttpClient;
 using testsupport::HttpResponse;
+using testsupport::SsdpListener;
 
 namespace {
 
@@ -46,104 +37,6 @@ std::string soapRequest(const std::string& action) {
            action + " xmlns:u=\"" + kServiceType + "\"/></s:Body></s:Envelope>";
 }
 
-// A member of the SSDP group on lo that reads the NOTIFYs about one device.
-class SsdpListener {
-public:
-    using Headers = std::map<std::string, std::string>;  // names in lower case
-
-    SsdpListener() : m_fd(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        const int on = 1;
-        setsockopt(m_fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        setsockopt(m_fd, SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(1900);
-        ip_mreqn group = {};
-        inet_pton(AF_INET, "239.255.255.250", &group.imr_multiaddr);
-        group.imr_address.s_addr = htonl(INADDR_LOOPBACK);
-        m_ok = bind(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-               setsockopt(m_fd, IPPROTO_IP, IP_ADD_MEMBERSHIP, &group, sizeof group) == 0;
-    }
-    ~SsdpListener() { close(m_fd); }
-    bool ok() const { return m_ok; }
-
-    // Reads NOTIFYs with this NTS ("ssdp:alive", "ssdp:byebye") for the device until one has
-    // come for each NT in wanted, or none came for 5 s; the headers of the last one by NT.
-    std::map<std::string, Headers> collect(const std::string& nts, const std::string& uuid,
-                                           const std::set<std::string>& wanted) {
-        std::map<std::string, Headers> seen;
-        pollfd p = {m_fd, POLLIN, 0};
-        char buffer[2048];
-        while (seen.size() < wanted.size() && poll(&p, 1, 5000) == 1) {
-            const ssize_t length = recv(m_fd, buffer, sizeof buffer, 0);
-            Headers headers = parse(std::string(buffer, length > 0 ? length : 0));
-            if (headers["nts"] == nts && headers["usn"].rfind("uuid:" + uuid, 0) == 0 &&
-                wanted.count(headers["nt"]) != 0) {
-                seen[headers["nt"]] = headers;
-            }
-        }
-        return seen;
-    }
-
-private:
-    static Headers parse(const std::string& message) {
-        Headers headers;
-        std::istringstream lines(message);
-        std::string line;
-        while (std::getline(lines, line)) {
-            const size_t colon = line.find(':');
-            if (colon == std::string::npos) {
-                continue;
-            }
-            std::string name = line.substr(0, colon);
-            std::transform(name.begin(), name.end(), name.begin(), ::tolower);
-            std::string value = line.substr(colon + 1);
-            value.erase(0, value.find_first_not_of(' '));
-            value.erase(value.find_last_not_of("\r ") + 1);
-            headers[name] = value;
-        }
-        return headers;
-    }
-
-    int m_fd;
-    bool m_ok = false;
-};
-
-// A listening port on 127.0.0.1 for event callbacks; each request is answered with 200.
-class CallbackListener {
-public:
-    CallbackListener() : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (bind(m_fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-            listen(m_fd, 4) == 0 &&
-            getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-            m_port = ntohs(address.sin_port);
-        }
-    }
-    ~CallbackListener() { close(m_fd); }
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(m_port) + "/cb"; }
-
-    // The next request's headers and body, or nothing when none came in time.
-    std::optional<HttpResponse> receive(int timeoutMs = 5000) {
-        pollfd p = {m_fd, POLLIN, 0};
-        if (poll(&p, 1, timeoutMs) != 1) {
-            return std::nullopt;
-        }
-        HttpClient connection;
-        connection.adopt(accept4(m_fd, nullptr, nullptr, SOCK_CLOEXEC));
-        std::optional<HttpResponse> request = connection.read();
-        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
-        return request;
-    }
-
-private:
-    int m_fd;
-    unsigned short m_port = 0;
-};
-
 class UpnpEndToEndTest : public ::testing::Test {
 protected:
     // UPnP on lo only, its server on a port chosen here so that no case needs discovery.
@@ -155,7 +48,8 @@ protected:
         std::smatch match;
         std::string file =
             testsupport::readFile(m_dir.file("ip_control_web_root/DeviceDescription.xml"));
-        ASSERT_TRUE(std::regex_search(file, match, std::regex("<UDN>uuid:([^<]+)</UDN>"))) << file;
+        ASSERT_TRUE(std::regex_search(file, match, std::regex("<UDN>uuid:([^<]+)</UDN>")))
+            << m_tv.output();
         m_uuid = match[1];
     }
 
