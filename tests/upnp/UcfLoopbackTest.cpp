@@ -189,6 +189,39 @@ protected:
     std::vector<std::string> m_sids;
 };
 
+TEST_F(UcfLoopbackTest, EverySubscribersFirstEventIsTheOneTheFrameworkGives) {
+    testsupport::CallbackListener callback;
+    setFirstState("one");
+    // GUPnP reads the service description over HTTP after the start; until then a first NOTIFY
+    // has no variable to carry. A subscriber that gets "one" shows it has been read.
+    std::optional<HttpResponse> first;
+    for (int i = 0; i < 20 && (first = subscribeForFirstEvent(callback)) &&
+                    first->body.find("<State>one</State>") == std::string::npos;
+         ++i) {
+    }
+    ASSERT_TRUE(first);
+    ASSERT_THAT(first->body, HasSubstr("<State>one</State>"));
+
+    // A later event changes the variable, not what a new subscriber is told first.
+    m_loop.run([this] {
+        ucf_send_multicast_event(m_device.handle, m_device.udn, kServiceType.c_str(),
+                                 propertySet("two").c_str());
+    });
+    setFirstState("");
+    first = subscribeForFirstEvent(callback);
+    ASSERT_TRUE(first);
+    EXPECT_THAT(first->body, HasSubstr("propertyset"));
+    EXPECT_THAT(first->body, Not(HasSubstr("State")));
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        EXPECT_EQ(first->header("sid"), m_sids.back());
+    }
+    setFirstState("three");
+    first = subscribeForFirstEvent(callback);
+    ASSERT_TRUE(first);
+    EXPECT_THAT(first->body, HasSubstr("<State>three</State>"));
+}
+
 TEST_F(UcfLoopbackTest, ARenameWhileSuspendedStaysQuiet) {
     if (!testsupport::loopbackMulticastWorks()) {
         GTEST_SKIP() << "multicast on the loopback interface does not work on this machine";
