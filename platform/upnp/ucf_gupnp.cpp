@@ -346,7 +346,19 @@ void onGotHeaders(SoupServerMessage* message, gpointer) {
     }
 }
 
+// libsoup ends the connection after answering an HTTP/1.1 request that asks for it, without
+// saying so; a client that keeps connections alive learns it from the answer, errors included.
+void onGotHeadersSayClose(SoupServerMessage* message, gpointer) {
+    if (soup_server_message_get_http_version(message) == SOUP_HTTP_1_1 &&
+        soup_message_headers_header_contains(soup_server_message_get_request_headers(message),
+                                             "Connection", "close")) {
+        soup_message_headers_replace(soup_server_message_get_response_headers(message),
+                                     "Connection", "close");
+    }
+}
+
 void onRequestStarted(SoupServer*, SoupServerMessage* message, gpointer) {
+    g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeadersSayClose), nullptr);
     g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeaders), nullptr);
 }
 

@@ -53,23 +53,35 @@ protected:
         m_uuid = match[1];
     }
 
-    HttpResponse request(const std::string& method, const std::string& path,
-                         const std::string& headers = "", const std::string& body = "") {
+    std::string requestText(const std::string& method, const std::string& path,
+                            const std::string& headers = "", const std::string& body = "") const {
+        return method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(m_port) +
+               "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
+               body;
+    }
+    std::string controlText(const std::string& soapAction, const std::string& body,
+                            const std::string& headers = "") const {
+        return requestText("POST", kControlPath,
+                           "Content-Type: text/xml; charset=\"utf-8\"\r\nSOAPACTION: \"" +
+                               soapAction + "\"\r\n" + headers,
+                           body);
+    }
+    // One request on a connection of its own.
+    HttpResponse send(const std::string& text) {
         HttpClient client;
         if (!client.connect(m_port)) {
             return HttpResponse();
         }
         // A refusal may come before the whole body is sent; the answer still counts.
-        client.send(method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(m_port) +
-                    "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) +
-                    "\r\n\r\n" + body);
+        client.send(text);
         return client.read().value_or(HttpResponse());
     }
+    HttpResponse request(const std::string& method, const std::string& path,
+                         const std::string& headers = "", const std::string& body = "") {
+        return send(requestText(method, path, headers, body));
+    }
     HttpResponse control(const std::string& soapAction, const std::string& body) {
-        return request(
-            "POST", kControlPath,
-            "Content-Type: text/xml; charset=\"utf-8\"\r\nSOAPACTION: \"" + soapAction + "\"\r\n",
-            body);
+        return send(controlText(soapAction, body));
     }
     HttpResponse subscribe(const std::string& headers) {
         return request("SUBSCRIBE", kEventPath, headers + "TIMEOUT: Second-300\r\n");
@@ -169,6 +181,19 @@ TEST_F(UpnpEndToEndTest, ControlRequestsGetFaultsAndSizeLimit) {
     EXPECT_NE(413, control(kServiceType + "#Foo", std::string(64 * 1024, 'x')).status);
     EXPECT_EQ(413, control(kServiceType + "#Foo", std::string(64 * 1024 + 1, 'x')).status);
     EXPECT_EQ(500, control(kServiceType + "#Foo", soapRequest("Foo")).status);
+
+    // A fault leaves a kept-alive connection usable; an answer that ends it says so.
+    HttpClient client;
+    ASSERT_TRUE(client.connect(m_port));
+    client.send(controlText(kServiceType + "#Foo", soapRequest("Foo")));
+    EXPECT_EQ(500, client.read().value_or(HttpResponse()).status);
+    client.send(requestText("GET", "/" + m_uuid + ".xml"));
+    EXPECT_EQ(200, client.read().value_or(HttpResponse()).status);
+    client.send(controlText(kServiceType + "#Foo", soapRequest("Foo"), "Connection: close\r\n"));
+    HttpResponse last = client.read().value_or(HttpResponse());
+    EXPECT_EQ(500, last.status);
+    EXPECT_EQ("close", last.header("connection"));
+    EXPECT_TRUE(client.waitClosed());
 }
 
 TEST_F(UpnpEndToEndTest, SubscribersGetEventsAndKeepThemAcrossARename) {
