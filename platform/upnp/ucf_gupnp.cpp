@@ -547,19 +547,17 @@ Device* findDevice(int handle) {
     return it == g_state.devices.end() ? nullptr : &it->second;
 }
 
-void setAvailable(Device& device, bool available) {
-    for (GUPnPRootDevice* root : device.roots) {
-        gupnp_root_device_set_available(root, available);
+// Advertising ends with the root devices themselves, so that every byebye is sent before the
+// stop returns (the daemon may leave its main loop right after); their subscribers go with them.
+// Advertising again makes new ones.
+void advertise(Device& device) {
+    if (device.roots.empty()) {
+        for (GUPnPContext* context : g_state.contexts) {
+            announce(device, context);
+        }
     }
-}
-
-// Ends the advertising of a device with all its byebyes sent before this returns (the daemon
-// may leave its main loop right after a stop): the root devices go, and fresh ones that are not
-// advertised take their place, so the device can be started again. Their subscribers go too.
-void withdrawAdvertising(Device& device) {
-    withdraw(device, nullptr);
-    for (GUPnPContext* context : g_state.contexts) {
-        announce(device, context);
+    for (GUPnPRootDevice* root : device.roots) {
+        gupnp_root_device_set_available(root, advertised(device));
     }
 }
 
@@ -683,7 +681,7 @@ int ucf_suspend_framework_core(void) {
     g_state.suspended = true;
     for (auto& entry : g_state.devices) {
         if (entry.second.started) {
-            withdrawAdvertising(entry.second);
+            withdraw(entry.second, nullptr);
         }
     }
     return 0;
@@ -692,7 +690,7 @@ int ucf_suspend_framework_core(void) {
 int ucf_resume_framework_core(void) {
     g_state.suspended = false;
     for (auto& entry : g_state.devices) {
-        setAvailable(entry.second, entry.second.started);
+        advertise(entry.second);
     }
     return 0;
 }
@@ -755,7 +753,7 @@ int ucf_start_device(int handle) {
         return -1;
     }
     device->started = true;
-    setAvailable(*device, advertised(*device));
+    advertise(*device);
     return 0;
 }
 
@@ -765,7 +763,7 @@ int ucf_stop_device(int handle) {
         return -1;
     }
     device->started = false;
-    withdrawAdvertising(*device);
+    withdraw(*device, nullptr);
     return 0;
 }
 

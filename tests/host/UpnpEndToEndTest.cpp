@@ -145,6 +145,7 @@ TEST_F(UpnpEndToEndTest, EveryStopSaysGoodbyeForEachResource) {
     EXPECT_EQ(resources().size(), ssdp.collect("ssdp:byebye", m_uuid, resources()).size())
         << "SIGTERM\n"
         << m_tv.output();
+    EXPECT_THAT(m_tv.output(), Not(HasSubstr(" W gupnp-service")));
 }
 
 TEST_F(UpnpEndToEndTest, ServesItsDescriptionAndIcons) {
