@@ -66,6 +66,9 @@ int ucf_unregister_device(int handle);
 int ucf_set_acl_listener_cb(int handle, ucf_acl_listener_cb callback, void* user_data);
 int ucf_unset_acl_listener_cb(int handle);
 int ucf_set_acl_mode(int handle, int mode);
+/* The product the device names itself with: SSDP messages and HTTP answers carry the server
+ * string "<OS>/<version> UPnP/1.0 " followed by it. */
+int ucf_set_user_agent(int handle, const char* user_agent);
 int ucf_start_device(int handle);
 int ucf_stop_device(int handle);
 /* Re-announces the device; folder is where its description document lives. */

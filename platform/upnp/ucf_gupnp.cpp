@@ -50,6 +50,14 @@ struct Device {
     std::vector<HostedService> services;
 };
 
+// A SUBSCRIBE that opens a subscription, while GUPnP answers it: the framework's first event for
+// the new subscriber, asked for once. Kept on the message.
+struct NewSubscriber {
+    bool told = false;
+    ucf::NamedTexts properties;
+};
+constexpr char kNewSubscriber[] = "ucf-new-subscriber";
+
 // All state lives on the main loop; nothing here is touched from another thread.
 struct State {
     unsigned port = 0;
@@ -57,12 +65,13 @@ struct State {
     std::vector<GUPnPContext*> contexts;  // owned
     std::map<int, Device> devices;
     int nextHandle = 1;
+    bool suspended = false;  // no device is advertised while the core is suspended
     std::map<std::string, ActionHandler> actions;        // key: udn + "|" + service type
     std::map<std::string, SubscribeHandler> subscribes;  // same key
-    // The last value sent of each evented variable, by service key: GUPnP builds a new
-    // subscriber's first NOTIFY itself and asks for them.
-    std::map<std::string, std::map<std::string, std::string>> eventValues;
-    const std::string* pendingSubscription = nullptr;  // service key while a subscriber is told
+    // The SUBSCRIBE whose handler runs (GUPnP builds the first NOTIFY inside it); a weak pointer.
+    SoupServerMessage* subscribing = nullptr;
+    NewSubscriber* telling = nullptr;  // filled by ucf_send_initial_event during the callback
+    std::string product = "ipcontrol-platform/" IPC_VERSION;  // as the device names itself
 };
 State g_state;
 const size_t kMaxActionNames = 256;
@@ -189,33 +198,75 @@ std::string urlPath(const char* url) {
     return path;
 }
 
-// A new subscription has been answered: the framework is told, with GUPnP's subscription id.
-void onRequestFinished(SoupServer*, SoupServerMessage* message, gpointer) {
-    SoupMessageHeaders* request = soup_server_message_get_request_headers(message);
-    SoupMessageHeaders* response = soup_server_message_get_response_headers(message);
-    const char* sid = soup_message_headers_get_one(response, "SID");
-    if (std::strcmp(soup_server_message_get_method(message), "SUBSCRIBE") != 0 ||
-        soup_message_headers_get_one(request, "SID") != nullptr || sid == nullptr ||
-        soup_server_message_get_status(message) != SOUP_STATUS_OK) {
-        return;
-    }
-    const std::string path = g_uri_get_path(soup_server_message_get_uri(message));
+HostedService* serviceByEventPath(const std::string& path) {
     for (auto& entry : g_state.devices) {
         for (HostedService& hosted : entry.second.services) {
-            if (hosted.eventPath != path) {
-                continue;
+            if (hosted.eventPath == path) {
+                return &hosted;
             }
-            const std::string serviceKeyText = serviceKey(hosted.service);
-            auto handler = g_state.subscribes.find(serviceKeyText);
-            if (handler != g_state.subscribes.end()) {
-                g_state.pendingSubscription = &serviceKeyText;
-                handler->second.callback(
-                    gupnp_service_info_get_service_type(GUPNP_SERVICE_INFO(hosted.service)), sid,
-                    handler->second.userData);
-                g_state.pendingSubscription = nullptr;
-            }
-            return;
         }
+    }
+    return nullptr;
+}
+
+void setSubscribing(SoupServerMessage* message) {
+    auto** slot = reinterpret_cast<gpointer*>(&g_state.subscribing);
+    if (g_state.subscribing != nullptr) {
+        g_object_remove_weak_pointer(G_OBJECT(g_state.subscribing), slot);
+    }
+    g_state.subscribing = message;
+    if (message != nullptr) {
+        g_object_add_weak_pointer(G_OBJECT(message), slot);
+    }
+}
+
+// A SUBSCRIBE without SID opens a subscription; GUPnP's handler, which runs right after this,
+// answers it and sends the first NOTIFY.
+void noteNewSubscriber(SoupServerMessage* message) {
+    if (std::strcmp(soup_server_message_get_method(message), "SUBSCRIBE") != 0 ||
+        soup_message_headers_get_one(soup_server_message_get_request_headers(message), "SID") !=
+            nullptr ||
+        serviceByEventPath(g_uri_get_path(soup_server_message_get_uri(message))) == nullptr) {
+        return;
+    }
+    g_object_set_data_full(G_OBJECT(message), kNewSubscriber, new NewSubscriber,
+                           [](gpointer data) { delete static_cast<NewSubscriber*>(data); });
+    setSubscribing(message);
+}
+
+// The framework is told of the new subscriber once its SID is set, and gives the body of its
+// first event through ucf_send_initial_event. Null when the message opens no subscription.
+NewSubscriber* tellFramework(SoupServerMessage* message) {
+    auto* subscriber =
+        static_cast<NewSubscriber*>(g_object_get_data(G_OBJECT(message), kNewSubscriber));
+    const char* sid =
+        soup_message_headers_get_one(soup_server_message_get_response_headers(message), "SID");
+    if (subscriber == nullptr || subscriber->told || sid == nullptr) {
+        return subscriber;
+    }
+    subscriber->told = true;
+    HostedService* hosted =
+        serviceByEventPath(g_uri_get_path(soup_server_message_get_uri(message)));
+    auto handler = hosted != nullptr ? g_state.subscribes.find(serviceKey(hosted->service))
+                                     : g_state.subscribes.end();
+    if (handler != g_state.subscribes.end()) {
+        g_state.telling = subscriber;
+        handler->second.callback(
+            gupnp_service_info_get_service_type(GUPNP_SERVICE_INFO(hosted->service)), sid,
+            handler->second.userData);
+        g_state.telling = nullptr;
+    }
+    return subscriber;
+}
+
+// The subscription is answered. A service whose description lists no evented variable got its
+// first NOTIFY without GUPnP asking for any: the framework is told now.
+void onRequestFinished(SoupServer*, SoupServerMessage* message, gpointer) {
+    if (message == g_state.subscribing) {
+        setSubscribing(nullptr);
+    }
+    if (soup_server_message_get_status(message) == SOUP_STATUS_OK) {
+        tellFramework(message);
     }
 }
 
@@ -261,14 +312,25 @@ void onActionInvoked(GUPnPService* service, GUPnPServiceAction* action, gpointer
     g_object_unref(message);
 }
 
-// GUPnP asks for each evented variable when it builds a new subscriber's first NOTIFY.
+// GUPnP asks for each evented variable of the description when it builds a new subscriber's
+// first NOTIFY; it carries exactly the properties of the framework's first event. A variable left
+// without a value is left out of it.
 void onQueryVariable(GUPnPService* service, const char* variable, GValue* value, gpointer) {
-    g_value_init(value, G_TYPE_STRING);
-    auto values = g_state.eventValues.find(serviceKey(service));
-    if (values != g_state.eventValues.end()) {
-        auto found = values->second.find(variable);
-        if (found != values->second.end()) {
-            g_value_set_string(value, found->second.c_str());
+    SoupServerMessage* message = g_state.subscribing;
+    HostedService* hosted =
+        message != nullptr
+            ? serviceByEventPath(g_uri_get_path(soup_server_message_get_uri(message)))
+            : nullptr;
+    NewSubscriber* subscriber =
+        hosted != nullptr && hosted->service == service ? tellFramework(message) : nullptr;
+    if (subscriber == nullptr) {
+        return;
+    }
+    for (const auto& property : subscriber->properties) {
+        if (property.first == variable) {
+            g_value_init(value, G_TYPE_STRING);
+            g_value_set_string(value, property.second.c_str());
+            return;
         }
     }
 }
@@ -284,7 +346,19 @@ void onGotHeaders(SoupServerMessage* message, gpointer) {
     }
 }
 
+// libsoup ends the connection after answering an HTTP/1.1 request that asks for it, without
+// saying so; a client that keeps connections alive learns it from the answer, errors included.
+void onGotHeadersSayClose(SoupServerMessage* message, gpointer) {
+    if (soup_server_message_get_http_version(message) == SOUP_HTTP_1_1 &&
+        soup_message_headers_header_contains(soup_server_message_get_request_headers(message),
+                                             "Connection", "close")) {
+        soup_message_headers_replace(soup_server_message_get_response_headers(message),
+                                     "Connection", "close");
+    }
+}
+
 void onRequestStarted(SoupServer*, SoupServerMessage* message, gpointer) {
+    g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeadersSayClose), nullptr);
     g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeaders), nullptr);
 }
 
@@ -315,16 +389,40 @@ void onRequestRead(SoupServer*, SoupServerMessage* message, gpointer) {
     }
 }
 
-// Writes the properties of a property set into the value cache of a service.
-bool rememberValues(const std::string& serviceKeyText, const char* body) {
-    ucf::NamedTexts properties;
-    if (body == nullptr || !ucf::parsePropertySet(body, properties)) {
-        return false;
+// The Server header of SSDP and HTTP: the platform and the product, never the build machine's
+// kernel release (GUPnP's default).
+std::string serverId() {
+    return "Linux/" IPC_VERSION " UPnP/1.0 " + g_state.product;
+}
+
+bool isServicePath(const std::string& path) {
+    for (const auto& entry : g_state.devices) {
+        for (const HostedService& hosted : entry.second.services) {
+            if (hosted.controlPath == path || hosted.eventPath == path) {
+                return true;
+            }
+        }
     }
-    for (const auto& property : properties) {
-        g_state.eventValues[serviceKeyText][property.first] = property.second;
+    return false;
+}
+
+// GUPnP names the server on control and event answers itself, from the context's server id;
+// the description, SCPD and icons it serves go out without one.
+void nameServer(SoupServerMessage* message) {
+    if (!isServicePath(g_uri_get_path(soup_server_message_get_uri(message)))) {
+        soup_message_headers_replace(soup_server_message_get_response_headers(message), "Server",
+                                     serverId().c_str());
     }
-    return true;
+}
+
+// Runs before GUPnP's handlers.
+void onRequestReadFirst(SoupServer*, SoupServerMessage* message, gpointer) {
+    nameServer(message);
+    noteNewSubscriber(message);
+}
+
+bool advertised(const Device& device) {
+    return device.started && !g_state.suspended;
 }
 
 void announce(Device& device, GUPnPContext* context) {
@@ -351,7 +449,7 @@ void announce(Device& device, GUPnPContext* context) {
         g_free(eventUrl);
     }
     g_list_free(services);
-    gupnp_root_device_set_available(root, device.started);
+    gupnp_root_device_set_available(root, advertised(device));
     device.roots.push_back(root);
 }
 
@@ -365,10 +463,12 @@ void withdraw(Device& device, GUPnPContext* context) {
             ++it;
         }
     }
+    // An advertised root device says goodbye as it goes: GSSDP sends the byebye of every
+    // resource at once when the group is disposed while available. Making it unavailable first
+    // would only queue them behind its pacing timer, and the unref below drops that queue.
     for (auto it = device.roots.begin(); it != device.roots.end();) {
         if (context == nullptr ||
             gupnp_device_info_get_context(GUPNP_DEVICE_INFO(*it)) == context) {
-            gupnp_root_device_set_available(*it, FALSE);
             g_object_unref(*it);
             it = device.roots.erase(it);
         } else {
@@ -379,7 +479,9 @@ void withdraw(Device& device, GUPnPContext* context) {
 
 void addContext(GUPnPContext* context) {
     g_state.contexts.push_back(GUPNP_CONTEXT(g_object_ref(context)));
+    gssdp_client_set_server_id(GSSDP_CLIENT(context), serverId().c_str());
     SoupServer* server = gupnp_context_get_server(context);
+    g_signal_connect(server, "request-read", G_CALLBACK(onRequestReadFirst), nullptr);
     g_signal_connect(server, "request-started", G_CALLBACK(onRequestStarted), nullptr);
     g_signal_connect(server, "request-read", G_CALLBACK(onRequestRead), nullptr);
     g_signal_connect(server, "request-finished", G_CALLBACK(onRequestFinished), nullptr);
@@ -393,6 +495,8 @@ void removeContext(GUPnPContext* context) {
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestStarted),
                                          nullptr);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestRead),
+                                         nullptr);
+    g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestReadFirst),
                                          nullptr);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestFinished),
                                          nullptr);
@@ -443,9 +547,17 @@ Device* findDevice(int handle) {
     return it == g_state.devices.end() ? nullptr : &it->second;
 }
 
-void setAvailable(Device& device, bool available) {
+// Advertising ends with the root devices themselves, so that every byebye is sent before the
+// stop returns (the daemon may leave its main loop right after); their subscribers go with them.
+// Advertising again makes new ones.
+void advertise(Device& device) {
+    if (device.roots.empty()) {
+        for (GUPnPContext* context : g_state.contexts) {
+            announce(device, context);
+        }
+    }
     for (GUPnPRootDevice* root : device.roots) {
-        gupnp_root_device_set_available(root, available);
+        gupnp_root_device_set_available(root, advertised(device));
     }
 }
 
@@ -566,15 +678,19 @@ int ucf_terminate_framework_core(void) {
 }
 
 int ucf_suspend_framework_core(void) {
+    g_state.suspended = true;
     for (auto& entry : g_state.devices) {
-        setAvailable(entry.second, false);
+        if (entry.second.started) {
+            withdraw(entry.second, nullptr);
+        }
     }
     return 0;
 }
 
 int ucf_resume_framework_core(void) {
+    g_state.suspended = false;
     for (auto& entry : g_state.devices) {
-        setAvailable(entry.second, entry.second.started);
+        advertise(entry.second);
     }
     return 0;
 }
@@ -605,8 +721,6 @@ int ucf_unregister_device(int handle) {
         return -1;
     }
     withdraw(*device, nullptr);
-    g_state.eventValues.erase(g_state.eventValues.lower_bound(device->udn + "|"),
-                              g_state.eventValues.lower_bound(device->udn + "}"));
     g_state.devices.erase(handle);
     return 0;
 }
@@ -622,13 +736,24 @@ int ucf_set_acl_mode(int handle, int) {
     return findDevice(handle) != nullptr ? 0 : -1;
 }
 
+int ucf_set_user_agent(int handle, const char* user_agent) {
+    if (findDevice(handle) == nullptr || user_agent == nullptr || *user_agent == '\0') {
+        return -1;
+    }
+    g_state.product = user_agent;
+    for (GUPnPContext* context : g_state.contexts) {
+        gssdp_client_set_server_id(GSSDP_CLIENT(context), serverId().c_str());
+    }
+    return 0;
+}
+
 int ucf_start_device(int handle) {
     Device* device = findDevice(handle);
     if (device == nullptr) {
         return -1;
     }
     device->started = true;
-    setAvailable(*device, true);
+    advertise(*device);
     return 0;
 }
 
@@ -638,7 +763,7 @@ int ucf_stop_device(int handle) {
         return -1;
     }
     device->started = false;
-    setAvailable(*device, false);
+    withdraw(*device, nullptr);
     return 0;
 }
 
@@ -648,10 +773,11 @@ int ucf_set_friendly_name(int handle, const char*, const char*) {
         return -1;
     }
     // The description is served from its file, which the caller has rewritten; byebye then
-    // alive through the same resource groups keeps the services and their subscribers.
-    if (device->started) {
-        for (GUPnPRootDevice* root : device->roots) {
-            GSSDPResourceGroup* group = gupnp_root_device_get_ssdp_resource_group(root);
+    // alive through the same resource groups keeps the services and their subscribers. Only
+    // what is advertised is announced again: a stopped or suspended device stays quiet.
+    for (GUPnPRootDevice* root : device->roots) {
+        GSSDPResourceGroup* group = gupnp_root_device_get_ssdp_resource_group(root);
+        if (gssdp_resource_group_get_available(group)) {
             gssdp_resource_group_set_available(group, FALSE);
             gssdp_resource_group_set_available(group, TRUE);
         }
@@ -713,13 +839,12 @@ int ucf_send_action_response(int http_status, int, const char* body, void* reque
     return 0;
 }
 
-// GUPnP has already sent the subscriber its first NOTIFY, built from the values sent before;
-// the framework's body updates those values (an empty body leaves them).
+// Only from the subscribe callback: the body is what the subscriber's first NOTIFY carries.
 int ucf_send_initial_event(int, const char*, const char*, const char* body) {
-    if (g_state.pendingSubscription == nullptr || body == nullptr) {
+    if (g_state.telling == nullptr || body == nullptr) {
         return -1;
     }
-    return *body == '\0' || rememberValues(*g_state.pendingSubscription, body) ? 0 : -1;
+    return *body == '\0' || ucf::parsePropertySet(body, g_state.telling->properties) ? 0 : -1;
 }
 
 int ucf_send_multicast_event(int handle, const char* udn, const char* service_type,
@@ -730,7 +855,6 @@ int ucf_send_multicast_event(int handle, const char* udn, const char* service_ty
     if (device == nullptr || body == nullptr || !ucf::parsePropertySet(body, properties)) {
         return -1;
     }
-    rememberValues(serviceKeyText, body);
     for (HostedService& hosted : device->services) {
         if (serviceKey(hosted.service) != serviceKeyText) {
             continue;

@@ -148,8 +148,16 @@ TEST_F(IPControlDeviceTest, AFailedStartOrStopIsReportedAndAFailedStopKeepsTheDe
     EXPECT_FALSE(fakeucf::called("stop_device"));
     EXPECT_TRUE(fakeucf::called("unregister_device"));
 
+    // A second try starts the device the first one registered.
     fakeucf::reset();
+    fakeucf::state().results["start_device"] = 1;
+    EXPECT_EQ(createUPnPDevice(), 1);
+    fakeucf::state().results.erase("start_device");
     ASSERT_EQ(createUPnPDevice(), 0);
+    const auto& calls = fakeucf::state().calls;
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "register_device"), 1);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "start_device"), 2);
+
     fakeucf::state().results["stop_device"] = 1;
     destroyUPnPDevice();
     EXPECT_TRUE(m_log.contains("Failed to stop Device"));

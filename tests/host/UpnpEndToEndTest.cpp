@@ -1,18 +1,10 @@
 // ipcontrold announcing the TV as a UPnP root device on the loopback interface: discovery, the
 // description and icons it serves, control faults, event subscriptions and a rename.
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
-#include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
 #include <regex>
+#include <set>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -20,11 +12,14 @@
 
 #include "support/PlatformFixture.h"
 #include "support/RunningTv.h"
+#include "support/UpnpPeers.h"
 
 using testing::HasSubstr;
 using testing::Not;
+using testsupport::CallbackListener;
 using testsupport::HttpClient;
 using testsupport::HttpResponse;
+using testsupport::SsdpListener;
 
 namespace {
 
@@ -33,87 +28,14 @@ const std::string kServiceType = "urn:orvane-com:service:IPControlService:1";
 const std::string kControlPath = "/upnp/control/IPControlService1";
 const std::string kEventPath = "/upnp/event/IPControlService1";
 
+// What the TV names itself with on SSDP and HTTP: its product, not the machine's kernel release.
+const char* const kServerString = "Linux/[0-9.]+ UPnP/1\\.0 Orvane User-Agent DLNADOC/1\\.50";
+
 std::string soapRequest(const std::string& action) {
     return "<?xml version=\"1.0\"?><s:Envelope "
            "xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\"><s:Body><u:" +
            action + " xmlns:u=\"" + kServiceType + "\"/></s:Body></s:Envelope>";
 }
-
-// gssdp-discover watching for "available" announcements of the device type on lo.
-class SsdpWatch {
-public:
-    SsdpWatch() {
-        // The shell's pid is the tool's after exec, so the watch can end it early.
-        m_pipe = popen(
-            ("echo $$; exec gssdp-discover -i lo -m available -n 8 -t " + kDeviceType + " 2>&1")
-                .c_str(),
-            "r");
-        char line[64];
-        m_pid = m_pipe != nullptr && fgets(line, sizeof line, m_pipe) ? std::atoi(line) : 0;
-    }
-    ~SsdpWatch() {
-        if (m_pid > 0) {
-            kill(m_pid, SIGTERM);
-        }
-        if (m_pipe != nullptr) {
-            pclose(m_pipe);
-        }
-    }
-    // The Location of the device's next "available", or "" when the watch ended first.
-    std::string nextAvailable(const std::string& uuid) {
-        char line[1024];
-        bool ours = false;
-        while (m_pipe != nullptr && fgets(line, sizeof line, m_pipe) != nullptr) {
-            std::string text = line;
-            if (text.find("USN:") != std::string::npos) {
-                ours = text.find("uuid:" + uuid + "::" + kDeviceType) != std::string::npos;
-            } else if (ours && text.find("Location:") != std::string::npos) {
-                size_t url = text.find("http");
-                return text.substr(url, text.find_first_of("\r\n", url) - url);
-            }
-        }
-        return "";
-    }
-
-private:
-    FILE* m_pipe = nullptr;
-    pid_t m_pid = 0;
-};
-
-// A listening port on 127.0.0.1 for event callbacks; each request is answered with 200.
-class CallbackListener {
-public:
-    CallbackListener() : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (bind(m_fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-            listen(m_fd, 4) == 0 &&
-            getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-            m_port = ntohs(address.sin_port);
-        }
-    }
-    ~CallbackListener() { close(m_fd); }
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(m_port) + "/cb"; }
-
-    // The next request's headers and body, or nothing when none came in time.
-    std::optional<HttpResponse> receive(int timeoutMs = 5000) {
-        pollfd p = {m_fd, POLLIN, 0};
-        if (poll(&p, 1, timeoutMs) != 1) {
-            return std::nullopt;
-        }
-        HttpClient connection;
-        connection.adopt(accept4(m_fd, nullptr, nullptr, SOCK_CLOEXEC));
-        std::optional<HttpResponse> request = connection.read();
-        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
-        return request;
-    }
-
-private:
-    int m_fd;
-    unsigned short m_port = 0;
-};
 
 class UpnpEndToEndTest : public ::testing::Test {
 protected:
@@ -126,32 +48,49 @@ protected:
         std::smatch match;
         std::string file =
             testsupport::readFile(m_dir.file("ip_control_web_root/DeviceDescription.xml"));
-        ASSERT_TRUE(std::regex_search(file, match, std::regex("<UDN>uuid:([^<]+)</UDN>"))) << file;
+        ASSERT_TRUE(std::regex_search(file, match, std::regex("<UDN>uuid:([^<]+)</UDN>")))
+            << m_tv.output();
         m_uuid = match[1];
     }
 
-    HttpResponse request(const std::string& method, const std::string& path,
-                         const std::string& headers = "", const std::string& body = "") {
+    std::string requestText(const std::string& method, const std::string& path,
+                            const std::string& headers = "", const std::string& body = "") const {
+        return method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(m_port) +
+               "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
+               body;
+    }
+    std::string controlText(const std::string& soapAction, const std::string& body,
+                            const std::string& headers = "") const {
+        return requestText("POST", kControlPath,
+                           "Content-Type: text/xml; charset=\"utf-8\"\r\nSOAPACTION: \"" +
+                               soapAction + "\"\r\n" + headers,
+                           body);
+    }
+    // One request on a connection of its own.
+    HttpResponse send(const std::string& text) {
         HttpClient client;
         if (!client.connect(m_port)) {
             return HttpResponse();
         }
         // A refusal may come before the whole body is sent; the answer still counts.
-        client.send(method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(m_port) +
-                    "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) +
-                    "\r\n\r\n" + body);
+        client.send(text);
         return client.read().value_or(HttpResponse());
     }
+    HttpResponse request(const std::string& method, const std::string& path,
+                         const std::string& headers = "", const std::string& body = "") {
+        return send(requestText(method, path, headers, body));
+    }
     HttpResponse control(const std::string& soapAction, const std::string& body) {
-        return request(
-            "POST", kControlPath,
-            "Content-Type: text/xml; charset=\"utf-8\"\r\nSOAPACTION: \"" + soapAction + "\"\r\n",
-            body);
+        return send(controlText(soapAction, body));
     }
     HttpResponse subscribe(const std::string& headers) {
         return request("SUBSCRIBE", kEventPath, headers + "TIMEOUT: Second-300\r\n");
     }
     std::string description() { return request("GET", "/" + m_uuid + ".xml").body; }
+    // The NTs the device is announced under.
+    std::set<std::string> resources() const {
+        return {"upnp:rootdevice", "uuid:" + m_uuid, kDeviceType, kServiceType};
+    }
 
     // Renames the TV and waits until the served description names the new name.
     void rename(const std::string& name) {
@@ -170,23 +109,50 @@ protected:
 };
 
 TEST_F(UpnpEndToEndTest, DiscoveredOnLoopbackAndAnnouncedAgainAfterARename) {
-    if (std::system("command -v gssdp-discover >/dev/null 2>&1") != 0) {
-        GTEST_SKIP() << "gssdp-discover (package gupnp-tools) is not installed";
-    }
     if (!testsupport::loopbackMulticastWorks()) {
         GTEST_SKIP() << "multicast on the loopback interface does not work on this machine";
     }
+    SsdpListener ssdp;
+    ASSERT_TRUE(ssdp.ok());
     start();
-    SsdpWatch watch;
     std::string location = "http://127.0.0.1:" + std::to_string(m_port) + "/" + m_uuid + ".xml";
-    ASSERT_EQ(location, watch.nextAvailable(m_uuid)) << m_tv.output();
+    auto alive = ssdp.collect("ssdp:alive", m_uuid, resources());
+    ASSERT_EQ(resources().size(), alive.size()) << m_tv.output();
+    EXPECT_EQ(location, alive[kDeviceType]["location"]);
+    EXPECT_THAT(alive[kDeviceType]["server"], testing::MatchesRegex(kServerString));
     rename("Kitchen");
-    EXPECT_EQ(location, watch.nextAvailable(m_uuid)) << "no announcement after the rename";
+    EXPECT_EQ(1u, ssdp.collect("ssdp:byebye", m_uuid, {kDeviceType}).size());
+    alive = ssdp.collect("ssdp:alive", m_uuid, {kDeviceType});
+    EXPECT_EQ(location, alive[kDeviceType]["location"]) << "no announcement after the rename";
+}
+
+// Control points forget the TV at once instead of after the announcement's max-age.
+TEST_F(UpnpEndToEndTest, EveryStopSaysGoodbyeForEachResource) {
+    if (!testsupport::loopbackMulticastWorks()) {
+        GTEST_SKIP() << "multicast on the loopback interface does not work on this machine";
+    }
+    SsdpListener ssdp;
+    ASSERT_TRUE(ssdp.ok());
+    start();
+    ASSERT_EQ(resources().size(), ssdp.collect("ssdp:alive", m_uuid, resources()).size());
+    ASSERT_EQ(200, m_tv.admin("PUT", "/api/settings/ipRemoteSupport", "0").status);
+    EXPECT_EQ(resources().size(), ssdp.collect("ssdp:byebye", m_uuid, resources()).size())
+        << "IP remote support switched off";
+
+    ASSERT_EQ(200, m_tv.admin("PUT", "/api/settings/ipRemoteSupport", "1").status);
+    ASSERT_EQ(resources().size(), ssdp.collect("ssdp:alive", m_uuid, resources()).size());
+    EXPECT_EQ(0, m_tv.stop());
+    EXPECT_EQ(resources().size(), ssdp.collect("ssdp:byebye", m_uuid, resources()).size())
+        << "SIGTERM\n"
+        << m_tv.output();
+    EXPECT_THAT(m_tv.output(), Not(HasSubstr(" W gupnp-service")));
 }
 
 TEST_F(UpnpEndToEndTest, ServesItsDescriptionAndIcons) {
     start();
-    std::string text = description();
+    HttpResponse served = request("GET", "/" + m_uuid + ".xml");
+    EXPECT_THAT(served.header("server"), testing::MatchesRegex(kServerString));
+    std::string text = served.body;
     EXPECT_THAT(text, HasSubstr("<deviceType>" + kDeviceType + "</deviceType>"));
     EXPECT_THAT(text, HasSubstr("<friendlyName>[TV] Living Room</friendlyName>"));
     EXPECT_THAT(text, HasSubstr("<UDN>uuid:" + m_uuid + "</UDN>"));
@@ -204,6 +170,7 @@ TEST_F(UpnpEndToEndTest, ControlRequestsGetFaultsAndSizeLimit) {
     EXPECT_EQ(500, unknown.status);
     EXPECT_THAT(unknown.body, HasSubstr("<errorCode>401</errorCode>"));
     EXPECT_THAT(unknown.body, HasSubstr("<errorDescription>Invalid Action</errorDescription>"));
+    EXPECT_THAT(unknown.header("server"), testing::MatchesRegex(kServerString));
 
     HttpResponse otherService = control("urn:x:service:Other:1#Foo", soapRequest("Foo"));
     EXPECT_EQ(500, otherService.status);
@@ -215,6 +182,19 @@ TEST_F(UpnpEndToEndTest, ControlRequestsGetFaultsAndSizeLimit) {
     EXPECT_NE(413, control(kServiceType + "#Foo", std::string(64 * 1024, 'x')).status);
     EXPECT_EQ(413, control(kServiceType + "#Foo", std::string(64 * 1024 + 1, 'x')).status);
     EXPECT_EQ(500, control(kServiceType + "#Foo", soapRequest("Foo")).status);
+
+    // A fault leaves a kept-alive connection usable; an answer that ends it says so.
+    HttpClient client;
+    ASSERT_TRUE(client.connect(m_port));
+    client.send(controlText(kServiceType + "#Foo", soapRequest("Foo")));
+    EXPECT_EQ(500, client.read().value_or(HttpResponse()).status);
+    client.send(requestText("GET", "/" + m_uuid + ".xml"));
+    EXPECT_EQ(200, client.read().value_or(HttpResponse()).status);
+    client.send(controlText(kServiceType + "#Foo", soapRequest("Foo"), "Connection: close\r\n"));
+    HttpResponse last = client.read().value_or(HttpResponse());
+    EXPECT_EQ(500, last.status);
+    EXPECT_EQ("close", last.header("connection"));
+    EXPECT_TRUE(client.waitClosed());
 }
 
 TEST_F(UpnpEndToEndTest, SubscribersGetEventsAndKeepThemAcrossARename) {

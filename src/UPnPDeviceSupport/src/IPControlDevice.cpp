@@ -62,6 +62,13 @@ void IPControlDevice::terminateDeviceDescriptionUtil() {
 }
 
 bool IPControlDevice::initialize() {
+    {
+        // A device from an earlier call (running, or whose start failed) stays registered and
+        // is reused: a second registration would leave the first behind in the library.
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_device)
+            return true;
+    }
     try {
         if (!initializeDeviceDescriptionUtil())
             return false;
@@ -74,6 +81,8 @@ bool IPControlDevice::initialize() {
         }
         if (!m_serviceHelper.registerService(m_device.get())) {
             LOGE("Service registration failed!");
+            m_device->terminate();
+            m_device.reset();
             return false;
         }
         return true;

@@ -43,10 +43,6 @@ bool stopIPControlDevice(bool suspend) {
 }
 
 int createUPnPDevice() {
-    if (g_started) {
-        LOGI("Device already in started state");
-        return 0;
-    }
     if (!initializeIPControlDevice())
         return 1;
     return startIPControlDevice(false) ? 0 : 1;

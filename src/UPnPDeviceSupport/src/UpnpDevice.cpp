@@ -38,6 +38,8 @@ bool UpnpDevice::initialize() {
         LOGE("failed SetAclListener");
     if (ucf_set_acl_mode(m_handle, 0) != 0)
         LOGE("failed SetAclMode");
+    if (ucf_set_user_agent(m_handle, m_userAgent.c_str()) != 0)
+        LOGE("failed SetUserAgent");
     UpnpServiceGlobal::getInstance().setDeviceInfo(m_handle, m_udn, m_userAgent);
     return true;
 }
