@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -15,6 +16,7 @@
 #include <json-glib/json-glib.h>
 
 #include "AdminJson.h"
+#include "AdminServer.h"
 #include "EventStream.h"
 #include "NotificationCenter.h"
 #include "paired_clients.h"
@@ -495,3 +497,26 @@ TEST(EventStreamTest, ContinuousChangesAreSpacedOutAndTheLastIsSent) {
 
 }  // namespace
 }  // namespace platform_test
+
+// Local programs posing as several hosts hold half requests on every connection they can get:
+// the oldest are cut so the TV screen still gets in.
+TEST(AdminServerLimitsTest, HalfRequestsFromSeveralAddressesCannotLockOutTheScreen) {
+    ipc_platform::AdminServer server(testing::TempDir(), {8, 4, std::chrono::seconds(60)});
+    std::string error;
+    ASSERT_TRUE(server.start(0, error)) << error;
+    std::vector<std::unique_ptr<testsupport::HttpClient>> slow;
+    for (int i = 0; i < 24; ++i) {
+        slow.push_back(std::make_unique<testsupport::HttpClient>());
+        ASSERT_TRUE(
+            slow.back()->connectFrom("127.0.1." + std::to_string(1 + i % 6), server.port()));
+        ASSERT_TRUE(slow.back()->send("GET /api/state HTTP/1.1\r\nHost: 127.0.0.1\r\n"));
+    }
+    testsupport::HttpClient screen;
+    ASSERT_TRUE(screen.connect(server.port()));
+    ASSERT_TRUE(screen.send("GET /api/state HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"));
+    std::optional<testsupport::HttpResponse> answer = screen.read();
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(200, answer->status);
+    EXPECT_TRUE(slow.front()->waitClosed());
+    server.stop();
+}

@@ -42,6 +42,23 @@ bool HttpClient::connect(unsigned short port, int family) {
     return true;
 }
 
+bool HttpClient::connectFrom(const std::string& source, unsigned short port) {
+    close();
+    sockaddr_in from = {};
+    from.sin_family = AF_INET;
+    sockaddr_in to = from;
+    to.sin_port = htons(port);
+    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    m_fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (m_fd < 0 || inet_pton(AF_INET, source.c_str(), &from.sin_addr) != 1 ||
+        bind(m_fd, reinterpret_cast<sockaddr*>(&from), sizeof from) != 0 ||
+        ::connect(m_fd, reinterpret_cast<sockaddr*>(&to), sizeof to) != 0) {
+        close();
+        return false;
+    }
+    return true;
+}
+
 bool HttpClient::send(const std::string& bytes) {
     size_t sent = 0;
     while (m_fd >= 0 && sent < bytes.size()) {

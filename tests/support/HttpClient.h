@@ -34,6 +34,9 @@ public:
 
     // Connects to 127.0.0.1 (AF_INET) or ::1 (AF_INET6).
     bool connect(unsigned short port, int family = AF_INET);
+    // Connects to 127.0.0.1 from another loopback address, "127.0.1.7" say, as another host
+    // would.
+    bool connectFrom(const std::string& source, unsigned short port);
     // Takes over a connected socket, one accepted from a listener say, to read a request from
     // it (read() then gives status 0) and send the answer.
     void adopt(int fd) {
