@@ -17,6 +17,7 @@
 
 #include "ConnectionGuard.h"
 #include "EventStream.h"
+#include "PlatformObjects.h"
 #include "PlatformLog.h"
 #include "WebFiles.h"
 #include "dlog.h"
@@ -269,8 +270,15 @@ bool AdminServer::start(unsigned short port, std::string& error) {
         bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
         listen(fd, kListenBacklog) != 0 ||
         getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        error = "cannot listen on " + where +
-                " for the TV screen and admin API: " + std::strerror(errno);
+        if (errno == EADDRINUSE) {
+            // Not bad input but a machine where the service cannot run as asked.
+            error = "port " + std::to_string(port) +
+                    " is already in use by another program; stop it or start with --admin-port N";
+            noteFatalError(error);
+        } else {
+            error = "cannot listen on " + where +
+                    " for the TV screen and admin API: " + std::strerror(errno);
+        }
         if (fd >= 0) {
             close(fd);
         }

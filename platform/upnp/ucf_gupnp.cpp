@@ -365,10 +365,12 @@ void withdraw(Device& device, GUPnPContext* context) {
             ++it;
         }
     }
+    // An advertised root device says goodbye as it goes: GSSDP sends the byebye of every
+    // resource at once when the group is disposed while available. Making it unavailable first
+    // would only queue them behind its pacing timer, and the unref below drops that queue.
     for (auto it = device.roots.begin(); it != device.roots.end();) {
         if (context == nullptr ||
             gupnp_device_info_get_context(GUPNP_DEVICE_INFO(*it)) == context) {
-            gupnp_root_device_set_available(*it, FALSE);
             g_object_unref(*it);
             it = device.roots.erase(it);
         } else {
@@ -379,6 +381,8 @@ void withdraw(Device& device, GUPnPContext* context) {
 
 void addContext(GUPnPContext* context) {
     g_state.contexts.push_back(GUPNP_CONTEXT(g_object_ref(context)));
+    g_message("ucf: UPnP description server on %s:%u",
+              gssdp_client_get_host_ip(GSSDP_CLIENT(context)), gupnp_context_get_port(context));
     SoupServer* server = gupnp_context_get_server(context);
     g_signal_connect(server, "request-started", G_CALLBACK(onRequestStarted), nullptr);
     g_signal_connect(server, "request-read", G_CALLBACK(onRequestRead), nullptr);
@@ -449,6 +453,16 @@ void setAvailable(Device& device, bool available) {
     }
 }
 
+// Ends the advertising of a device with all its byebyes sent before this returns (the daemon
+// may leave its main loop right after a stop): the root devices go, and fresh ones that are not
+// advertised take their place, so the device can be started again. Their subscribers go too.
+void withdrawAdvertising(Device& device) {
+    withdraw(device, nullptr);
+    for (GUPnPContext* context : g_state.contexts) {
+        announce(device, context);
+    }
+}
+
 // GUPnP cannot introspect a service whose description has neither actions nor variables, and
 // warns at start that no initial event will follow. Such services are part of this TV, and their
 // subscribers get the initial event all the same (an empty property set): the warning would
@@ -501,10 +515,9 @@ int ucf_start_framework_core(void) {
         return 0;
     }
     if (portTaken(g_state.port)) {
-        g_warning(
-            "ucf: TCP port %u is taken by another program, so the TV is not announced over "
-            "UPnP; give a second service --upnp-port 0 or --no-upnp",
-            g_state.port);
+        ipc_platform::reportFatalError("port " + std::to_string(g_state.port) +
+                                       " is already in use by another program; stop it or start "
+                                       "with --upnp-port N");
         return -1;
     }
     const char* iface = std::getenv("IPC_UPNP_INTERFACE");
@@ -567,7 +580,9 @@ int ucf_terminate_framework_core(void) {
 
 int ucf_suspend_framework_core(void) {
     for (auto& entry : g_state.devices) {
-        setAvailable(entry.second, false);
+        if (entry.second.started) {
+            withdrawAdvertising(entry.second);
+        }
     }
     return 0;
 }
@@ -638,7 +653,7 @@ int ucf_stop_device(int handle) {
         return -1;
     }
     device->started = false;
-    setAvailable(*device, false);
+    withdrawAdvertising(*device);
     return 0;
 }
 
