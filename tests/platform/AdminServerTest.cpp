@@ -435,27 +435,23 @@ TEST_F(AdminServerTest, RefusesOtherSitesAndHostNames) {
     EXPECT_EQ(200, request("POST", "/api/notification/deny", "", ownOrigin).status);
 }
 
-TEST_F(AdminServerTest, LogsItsAddressAndAPortInUseFailsInitialize) {
+TEST_F(AdminServerTest, LogsItsAddressAndAPortInUseFailsInitializeInWords) {
     testsupport::LogCapture log;
     startServer();
     EXPECT_TRUE(log.contains(
         "TV screen and admin API on http://127.0.0.1:" + std::to_string(m_port) + "/"));
-
-    // A second platform on the same port: the port is taken by the first.
-    const unsigned short taken = m_port;
     ipc_platform::shutdown();
-    const int blocker = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(taken);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(0, bind(blocker, reinterpret_cast<sockaddr*>(&address), sizeof address));
-    ASSERT_EQ(0, listen(blocker, 1));
-    m_options.adminPort = taken;
+
+    // Another program listens on the port asked for.
+    const int blocker = testsupport::holdLoopbackPort(m_options.adminPort, true);
+    ASSERT_GE(blocker, 0);
+    const std::string taken = std::to_string(m_options.adminPort);
     std::string error;
     EXPECT_FALSE(ipc_platform::initialize(m_options, error));
-    EXPECT_NE(std::string::npos, error.find("127.0.0.1:" + std::to_string(taken))) << error;
-    EXPECT_EQ(std::string::npos, error.find('\n'));
+    EXPECT_EQ("port " + taken +
+                  " is already in use by another program; stop it or start with --admin-port N",
+              error);
+    EXPECT_EQ(error, ipc_platform::fatalError());
     EXPECT_FALSE(ipc_platform::isInitialized());
     close(blocker);
 }

@@ -67,8 +67,9 @@ private:
     std::string m_pending;
 };
 
-// A TCP port on 127.0.0.1 that nothing listens on right now.
-unsigned short findFreePort();
+// A socket on 127.0.0.1 at a port the kernel chose, listening when asked: while the caller holds
+// it, nothing else can take the port. -1 on failure; the caller closes it.
+int holdLoopbackPort(unsigned short& port, bool listening);
 
 // Whether a datagram sent to the SSDP group on lo comes back to a member there; without that
 // no discovery can work on this machine.
