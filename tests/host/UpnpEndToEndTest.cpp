@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <regex>
 #include <thread>
@@ -248,6 +249,34 @@ TEST_F(UpnpEndToEndTest, SubscribersGetEventsAndKeepThemAcrossARename) {
     EXPECT_EQ(200, renewed.status);
     EXPECT_EQ(sid, renewed.header("sid"));
     EXPECT_EQ(0, m_tv.stop()) << "unclean stop with a subscriber\n" << m_tv.output();
+}
+
+// Hosts holding half requests: one address gets only its share, a slow request is cut at its
+// deadline however it trickles, and the description is served all along.
+TEST_F(UpnpEndToEndTest, SlowClientsAreCutAndTheDescriptionStillServed) {
+    start();
+    std::vector<std::unique_ptr<HttpClient>> slow;
+    int cutAtOnce = 0;
+    for (int i = 0; i < 24; ++i) {
+        slow.push_back(std::make_unique<HttpClient>());
+        ASSERT_TRUE(slow.back()->connectFrom("127.0.1.1", m_port));
+        ASSERT_TRUE(slow.back()->send("GET / HTTP/1.1\r\nHost: 127.0.0.1\r\n"));
+    }
+    EXPECT_THAT(description(), HasSubstr(m_uuid));
+    for (auto& client : slow) {
+        cutAtOnce += client->waitClosed(std::chrono::milliseconds(200)) ? 1 : 0;
+    }
+    EXPECT_EQ(8, cutAtOnce);  // 16 per address
+
+    // A byte every 200 ms: the header never completes, and the deadline (10 s) ends it.
+    HttpClient trickle;
+    ASSERT_TRUE(trickle.connectFrom("127.0.1.2", m_port));
+    bool closed = false;
+    for (int i = 0; i < 150 && !closed; ++i) {
+        closed = !trickle.send("X") || trickle.waitClosed(std::chrono::milliseconds(200));
+    }
+    EXPECT_TRUE(closed);
+    EXPECT_THAT(description(), HasSubstr(m_uuid));
 }
 
 TEST_F(UpnpEndToEndTest, NoUpnpServesNothing) {
