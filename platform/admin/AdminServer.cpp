@@ -28,7 +28,9 @@ namespace {
 
 constexpr char kApiPrefix[] = "/api/";
 constexpr char kEventsPath[] = "/api/events";
-constexpr int kListenBacklog = 32;
+// Deep enough that a flood of reconnections from peers the guard cuts does not make the kernel
+// drop other clients' connection attempts.
+constexpr int kListenBacklog = SOMAXCONN;
 
 // What the server keeps of one request while its body arrives.
 struct RequestContext {

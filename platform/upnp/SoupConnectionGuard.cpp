@@ -1,10 +1,20 @@
 // Keeps slow or idle connections from taking the UPnP description server.
 #include "SoupConnectionGuard.h"
 
+#include <sys/socket.h>
+
 namespace ipc_platform {
 
 SoupConnectionGuard::SoupConnectionGuard(SoupServer* server, ipsvr::ConnectionLimits limits)
     : m_server(SOUP_SERVER(g_object_ref(server))), m_limits(limits) {
+    // GIO listens with a backlog of 10: while cut peers reconnect in a flood, the kernel would
+    // drop other hosts' connection attempts, which then wait a second or more to try again.
+    // Listening again only raises the backlog.
+    GSList* listeners = soup_server_get_listeners(server);
+    for (GSList* item = listeners; item != nullptr; item = item->next) {
+        listen(g_socket_get_fd(G_SOCKET(item->data)), SOMAXCONN);
+    }
+    g_slist_free(listeners);
     g_signal_connect(server, "request-started", G_CALLBACK(onStarted), this);
     for (const char* signal : {"request-read", "request-finished", "request-aborted"}) {
         g_signal_connect(server, signal, G_CALLBACK(onArrivedOrGone), this);
