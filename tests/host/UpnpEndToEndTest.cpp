@@ -260,7 +260,7 @@ TEST_F(UpnpEndToEndTest, SlowClientsAreCutAndTheDescriptionStillServed) {
     for (int i = 0; i < 24; ++i) {
         slow.push_back(std::make_unique<HttpClient>());
         ASSERT_TRUE(slow.back()->connectFrom("127.0.1.1", m_port));
-        ASSERT_TRUE(slow.back()->send("GET / HTTP/1.1\r\nHost: 127.0.0.1\r\n"));
+        slow.back()->send("GET / HTTP/1.1\r\nHost: 127.0.0.1\r\n");  // may be cut already
     }
     EXPECT_THAT(description(), HasSubstr(m_uuid));
     for (auto& client : slow) {

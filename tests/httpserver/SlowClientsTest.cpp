@@ -92,7 +92,7 @@ TEST_F(SlowClientsTest, HostsHoldingHalfRequestsCannotLockOutAnotherHost) {
         for (int address = 0; address < kAddresses; ++address) {
             auto client = std::make_unique<HttpClient>();
             ASSERT_TRUE(client->connectFrom(attacker(address), m_port));
-            ASSERT_TRUE(client->send(kHalfHeader));
+            client->send(kHalfHeader);  // refused or cut already: fine
             slow.push_back(std::move(client));
         }
     }
