@@ -118,6 +118,7 @@ bool initialize(const Options& options, std::string& error) {
         error = "the platform is already initialised";
         return false;
     }
+    g_fatalError.clear();  // a new start, for processes that start more than once
     // The caller reports the error; it is not logged twice.
     std::shared_ptr<PlatformObjects> objects = loadObjects(options, error);
     if (objects == nullptr) {

@@ -53,7 +53,8 @@ std::shared_ptr<AdminServer> adminServer();
 // with status 1, before signalling readiness when the report comes while the service starts.
 // Main-loop thread.
 void reportFatalError(const std::string& reason);
-// The first reason reported (or the admin port's, when it failed initialize); "" when none.
+// The first reason reported since initialize began (the admin port's when it failed
+// initialize); "" when none.
 std::string fatalError();
 // Runs after each report, for a host whose service already runs. Main-loop thread.
 void setFatalErrorHandler(std::function<void()> handler);
