@@ -104,7 +104,7 @@ bool applyValues(const Value (&values)[KeyCount], HostOptions& options, std::str
         if (!parsePort(values[Port], true, number, message)) {
             return false;
         }
-        platform.port = static_cast<unsigned short>(number);
+        platform.port = number;
     }
     if (values[AdminPort].present) {
         if (!parsePort(values[AdminPort], true, number, message)) {
@@ -173,7 +173,8 @@ ParseResult parseHostOptions(int argc, char** argv, HostOptions& options, std::s
          "Product profile: a name under the profiles folder or a JSON file (default tv-2023)",
          "NAME|FILE"},
         {"port", 0, 0, G_OPTION_ARG_STRING, &flags[Port],
-         "JSON-RPC port (default: 1515 for model year 19 or earlier, else 1516)", "N"},
+         "JSON-RPC port (default: 1515 for model year 19 or earlier, else 1516; 0 = any free port)",
+         "N"},
         {"admin-port", 0, 0, G_OPTION_ARG_STRING, &flags[AdminPort],
          "Port of the TV screen and admin API on 127.0.0.1 (default 8515, 0 = any free port)", "N"},
         {"approval", 0, 0, G_OPTION_ARG_STRING, &flags[Approval],

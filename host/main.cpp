@@ -18,6 +18,7 @@ namespace {
 
 constexpr int kExitUsage = 2;    // bad option, profile, settings file or data directory
 constexpr int kExitInstall = 1;  // the plug-in is missing or broken
+constexpr int kExitFailure = 1;  // the service cannot run here: a port it needs is taken
 
 const char* const kTag = "IPCONTROLD";
 
@@ -72,7 +73,7 @@ int main(int argc, char** argv) {
     // The TV's part of the profile is checked first: a refusal is then the only line printed.
     if (!ipc_tv::checkProfile(options.platform, message) ||
         !ipc_platform::initialize(options.platform, message)) {
-        return fail(kExitUsage, message);
+        return fail(ipc_platform::fatalError().empty() ? kExitUsage : kExitFailure, message);
     }
     if (!ipc_tv::start(message)) {
         ipc_platform::shutdown();
@@ -95,14 +96,26 @@ int main(int argc, char** argv) {
     // The plug-in starts the service inside create(): the JSON-RPC server listens once it returns
     // (unless IP remote control is switched off in the settings).
     plugin.create();
-    ServiceNotifier::notify("READY=1\nSTATUS=TV running, data in " + dataDir);
-    g_main_loop_run(loop);
-    ServiceNotifier::notify("STOPPING=1");
+    // A port the service needs is taken: it has said so in the log, and a service manager must
+    // not think it ready.
+    int exitCode = ipc_platform::fatalError().empty() ? 0 : kExitFailure;
+    if (exitCode == 0) {
+        ServiceNotifier::notify("READY=1\nSTATUS=TV running, data in " + dataDir);
+        // The same when the service is switched on later and cannot listen.
+        ipc_platform::setFatalErrorHandler([loop, &exitCode] {
+            exitCode = kExitFailure;
+            g_main_loop_quit(loop);
+        });
+        g_main_loop_run(loop);
+        ipc_platform::setFatalErrorHandler(nullptr);
+        ServiceNotifier::notify("STOPPING=1");
+    }
     plugin.destroy();
     plugin.unload();
     g_main_loop_unref(loop);
     ipc_tv::stop();
     ipc_platform::shutdown();
-    dlog_print(DLOG_INFO, kTag, "stopped");
-    return 0;
+    dlog_print(DLOG_INFO, kTag, "%s",
+               exitCode == 0 ? "stopped" : "stopped: the service cannot run");
+    return exitCode;
 }

@@ -24,10 +24,11 @@ extern "C" {
 #define IPSVR_ERR_INVALID_ARGUMENT (-1) /* a null pointer where one is required */
 #define IPSVR_ERR_NOT_STARTED (-2)      /* no server is running */
 #define IPSVR_ERR_ALREADY_STARTED (-3)  /* ipsvr_start while a server runs */
-#define IPSVR_ERR_LISTEN (-4)           /* the port could not be bound (busy, no permission) */
+#define IPSVR_ERR_LISTEN (-4)           /* the port could not be bound (no permission, say) */
 #define IPSVR_ERR_UNKNOWN_CLIENT (-5)   /* the id is unknown, answered, expired or its peer left */
 #define IPSVR_ERR_NO_MAC (-6)           /* the peer is not in the kernel neighbour table */
 #define IPSVR_ERR_WRONG_THREAD (-7)     /* ipsvr_start or ipsvr_stop called from the callback */
+#define IPSVR_ERR_PORT_IN_USE (-8)      /* another program listens on the port */
 
 /* Called once per request on the library's thread. json is the request body, NUL-terminated,
  * valid only during the call. The request waits until ipsvr_sendResponse(clientId, ...). */

@@ -5,6 +5,7 @@
 #include <netinet/in.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -59,13 +60,51 @@ bool declaresTooLargeBody(MHD_Connection* connection) {
     return length != nullptr && std::strtoull(length, nullptr, 10) > HttpServer::kMaxBodySize;
 }
 
-bool ipv6Available() {
-    int probe = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (probe < 0) {
-        return false;
+// The listening socket, made here rather than by libmicrohttpd so that a failure keeps its
+// reason. Where the system has IPv6, one socket serves both families and IPv4 peers appear as
+// IPv4-mapped addresses; otherwise IPv4 alone. -1 with errno set on failure.
+int listenOn(unsigned short port) {
+    sockaddr_storage address = {};
+    socklen_t length = sizeof(sockaddr_in6);
+    int fd = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd >= 0) {
+        auto& v6 = reinterpret_cast<sockaddr_in6&>(address);
+        v6.sin6_family = AF_INET6;
+        v6.sin6_port = htons(port);
+        v6.sin6_addr = in6addr_any;
+        const int off = 0;
+        setsockopt(fd, IPPROTO_IPV6, IPV6_V6ONLY, &off, sizeof off);
+    } else {
+        fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        auto& v4 = reinterpret_cast<sockaddr_in&>(address);
+        v4.sin_family = AF_INET;
+        v4.sin_port = htons(port);
+        v4.sin_addr.s_addr = htonl(INADDR_ANY);
+        length = sizeof(sockaddr_in);
     }
-    close(probe);
-    return true;
+    const int on = 1;
+    if (fd < 0 || setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
+        bind(fd, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        listen(fd, SOMAXCONN) != 0) {
+        const int error = errno;
+        if (fd >= 0) {
+            close(fd);
+        }
+        errno = error;
+        return -1;
+    }
+    return fd;
+}
+
+unsigned short boundPort(int fd) {
+    sockaddr_storage address = {};
+    socklen_t length = sizeof address;
+    if (getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        return 0;
+    }
+    return ntohs(address.ss_family == AF_INET6
+                     ? reinterpret_cast<const sockaddr_in6&>(address).sin6_port
+                     : reinterpret_cast<const sockaddr_in&>(address).sin_port);
 }
 
 }  // namespace
@@ -74,22 +113,24 @@ struct HttpServer::Handlers {
     static MHD_Result access(void* self, MHD_Connection* connection, const char* /*url*/,
                              const char* method, const char* /*version*/, const char* data,
                              size_t* size, void** context) {
+        auto* server = static_cast<HttpServer*>(self);
         auto* request = static_cast<RequestContext*>(*context);
         if (request == nullptr) {
             // Headers are in; the body, if any, follows in later calls.
             if (std::strcmp(method, MHD_HTTP_METHOD_POST) != 0) {
+                server->m_guard.arrived(connection);
                 return queue(connection, Reply::withStatus(MHD_HTTP_METHOD_NOT_ALLOWED));
             }
             *context = new RequestContext;
             if (declaresTooLargeBody(connection)) {
+                server->m_guard.arrived(connection);
                 return queue(connection, Reply::withStatus(MHD_HTTP_CONTENT_TOO_LARGE));
             }
             return MHD_YES;
         }
         if (request->clientId != 0) {
             // The suspended connection was resumed by an answer, a deadline or a hang-up.
-            return queue(connection,
-                         static_cast<HttpServer*>(self)->m_pending.takeReply(request->clientId));
+            return queue(connection, server->m_pending.takeReply(request->clientId));
         }
         if (*size != 0) {
             if (request->body.size() + *size > kMaxBodySize) {
@@ -101,6 +142,8 @@ struct HttpServer::Handlers {
             *size = 0;
             return MHD_YES;
         }
+        // The whole request is in: from here it waits for its answer, which is not slowness.
+        server->m_guard.arrived(connection);
         if (request->tooLarge) {
             return queue(connection, Reply::withStatus(MHD_HTTP_CONTENT_TOO_LARGE));
         }
@@ -108,8 +151,7 @@ struct HttpServer::Handlers {
         if (request->body.find('\0') != std::string::npos) {
             return queue(connection, Reply::withStatus(MHD_HTTP_BAD_REQUEST));
         }
-        std::optional<Reply> reply =
-            static_cast<HttpServer*>(self)->_deliver(connection, request->body, request->clientId);
+        std::optional<Reply> reply = server->_deliver(connection, request->body, request->clientId);
         if (reply) {
             return queue(connection, *reply);
         }
@@ -117,52 +159,69 @@ struct HttpServer::Handlers {
         return MHD_YES;
     }
 
-    static void completed(void* self, MHD_Connection* /*connection*/, void** context,
+    static void completed(void* self, MHD_Connection* connection, void** context,
                           MHD_RequestTerminationCode /*code*/) {
+        auto* server = static_cast<HttpServer*>(self);
+        server->m_guard.answered(connection);
         auto* request = static_cast<RequestContext*>(*context);
         if (request == nullptr) {
             return;
         }
         if (request->clientId != 0) {
-            static_cast<HttpServer*>(self)->m_pending.remove(request->clientId);
+            server->m_pending.remove(request->clientId);
         }
         delete request;
         *context = nullptr;
     }
 };
 
-HttpServer::HttpServer(Deliver deliver, std::chrono::milliseconds responseTimeout)
+ConnectionGuard::Limits HttpServer::defaultLimits() {
+    return ConnectionGuard::Limits{ConnectionLimits::descriptorShare(4, kMaxConnections),
+                                   kConnectionsPerAddress, kArrivalDeadline};
+}
+
+HttpServer::HttpServer(Deliver deliver, std::chrono::milliseconds responseTimeout,
+                       ConnectionGuard::Limits limits)
     : m_deliver(std::move(deliver)),
       m_responseTimeoutMs(responseTimeout.count()),
       m_pending([this](PendingTable::Clock::time_point due) { m_watchdog.sweepBy(due); }),
-      m_watchdog([this](Watchdog::Clock::time_point now) { return m_pending.sweep(now); }) {}
+      m_watchdog([this](Watchdog::Clock::time_point now) { return m_pending.sweep(now); }),
+      m_guard(limits) {}
 
 HttpServer::~HttpServer() {
     stop();
 }
 
-bool HttpServer::start(unsigned short port) {
+int HttpServer::start(unsigned short port) {
     if (m_daemon != nullptr) {
-        return false;
+        return EALREADY;
     }
-    unsigned int flags = MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME;
-    // Where the system has IPv6, one socket serves both families and IPv4 peers appear as
-    // IPv4-mapped addresses; otherwise IPv4 alone.
-    if (ipv6Available()) {
-        flags |= MHD_USE_DUAL_STACK;
+    const int listener = listenOn(port);
+    if (listener < 0) {
+        return errno;
     }
+    // poll rather than epoll: a connection the guard shuts down stays readable until
+    // libmicrohttpd closes it, where an edge-triggered wait could miss it and leave it open.
+    const unsigned int flags =
+        MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_POLL | MHD_ALLOW_SUSPEND_RESUME;
+    const ConnectionGuard::Limits& limits = m_guard.limits();
+    // libmicrohttpd's idle timeout restarts with every byte; the guard's arrival deadline does
+    // not, and it also ends idle keep-alive connections.
+    const auto idleSeconds = std::chrono::ceil<std::chrono::seconds>(limits.arrival).count() + 1;
     m_daemon = MHD_start_daemon(
-        flags, port, nullptr, nullptr, &Handlers::access, this, MHD_OPTION_CONNECTION_LIMIT,
-        kConnectionLimit, MHD_OPTION_PER_IP_CONNECTION_LIMIT, kConnectionsPerAddress,
-        MHD_OPTION_CONNECTION_TIMEOUT, kIdleTimeoutSeconds, MHD_OPTION_NOTIFY_COMPLETED,
-        &Handlers::completed, this, MHD_OPTION_END);
+        flags, 0, nullptr, nullptr, &Handlers::access, this, MHD_OPTION_LISTEN_SOCKET, listener,
+        MHD_OPTION_CONNECTION_LIMIT, ConnectionGuard::daemonLimit(limits),
+        MHD_OPTION_PER_IP_CONNECTION_LIMIT, limits.perAddress, MHD_OPTION_CONNECTION_TIMEOUT,
+        static_cast<unsigned int>(idleSeconds), MHD_OPTION_NOTIFY_COMPLETED, &Handlers::completed,
+        this, MHD_OPTION_NOTIFY_CONNECTION, &ConnectionGuard::notify, &m_guard, MHD_OPTION_END);
     if (m_daemon == nullptr) {
-        return false;
+        close(listener);
+        return EIO;
     }
-    const MHD_DaemonInfo* info = MHD_get_daemon_info(m_daemon, MHD_DAEMON_INFO_BIND_PORT);
-    m_port = info != nullptr ? info->port : port;
+    m_port = boundPort(listener);
     m_watchdog.start();
-    return true;
+    m_guard.start();
+    return 0;
 }
 
 void HttpServer::stop() {
@@ -176,6 +235,7 @@ void HttpServer::stop() {
     m_pending.close(stopping(), kStopGrace);
     m_watchdog.stop();
     MHD_stop_daemon(m_daemon);
+    m_guard.stop();
     m_daemon = nullptr;
     m_port = 0;
     if (listener != MHD_INVALID_SOCKET) {

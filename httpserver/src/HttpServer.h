@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "ConnectionGuard.h"
 #include "PendingTable.h"
 #include "Reply.h"
 #include "Watchdog.h"
@@ -29,18 +30,23 @@ public:
     using Deliver = std::function<bool(unsigned int clientId, const char* body)>;
 
     static constexpr size_t kMaxBodySize = 64 * 1024;
-    static constexpr unsigned int kConnectionLimit = 256;
+    static constexpr unsigned int kMaxConnections = 1024;
     static constexpr unsigned int kConnectionsPerAddress = 32;
-    static constexpr unsigned int kIdleTimeoutSeconds = 30;
+    static constexpr std::chrono::seconds kArrivalDeadline{10};
 
-    HttpServer(Deliver deliver, std::chrono::milliseconds responseTimeout);
+    // The connection limits of a server in this process: a quarter of the file descriptors, at
+    // most kMaxConnections.
+    static ConnectionGuard::Limits defaultLimits();
+
+    HttpServer(Deliver deliver, std::chrono::milliseconds responseTimeout,
+               ConnectionGuard::Limits limits = defaultLimits());
     ~HttpServer();
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
     // Listens on port (0: any free one), IPv6 with IPv4 mapped in, or IPv4 alone where the
-    // system has no IPv6. False when the port cannot be bound.
-    bool start(unsigned short port);
+    // system has no IPv6. 0, or the errno of the failure (EADDRINUSE: another program has it).
+    int start(unsigned short port);
     // Stops listening, answers the pending requests 503 and closes every connection.
     void stop();
     unsigned short port() const { return m_port; }
@@ -62,6 +68,7 @@ private:
     std::atomic<std::chrono::milliseconds::rep> m_responseTimeoutMs;
     PendingTable m_pending;
     Watchdog m_watchdog;
+    ConnectionGuard m_guard;
     MHD_Daemon* m_daemon = nullptr;
     unsigned short m_port = 0;
 };

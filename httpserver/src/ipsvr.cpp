@@ -2,6 +2,7 @@
 #include "ipsvr.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -69,8 +70,8 @@ int ipsvr_start(unsigned short port) {
     }
     auto server = std::make_shared<ipsvr::HttpServer>(
         deliver, std::chrono::milliseconds(g_responseTimeoutMs.load()));
-    if (!server->start(port)) {
-        return IPSVR_ERR_LISTEN;
+    if (const int error = server->start(port); error != 0) {
+        return error == EADDRINUSE ? IPSVR_ERR_PORT_IN_USE : IPSVR_ERR_LISTEN;
     }
     std::lock_guard<std::mutex> lock(g_serverMutex);
     g_server = std::move(server);

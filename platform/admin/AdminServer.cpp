@@ -15,7 +15,9 @@
 
 #include <json-glib/json-glib.h>
 
+#include "ConnectionGuard.h"
 #include "EventStream.h"
+#include "PlatformObjects.h"
 #include "PlatformLog.h"
 #include "WebFiles.h"
 #include "dlog.h"
@@ -26,7 +28,9 @@ namespace {
 
 constexpr char kApiPrefix[] = "/api/";
 constexpr char kEventsPath[] = "/api/events";
-constexpr int kListenBacklog = 32;
+// Deep enough that a flood of reconnections from peers the guard cuts does not make the kernel
+// drop other clients' connection attempts.
+constexpr int kListenBacklog = SOMAXCONN;
 
 // What the server keeps of one request while its body arrives.
 struct RequestContext {
@@ -149,6 +153,7 @@ struct AdminServer::Handlers {
             // Headers are in; the body, if any, follows in later calls.
             *context = new RequestContext;
             if (declaresTooLargeBody(connection)) {
+                server->m_guard->arrived(connection);
                 return queueReply(connection,
                                   AdminReply::error(MHD_HTTP_CONTENT_TOO_LARGE, "body too large"));
             }
@@ -164,6 +169,8 @@ struct AdminServer::Handlers {
             *size = 0;
             return MHD_YES;
         }
+        // The whole request is in; an event stream that follows is not a slow client.
+        server->m_guard->arrived(connection);
         if (request->tooLarge) {
             return queueReply(connection,
                               AdminReply::error(MHD_HTTP_CONTENT_TOO_LARGE, "body too large"));
@@ -229,14 +236,16 @@ struct AdminServer::Handlers {
 
     static void freeEvents(void* stream) { delete static_cast<EventStream*>(stream); }
 
-    static void completed(void* /*self*/, MHD_Connection* /*connection*/, void** context,
+    static void completed(void* self, MHD_Connection* connection, void** context,
                           MHD_RequestTerminationCode /*code*/) {
+        static_cast<AdminServer*>(self)->m_guard->answered(connection);
         delete static_cast<RequestContext*>(*context);
         *context = nullptr;
     }
 };
 
-AdminServer::AdminServer(std::string webDir) : m_webDir(std::move(webDir)) {
+AdminServer::AdminServer(std::string webDir, ipsvr::ConnectionGuard::Limits limits)
+    : m_webDir(std::move(webDir)), m_guard(std::make_unique<ipsvr::ConnectionGuard>(limits)) {
     addRoute(MHD_HTTP_METHOD_GET, "/api/state",
              [this](const AdminRequest&) { return AdminReply::json(state()); });
 }
@@ -263,8 +272,15 @@ bool AdminServer::start(unsigned short port, std::string& error) {
         bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
         listen(fd, kListenBacklog) != 0 ||
         getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        error = "cannot listen on " + where +
-                " for the TV screen and admin API: " + std::strerror(errno);
+        if (errno == EADDRINUSE) {
+            // Not bad input but a machine where the service cannot run as asked.
+            error = "port " + std::to_string(port) +
+                    " is already in use by another program; stop it or start with --admin-port N";
+            noteFatalError(error);
+        } else {
+            error = "cannot listen on " + where +
+                    " for the TV screen and admin API: " + std::strerror(errno);
+        }
         if (fd >= 0) {
             close(fd);
         }
@@ -274,15 +290,18 @@ bool AdminServer::start(unsigned short port, std::string& error) {
     m_daemon = MHD_start_daemon(
         MHD_USE_THREAD_PER_CONNECTION | MHD_USE_POLL_INTERNAL_THREAD | MHD_USE_ITC, 0, nullptr,
         nullptr, &Handlers::access, this, MHD_OPTION_EXTERNAL_LOGGER, &logServerMessage, nullptr,
-        MHD_OPTION_LISTEN_SOCKET, fd, MHD_OPTION_CONNECTION_LIMIT, kConnectionLimit,
-        MHD_OPTION_CONNECTION_TIMEOUT, kIdleTimeoutSeconds, MHD_OPTION_NOTIFY_COMPLETED,
-        &Handlers::completed, this, MHD_OPTION_END);
+        MHD_OPTION_LISTEN_SOCKET, fd, MHD_OPTION_CONNECTION_LIMIT,
+        ipsvr::ConnectionGuard::daemonLimit(m_guard->limits()), MHD_OPTION_PER_IP_CONNECTION_LIMIT,
+        m_guard->limits().perAddress, MHD_OPTION_CONNECTION_TIMEOUT, kIdleTimeoutSeconds,
+        MHD_OPTION_NOTIFY_COMPLETED, &Handlers::completed, this, MHD_OPTION_NOTIFY_CONNECTION,
+        &ipsvr::ConnectionGuard::notify, m_guard.get(), MHD_OPTION_END);
     if (m_daemon == nullptr) {
         close(fd);
         error = "cannot start the TV screen and admin API on " + where;
         return false;
     }
     m_port = ntohs(address.sin_port);
+    m_guard->start();
     return true;
 }
 
@@ -294,6 +313,7 @@ void AdminServer::stop() {
     const MHD_socket listener = MHD_quiesce_daemon(m_daemon);
     m_broadcaster->close();  // event streams end, so their threads can be joined
     MHD_stop_daemon(m_daemon);
+    m_guard->stop();
     m_daemon = nullptr;
     m_port = 0;
     if (listener != MHD_INVALID_SOCKET) {

@@ -11,10 +11,15 @@
 #include <vector>
 
 #include "AdminJson.h"
+#include "ConnectionLimits.h"
 #include "StateBroadcaster.h"
 
 struct MHD_Daemon;
 struct MHD_Connection;
+
+namespace ipsvr {
+class ConnectionGuard;
+}
 
 namespace ipc_platform {
 
@@ -37,13 +42,21 @@ public:
     using Handler = std::function<AdminReply(const AdminRequest&)>;
 
     static constexpr size_t kMaxBodySize = 64 * 1024;
-    static constexpr unsigned int kConnectionLimit = 64;
+    static constexpr unsigned int kMaxConnections = 64;
+    static constexpr unsigned int kConnectionsPerAddress = 16;
+    static constexpr std::chrono::seconds kArrivalDeadline{10};
     static constexpr unsigned int kIdleTimeoutSeconds = 60;
     static constexpr std::chrono::seconds kKeepAlive{15};
 
-    // webDir: the folder of the page's files.
-    explicit AdminServer(std::string webDir);
-    ~AdminServer();
+    static ipsvr::ConnectionLimits defaultLimits() {
+        return {ipsvr::ConnectionLimits::descriptorShare(4, kMaxConnections),
+                kConnectionsPerAddress, kArrivalDeadline};
+    }
+
+    // webDir: the folder of the page's files. Connections past the limits are cut, those that
+    // have waited longest for a whole request first.
+    explicit AdminServer(std::string webDir, ipsvr::ConnectionLimits limits = defaultLimits());
+    ~AdminServer();  // out of line: the guard is only declared here
     AdminServer(const AdminServer&) = delete;
     AdminServer& operator=(const AdminServer&) = delete;
 
@@ -84,6 +97,7 @@ private:
     const std::string m_webDir;
     // Shared with publisher() functions, which may outlive the server.
     const std::shared_ptr<StateBroadcaster> m_broadcaster = std::make_shared<StateBroadcaster>();
+    const std::unique_ptr<ipsvr::ConnectionGuard> m_guard;
     MHD_Daemon* m_daemon = nullptr;
     unsigned short m_port = 0;
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "PlatformRuntime.h"
 
@@ -27,5 +28,9 @@ struct PlatformObjects {
 
 // Null when the platform is not initialised.
 std::shared_ptr<const PlatformObjects> currentObjects();
+
+// Keeps reason as the fatal error without logging it, for a failure that initialize returns to
+// the host itself. Main-loop thread.
+void noteFatalError(const std::string& reason);
 
 }  // namespace ipc_platform

@@ -33,6 +33,10 @@ std::shared_ptr<const PlatformObjects> g_objects;
 // The options of the current initialisation; written by initialize/shutdown only (main loop).
 Options g_options;
 
+// The first fatal error and who hears of one; main loop only.
+std::string g_fatalError;
+std::function<void()> g_fatalErrorHandler;
+
 std::string fileInDir(const std::string& dir, const char* name) {
     gchar* path = g_build_filename(dir.c_str(), name, nullptr);
     std::string result = path;
@@ -114,6 +118,7 @@ bool initialize(const Options& options, std::string& error) {
         error = "the platform is already initialised";
         return false;
     }
+    g_fatalError.clear();  // a new start, for processes that start more than once
     // The caller reports the error; it is not logged twice.
     std::shared_ptr<PlatformObjects> objects = loadObjects(options, error);
     if (objects == nullptr) {
@@ -149,6 +154,28 @@ void shutdown() {
     objects->keyValues->stop();
     g_options = Options();
     dlog_print(DLOG_INFO, kLogTag, "platform shut down");
+}
+
+void noteFatalError(const std::string& reason) {
+    if (g_fatalError.empty()) {
+        g_fatalError = reason;
+    }
+}
+
+void reportFatalError(const std::string& reason) {
+    dlog_print(DLOG_ERROR, kLogTag, "%s", reason.c_str());
+    noteFatalError(reason);
+    if (g_fatalErrorHandler) {
+        g_fatalErrorHandler();
+    }
+}
+
+std::string fatalError() {
+    return g_fatalError;
+}
+
+void setFatalErrorHandler(std::function<void()> handler) {
+    g_fatalErrorHandler = std::move(handler);
 }
 
 bool isInitialized() {

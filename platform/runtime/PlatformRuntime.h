@@ -3,6 +3,7 @@
 // thread-safe once initialize has returned.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -15,7 +16,7 @@ struct Options {
     std::string dataDir;      // created by the host; holds settings, key-value store, auth list
     std::string resourceDir;  // the installed data/ folder (profiles/, locale/, icons/)
     std::string profile;      // a profile name under resourceDir/profiles, or a file path
-    unsigned short port = 0;  // JSON-RPC port; 0 means "by the product's model year"
+    int port = -1;            // JSON-RPC port; -1: by the product's model year, 0: any free port
     // The admin server (TV screen page and admin API) on 127.0.0.1; off unless the host asks.
     // Port 0 lets the kernel choose (the chosen port is logged and reported by adminPort()).
     bool adminServer = false;
@@ -49,6 +50,17 @@ unsigned short adminPort();
 // (see AdminServer.h); null when the platform is not initialised or runs without it.
 // Thread-safe.
 std::shared_ptr<AdminServer> adminServer();
+// A part without which the service is no use (a port it cannot listen on) reports why, in one
+// sentence that says what to do. The reason is logged as an error and kept; the host then stops
+// with status 1, before signalling readiness when the report comes while the service starts.
+// Main-loop thread.
+void reportFatalError(const std::string& reason);
+// The first reason reported since initialize began (the admin port's when it failed
+// initialize); "" when none.
+std::string fatalError();
+// Runs after each report, for a host whose service already runs. Main-loop thread.
+void setFatalErrorHandler(std::function<void()> handler);
+
 // The loaded product profile; null when the platform is not initialised. Thread-safe.
 std::shared_ptr<const ProductProfile> productProfile();
 

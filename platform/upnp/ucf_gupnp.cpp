@@ -2,6 +2,7 @@
 #include "ucf.h"
 
 #include "PlatformRuntime.h"
+#include "SoupConnectionGuard.h"
 #include "UcfBodies.h"
 
 #include <libgupnp/gupnp.h>
@@ -13,11 +14,13 @@
 #include <libxml/tree.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -477,9 +480,20 @@ void withdraw(Device& device, GUPnPContext* context) {
     }
 }
 
+// Each context's description server gets the same connection limits as the HTTP servers.
+std::map<GUPnPContext*, std::unique_ptr<ipc_platform::SoupConnectionGuard>> g_guards;
+
+ipsvr::ConnectionLimits upnpLimits() {
+    return {ipsvr::ConnectionLimits::descriptorShare(4, 256), 16, std::chrono::seconds(10)};
+}
+
 void addContext(GUPnPContext* context) {
     g_state.contexts.push_back(GUPNP_CONTEXT(g_object_ref(context)));
     gssdp_client_set_server_id(GSSDP_CLIENT(context), serverId().c_str());
+    g_guards[context] = std::make_unique<ipc_platform::SoupConnectionGuard>(
+        gupnp_context_get_server(context), upnpLimits());
+    g_message("ucf: UPnP description server on %s:%u",
+              gssdp_client_get_host_ip(GSSDP_CLIENT(context)), gupnp_context_get_port(context));
     SoupServer* server = gupnp_context_get_server(context);
     g_signal_connect(server, "request-read", G_CALLBACK(onRequestReadFirst), nullptr);
     g_signal_connect(server, "request-started", G_CALLBACK(onRequestStarted), nullptr);
@@ -491,6 +505,7 @@ void addContext(GUPnPContext* context) {
 }
 
 void removeContext(GUPnPContext* context) {
+    g_guards.erase(context);
     SoupServer* server = gupnp_context_get_server(context);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestStarted),
                                          nullptr);
@@ -613,10 +628,9 @@ int ucf_start_framework_core(void) {
         return 0;
     }
     if (portTaken(g_state.port)) {
-        g_warning(
-            "ucf: TCP port %u is taken by another program, so the TV is not announced over "
-            "UPnP; give a second service --upnp-port 0 or --no-upnp",
-            g_state.port);
+        ipc_platform::reportFatalError("port " + std::to_string(g_state.port) +
+                                       " is already in use by another program; stop it or start "
+                                       "with --upnp-port N");
         return -1;
     }
     const char* iface = std::getenv("IPC_UPNP_INTERFACE");

@@ -95,10 +95,14 @@ void IPControlCore::start() {
     upnp->start();
     ServerManager* server = replace(m_serverManager, new ServerManager(true));
     server->create();
-    server->start();
+    const bool listening = server->start();
     replace(m_serviceController, new ServiceController())->create();
     setStarted(true);
-    LOGI("IP control service started");
+    if (listening) {
+        LOGI("IP control service started");
+    } else {
+        LOGE("IP control service is up but no client can reach it");
+    }
 }
 
 void IPControlCore::stop() {

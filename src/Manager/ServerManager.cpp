@@ -12,6 +12,18 @@ namespace {
 constexpr unsigned short kPortUpTo2019 = 1515;
 constexpr unsigned short kPortFrom2020 = 1516;
 constexpr int kLastYearOnOldPort = 19;
+// ipsvr_start's result for a port that another program holds.
+constexpr int kPortInUse = -8;
+
+// Why the server could not listen, in words for whoever reads the log.
+std::string listenFailure(unsigned short port, int result) {
+    const std::string where = "port " + std::to_string(port);
+    if (result == kPortInUse) {
+        return where + " is already in use by another program; stop it or start with --port N";
+    }
+    return "the JSON-RPC server cannot listen on " + where + " (error " + std::to_string(result) +
+           "); start with --port N to use another";
+}
 }  // namespace
 
 ServerManager::ServerManager(bool enabled)
@@ -53,9 +65,13 @@ bool ServerManager::start() {
     // Requests reach the pipeline only once the server is up.
     m_httpServer->setCallback(reinterpret_cast<void*>(&ServerManager::onReceiveCommand), this);
     if (result == 0) {
-        LOGI("JSON-RPC server listening on port %u", port);
+        const unsigned short bound = m_httpServer->getPort();
+        LOGI("JSON-RPC server listening on port %u", bound != 0 ? bound : port);
+    } else if (ipc_platform::isInitialized()) {
+        // Without its port the service is no use: the host is told, and stops.
+        ipc_platform::reportFatalError(listenFailure(port, result));
     } else {
-        LOGE("JSON-RPC server did not start on port %u (error %d)", port, result);
+        LOGE("%s", listenFailure(port, result).c_str());
     }
     return result == 0;
 }
@@ -68,8 +84,8 @@ bool ServerManager::stop() {
 }
 
 unsigned short ServerManager::getPortNum() {
-    if (ipc_platform::isInitialized() && ipc_platform::options().port != 0) {
-        return ipc_platform::options().port;
+    if (ipc_platform::isInitialized() && ipc_platform::options().port >= 0) {
+        return static_cast<unsigned short>(ipc_platform::options().port);
     }
     return SystemInfoUtil::GetTVYear() <= kLastYearOnOldPort ? kPortUpTo2019 : kPortFrom2020;
 }

@@ -161,7 +161,7 @@ class HardenedAccessManagerTest : public AccessManagerTest {
 protected:
     void SetUp() override {
         popups().reset();
-        startPlatform("\"product.tv_year\": 23", 0, true);
+        startPlatform("\"product.tv_year\": 23", -1, true);
     }
 
     std::string allow(const char* macAddr) {

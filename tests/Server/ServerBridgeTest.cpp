@@ -64,11 +64,11 @@ class ServerManagerTest : public testsupport::PlatformTest {};
 TEST_F(ServerManagerTest, PortFollowsModelYearUnlessTheHostChoosesOne) {
     const struct {
         const char* featureconf;
-        unsigned short hostPort;
+        int hostPort;
         int port;
-    } cases[] = {{"\"product.tv_year\": 19", 0, 1515},
-                 {"\"product.tv_year\": 20", 0, 1516},
-                 {"\"product.product_type\": 0", 0, 1515},  // no year counts as old
+    } cases[] = {{"\"product.tv_year\": 19", -1, 1515},
+                 {"\"product.tv_year\": 20", -1, 1516},
+                 {"\"product.product_type\": 0", -1, 1515},  // no year counts as old
                  {"\"product.tv_year\": 23", 8123, 8123}};
     for (const auto& c : cases) {
         startPlatform(c.featureconf, c.hostPort);

@@ -1,11 +1,17 @@
 // ipcontrold end to end: the settings file as the switch, clean stop, and start-up refusals.
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include <csignal>
+#include <cstring>
 
 #include <gtest/gtest.h>
 
 #include "support/DaemonProcess.h"
 #include "support/HttpClient.h"
 #include "support/PlatformFixture.h"
+#include "support/RunningTv.h"
 
 using testsupport::DaemonProcess;
 using testsupport::TempDir;
@@ -17,9 +23,8 @@ const std::string kDaemon = IPCONTROLD_PATH;
 class IpcontroldTest : public ::testing::Test {
 protected:
     void startDaemon() {
-        ASSERT_TRUE(m_daemon.start(
-            kDaemon, {"--data-dir", m_dir.path(), "--no-upnp", "--port",
-                      std::to_string(testsupport::findFreePort()), "--admin-port", "0"}));
+        ASSERT_TRUE(m_daemon.start(kDaemon, {"--data-dir", m_dir.path(), "--no-upnp", "--port", "0",
+                                             "--admin-port", "0"}));
         ASSERT_TRUE(m_daemon.waitForOutput("IP_REMOTE_SUPPORT nEnabled:1")) << m_daemon.output();
     }
 
@@ -103,6 +108,46 @@ TEST(IpcontroldRefusal, BadStartupInputGivesOneLineAndExitCodeTwo) {
         EXPECT_NE(std::string::npos, output.find(bad.mentions)) << bad.what << ": " << output;
         EXPECT_EQ(1, std::count(output.begin(), output.end(), '\n')) << bad.what << ": " << output;
     }
+}
+
+// Another program holds the port the daemon is to use: the daemon says which and what to do,
+// never tells a service manager it is ready, and exits with 1. The same for each of its ports.
+TEST(IpcontroldRefusal, APortInUseIsSaidInWordsAndEndsTheDaemonBeforeReadiness) {
+    unsigned short port = 0;
+    const int holder = testsupport::holdLoopbackPort(port, true);
+    ASSERT_GE(holder, 0);
+    const std::string held = std::to_string(port);
+
+    TempDir notifyDir;
+    const int notify = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    sockaddr_un notifyAddress = {};
+    notifyAddress.sun_family = AF_UNIX;
+    const std::string notifyPath = notifyDir.file("notify");
+    ASSERT_LT(notifyPath.size(), sizeof notifyAddress.sun_path);
+    std::strcpy(notifyAddress.sun_path, notifyPath.c_str());
+    ASSERT_EQ(0, bind(notify, reinterpret_cast<sockaddr*>(&notifyAddress), sizeof notifyAddress));
+    setenv("NOTIFY_SOCKET", notifyPath.c_str(), 1);
+    setenv("IPC_UPNP_INTERFACE", "lo", 1);
+
+    for (const char* option : {"--port", "--admin-port", "--upnp-port"}) {
+        TempDir dir;
+        testsupport::RunningTv tv(dir.path());
+        tv.enableUpnp();
+        // The service itself may come up before the host gives up, so only the end counts.
+        tv.start("allow", {option, held});
+        EXPECT_EQ(1, tv.stop()) << tv.output();
+        EXPECT_NE(std::string::npos,
+                  tv.output().find("port " + held +
+                                   " is already in use by another program; stop it or start "
+                                   "with " +
+                                   option + " N"))
+            << tv.output();
+        char datagram[256];
+        EXPECT_EQ(-1, recv(notify, datagram, sizeof datagram, 0)) << option << " said ready";
+    }
+    unsetenv("NOTIFY_SOCKET");
+    close(notify);
+    close(holder);
 }
 
 }  // namespace

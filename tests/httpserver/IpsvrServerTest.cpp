@@ -299,7 +299,7 @@ TEST_F(IpsvrServerTest, StartFailsWhileRunningAndOnABusyPort) {
     ASSERT_EQ(listen(busy, 1), 0);
     ASSERT_EQ(getsockname(busy, reinterpret_cast<sockaddr*>(&address), &length), 0);
     ASSERT_EQ(ipsvr_stop(), IPSVR_OK);
-    EXPECT_EQ(ipsvr_start(ntohs(address.sin_port)), IPSVR_ERR_LISTEN);
+    EXPECT_EQ(ipsvr_start(ntohs(address.sin_port)), IPSVR_ERR_PORT_IN_USE);
     EXPECT_EQ(ipsvr_getPort(), IPSVR_ERR_NOT_STARTED);
     close(busy);
 }

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -15,6 +16,7 @@
 #include <json-glib/json-glib.h>
 
 #include "AdminJson.h"
+#include "AdminServer.h"
 #include "EventStream.h"
 #include "NotificationCenter.h"
 #include "paired_clients.h"
@@ -433,27 +435,23 @@ TEST_F(AdminServerTest, RefusesOtherSitesAndHostNames) {
     EXPECT_EQ(200, request("POST", "/api/notification/deny", "", ownOrigin).status);
 }
 
-TEST_F(AdminServerTest, LogsItsAddressAndAPortInUseFailsInitialize) {
+TEST_F(AdminServerTest, LogsItsAddressAndAPortInUseFailsInitializeInWords) {
     testsupport::LogCapture log;
     startServer();
     EXPECT_TRUE(log.contains(
         "TV screen and admin API on http://127.0.0.1:" + std::to_string(m_port) + "/"));
-
-    // A second platform on the same port: the port is taken by the first.
-    const unsigned short taken = m_port;
     ipc_platform::shutdown();
-    const int blocker = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(taken);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(0, bind(blocker, reinterpret_cast<sockaddr*>(&address), sizeof address));
-    ASSERT_EQ(0, listen(blocker, 1));
-    m_options.adminPort = taken;
+
+    // Another program listens on the port asked for.
+    const int blocker = testsupport::holdLoopbackPort(m_options.adminPort, true);
+    ASSERT_GE(blocker, 0);
+    const std::string taken = std::to_string(m_options.adminPort);
     std::string error;
     EXPECT_FALSE(ipc_platform::initialize(m_options, error));
-    EXPECT_NE(std::string::npos, error.find("127.0.0.1:" + std::to_string(taken))) << error;
-    EXPECT_EQ(std::string::npos, error.find('\n'));
+    EXPECT_EQ("port " + taken +
+                  " is already in use by another program; stop it or start with --admin-port N",
+              error);
+    EXPECT_EQ(error, ipc_platform::fatalError());
     EXPECT_FALSE(ipc_platform::isInitialized());
     close(blocker);
 }
@@ -495,3 +493,26 @@ TEST(EventStreamTest, ContinuousChangesAreSpacedOutAndTheLastIsSent) {
 
 }  // namespace
 }  // namespace platform_test
+
+// Local programs posing as several hosts hold half requests on every connection they can get:
+// the oldest are cut so the TV screen still gets in.
+TEST(AdminServerLimitsTest, HalfRequestsFromSeveralAddressesCannotLockOutTheScreen) {
+    ipc_platform::AdminServer server(testing::TempDir(), {8, 4, std::chrono::seconds(60)});
+    std::string error;
+    ASSERT_TRUE(server.start(0, error)) << error;
+    std::vector<std::unique_ptr<testsupport::HttpClient>> slow;
+    for (int i = 0; i < 24; ++i) {
+        slow.push_back(std::make_unique<testsupport::HttpClient>());
+        ASSERT_TRUE(
+            slow.back()->connectFrom("127.0.1." + std::to_string(1 + i % 6), server.port()));
+        slow.back()->send("GET /api/state HTTP/1.1\r\nHost: 127.0.0.1\r\n");  // may be cut
+    }
+    testsupport::HttpClient screen;
+    ASSERT_TRUE(screen.connect(server.port()));
+    ASSERT_TRUE(screen.send("GET /api/state HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"));
+    std::optional<testsupport::HttpResponse> answer = screen.read();
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(200, answer->status);
+    EXPECT_TRUE(slow.front()->waitClosed());
+    server.stop();
+}

@@ -82,7 +82,11 @@ bool DaemonProcess::waitForOutput(const std::string& text, int timeoutMs) {
         if (countOutput(text) > 0) {
             return true;
         }
-        if (m_pid > 0 && waitpid(m_pid, nullptr, WNOHANG | WNOWAIT) == m_pid) {
+        siginfo_t ended = {};
+        // waitid, not waitpid: only waitid can look without reaping (WNOWAIT).
+        if (m_pid > 0 &&
+            waitid(P_PID, static_cast<id_t>(m_pid), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+            ended.si_pid == m_pid) {
             // Ended: whatever it wrote is in the pipe or already read.
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
             return countOutput(text) > 0;

@@ -42,6 +42,23 @@ bool HttpClient::connect(unsigned short port, int family) {
     return true;
 }
 
+bool HttpClient::connectFrom(const std::string& source, unsigned short port) {
+    close();
+    sockaddr_in from = {};
+    from.sin_family = AF_INET;
+    sockaddr_in to = from;
+    to.sin_port = htons(port);
+    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    m_fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (m_fd < 0 || inet_pton(AF_INET, source.c_str(), &from.sin_addr) != 1 ||
+        bind(m_fd, reinterpret_cast<sockaddr*>(&from), sizeof from) != 0 ||
+        ::connect(m_fd, reinterpret_cast<sockaddr*>(&to), sizeof to) != 0) {
+        close();
+        return false;
+    }
+    return true;
+}
+
 bool HttpClient::send(const std::string& bytes) {
     size_t sent = 0;
     while (m_fd >= 0 && sent < bytes.size()) {
@@ -144,20 +161,22 @@ void HttpClient::close() {
     m_pending.clear();
 }
 
-unsigned short findFreePort() {
-    int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+int holdLoopbackPort(unsigned short& port, bool listening) {
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = 0;
-    socklen_t length = sizeof(address);
-    unsigned short port = 0;
-    if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
-        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-        port = ntohs(address.sin_port);
+    socklen_t length = sizeof address;
+    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        (listening && listen(fd, 1) != 0) ||
+        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        if (fd >= 0) {
+            ::close(fd);
+        }
+        return -1;
     }
-    ::close(fd);
-    return port;
+    port = ntohs(address.sin_port);
+    return fd;
 }
 
 bool loopbackMulticastWorks() {

@@ -34,6 +34,9 @@ public:
 
     // Connects to 127.0.0.1 (AF_INET) or ::1 (AF_INET6).
     bool connect(unsigned short port, int family = AF_INET);
+    // Connects to 127.0.0.1 from another loopback address, "127.0.1.7" say, as another host
+    // would.
+    bool connectFrom(const std::string& source, unsigned short port);
     // Takes over a connected socket, one accepted from a listener say, to read a request from
     // it (read() then gives status 0) and send the answer.
     void adopt(int fd) {
@@ -64,8 +67,9 @@ private:
     std::string m_pending;
 };
 
-// A TCP port on 127.0.0.1 that nothing listens on right now.
-unsigned short findFreePort();
+// A socket on 127.0.0.1 at a port the kernel chose, listening when asked: while the caller holds
+// it, nothing else can take the port. -1 on failure; the caller closes it.
+int holdLoopbackPort(unsigned short& port, bool listening);
 
 // Whether a datagram sent to the SSDP group on lo comes back to a member there; without that
 // no discovery can work on this machine.

@@ -110,7 +110,7 @@ std::string makeProfile(const std::string& featureconfMembers) {
 }
 
 bool startPlatform(const TempDir& dir, const std::string& profileJson, std::string& error,
-                   unsigned short port, bool hardenedSecurity) {
+                   int port, bool hardenedSecurity) {
     std::string profilePath = dir.file("profile.json");
     writeFile(profilePath, profileJson);
     ipc_platform::Options options;

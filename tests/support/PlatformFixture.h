@@ -54,9 +54,9 @@ void drainMainLoop();
 // "\"product.tv_year\": 23").
 std::string makeProfile(const std::string& featureconfMembers);
 
-// Initialises the platform on dataDir with the profile text written next to it; port 0 leaves
+// Initialises the platform on dataDir with the profile text written next to it; port -1 leaves
 // the JSON-RPC port to the model year.
 bool startPlatform(const TempDir& dir, const std::string& profileJson, std::string& error,
-                   unsigned short port = 0, bool hardenedSecurity = false);
+                   int port = -1, bool hardenedSecurity = false);
 
 }  // namespace testsupport

@@ -16,7 +16,7 @@ protected:
 
     // Initialises the platform with a profile holding the featureconf members (see
     // makeProfile()); fails the test when that fails.
-    void startPlatform(const std::string& featureconf = "", unsigned short port = 0,
+    void startPlatform(const std::string& featureconf = "", int port = -1,
                        bool hardenedSecurity = false) {
         std::string error;
         ASSERT_TRUE(testsupport::startPlatform(m_dir, makeProfile(featureconf), error, port,

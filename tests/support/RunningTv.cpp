@@ -42,15 +42,13 @@ RunningTv::~RunningTv() {
 }
 
 bool RunningTv::start(const std::string& approval, const std::vector<std::string>& extra) {
-    m_port = findFreePort();
-    std::vector<std::string> args = {"--data-dir",           m_dataDir,      "--port",
-                                     std::to_string(m_port), "--admin-port", "0",
-                                     "--approval",           approval};
-    if (m_upnpPort < 0) {
+    std::vector<std::string> args = {"--data-dir",   m_dataDir, "--port",     "0",
+                                     "--admin-port", "0",       "--approval", approval};
+    if (!m_upnp) {
         args.push_back("--no-upnp");
     } else {
         allowUpnpLibraryLeaks();
-        args.insert(args.end(), {"--upnp-port", std::to_string(m_upnpPort)});
+        args.insert(args.end(), {"--upnp-port", "0"});
     }
     args.insert(args.end(), extra.begin(), extra.end());
     m_daemon = std::make_unique<DaemonProcess>();
@@ -58,13 +56,20 @@ bool RunningTv::start(const std::string& approval, const std::vector<std::string
         !m_daemon->waitForOutput("IP control service started")) {
         return false;
     }
-    std::smatch match;
-    std::string text = m_daemon->output();
+    const std::string text = m_daemon->output();
+    auto portAfter = [&text](const std::regex& pattern) -> unsigned short {
+        std::smatch match;
+        return std::regex_search(text, match, pattern)
+                   ? static_cast<unsigned short>(std::stoi(match[1]))
+                   : 0;
+    };
+    static const std::regex kPort("JSON-RPC server listening on port ([0-9]+)");
     static const std::regex kAdmin("admin API on http://127\\.0\\.0\\.1:([0-9]+)/");
-    if (std::regex_search(text, match, kAdmin)) {
-        m_adminPort = static_cast<unsigned short>(std::stoi(match[1]));
-    }
-    return true;
+    static const std::regex kUpnp("UPnP description server on 127\\.0\\.0\\.1:([0-9]+)");
+    m_port = portAfter(kPort);
+    m_adminPort = portAfter(kAdmin);
+    m_upnpPort = m_upnp ? portAfter(kUpnp) : 0;
+    return m_port != 0;
 }
 
 int RunningTv::stop() {

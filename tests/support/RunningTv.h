@@ -1,5 +1,5 @@
-// Test support: a running ipcontrold on a temporary data directory, free ports and a chosen
-// approval mode, with the requests a client and the TV screen make.
+// Test support: a running ipcontrold on a temporary data directory, ports the daemon chose and a
+// chosen approval mode, with the requests a client and the TV screen make.
 #pragma once
 
 #include <memory>
@@ -18,17 +18,20 @@ public:
     explicit RunningTv(std::string dataDir);
     ~RunningTv();
 
-    // Announce the TV over UPnP from the next start() on, its server on upnpPort (0: any free
-    // port) instead of starting with --no-upnp.
-    void enableUpnp(unsigned short upnpPort = 0) { m_upnpPort = upnpPort; }
-    // Starts the daemon (free JSON-RPC and admin ports, UPnP off unless enabled) and waits until
-    // the service has started; false with the daemon's output in output() otherwise.
+    // Announce the TV over UPnP from the next start() on, its server on a port it chooses,
+    // instead of starting with --no-upnp.
+    void enableUpnp() { m_upnp = true; }
+    // Starts the daemon (every port chosen by the daemon and read from its log, UPnP off unless
+    // enabled; extra options come last and win) and waits until the service has started; false
+    // with the daemon's output in output() otherwise.
     bool start(const std::string& approval = "allow", const std::vector<std::string>& extra = {});
     // SIGTERM and the exit code (0 for a clean stop).
     int stop();
 
     unsigned short port() const { return m_port; }
     unsigned short adminPort() const { return m_adminPort; }
+    // The UPnP description server's port on 127.0.0.1; 0 without UPnP.
+    unsigned short upnpPort() const { return m_upnpPort; }
     // What the daemon wrote so far (after stop(): all of it).
     std::string output() const;
 
@@ -49,7 +52,8 @@ private:
     std::unique_ptr<DaemonProcess> m_daemon;
     unsigned short m_port = 0;
     unsigned short m_adminPort = 0;
-    int m_upnpPort = -1;       // -1: --no-upnp
+    unsigned short m_upnpPort = 0;
+    bool m_upnp = false;
     std::string m_lastOutput;  // what the daemon wrote, kept after stop()
 };
 

@@ -86,7 +86,7 @@ TEST(CliDiscoverTest, FindsTheTvAnnouncedOnLoopbackOnce) {
     setenv("IPC_UPNP_INTERFACE", "lo", 1);
     testsupport::TempDir dir;
     testsupport::RunningTv tv(dir.path());
-    tv.enableUpnp(0);
+    tv.enableUpnp();
     ASSERT_TRUE(tv.start()) << tv.output();
 
     // Other services on this machine may answer too, on the same address; ours has our UDN.

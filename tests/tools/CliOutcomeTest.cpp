@@ -1,5 +1,7 @@
 // The ipcontrol executable against a scripted TV: what each answer of the TV becomes, as the
 // sentence and exit code a user or a script sees.
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "TokenStore.h"
@@ -119,11 +121,15 @@ TEST_F(CliOutcomeTest, CallWithoutAStoredTokenAsksToPairFirst) {
 }
 
 TEST_F(CliOutcomeTest, UnreachableOrStoppedTvExitsWith3) {
-    unsigned short nothingListens = testsupport::findFreePort();
+    // Bound but not listening: held by this test, so nothing else can listen there meanwhile.
+    unsigned short nothingListens = 0;
+    const int holder = testsupport::holdLoopbackPort(nothingListens, false);
+    ASSERT_GE(holder, 0);
     storeToken(nothingListens);
     EXPECT_EQ(3, runAt(nothingListens, {"pair"}));
     EXPECT_TRUE(said("cannot be reached (Connection refused)")) << m_cli.output();
     EXPECT_EQ(3, runAt(nothingListens, {"call", "powerControl"}));
+    close(holder);
 
     storeToken(m_tv.port());
     m_tv.stopService();

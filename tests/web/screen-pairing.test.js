@@ -10,7 +10,6 @@ const assert = require('node:assert/strict');
 const { spawn } = require('node:child_process');
 const fs = require('node:fs');
 const http = require('node:http');
-const net = require('node:net');
 const os = require('node:os');
 const path = require('node:path');
 
@@ -29,17 +28,6 @@ const CHROMIUM_ARGS = ['--headless', '--no-sandbox', '--disable-gpu', '--disable
 function skip(reason) {
   console.log('skipped: ' + reason);
   process.exit(SKIP);
-}
-
-function freePort() {
-  return new Promise((resolve, reject) => {
-    const server = net.createServer();
-    server.once('error', reject);
-    server.listen(0, '127.0.0.1', () => {
-      const { port } = server.address();
-      server.close(() => resolve(port));
-    });
-  });
 }
 
 // The daemon as a child process; stderr is collected for waiting on log lines and for failures.
@@ -179,14 +167,14 @@ async function expectButtonsVisible(page, size) {
 }
 
 async function run(playwright, daemonPath, cliPath, dirs) {
-  const rpcPort = await freePort();
-  const daemon = new Daemon(daemonPath, ['--data-dir', dirs.data, '--no-upnp', '--port',
-    String(rpcPort), '--admin-port', '0', '--approval', 'screen']);
+  const daemon = new Daemon(daemonPath, ['--data-dir', dirs.data, '--no-upnp', '--port', '0',
+    '--admin-port', '0', '--approval', 'screen']);
   let browser = null;
   let page = null;
   try {
     const [, adminUrl] = await daemon.waitFor(/TV screen and admin API on (http:\/\/127\.0\.0\.1:\d+\/)/);
-    await daemon.waitFor(new RegExp('listening on port ' + rpcPort));
+    const [, rpcText] = await daemon.waitFor(/JSON-RPC server listening on port (\d+)/);
+    const rpcPort = Number(rpcText);
 
     browser = await playwright.chromium.launchPersistentContext(dirs.profile, {
       executablePath: CHROMIUM, headless: true, args: CHROMIUM_ARGS,

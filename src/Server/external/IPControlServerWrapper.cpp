@@ -80,6 +80,8 @@ bool IPControlServerWrapper::setupDelegator() {
         reinterpret_cast<decltype(g_delegator.ipsvr_getPeerMacAddr)>(symbols[3]);
     g_delegator.ipsvr_setCallback =
         reinterpret_cast<decltype(g_delegator.ipsvr_setCallback)>(symbols[4]);
+    g_delegator.ipsvr_getPort =
+        reinterpret_cast<decltype(g_delegator.ipsvr_getPort)>(dlsym(m_handle, "ipsvr_getPort"));
     LOGI("symbol loading success!!");
     return true;
 }
@@ -105,6 +107,14 @@ int IPControlServerWrapper::start(unsigned short port) {
         return -1;
     }
     return g_delegator.ipsvr_start(port);
+}
+
+unsigned short IPControlServerWrapper::getPort() {
+    std::shared_lock<std::shared_mutex> lock(m_mutex);
+    const int port = m_handle != nullptr && g_delegator.ipsvr_getPort != nullptr
+                         ? g_delegator.ipsvr_getPort()
+                         : 0;
+    return port > 0 ? static_cast<unsigned short>(port) : 0;
 }
 
 int IPControlServerWrapper::stop() {

@@ -16,6 +16,9 @@ struct IPControlServerDelegator {
     int (*ipsvr_sendResponse)(unsigned int clientId, const char* text, bool accessDenied);
     int (*ipsvr_getPeerMacAddr)(unsigned int clientId, char* macAddress);
     int (*ipsvr_setCallback)(ipsvr_request_callback callback, void* userData);
+    // Optional: the port the server listens on, for a server started on port 0. Null when the
+    // library does not offer it.
+    int (*ipsvr_getPort)();
 };
 
 class IPControlServerWrapper {
@@ -37,6 +40,8 @@ public:
     int sendResponse(unsigned int clientId, const std::string& text, bool accessDenied);
     std::string getPeerMacAddr(unsigned int clientId);
     int setCallback(void* callback, void* userData);
+    // The port the server listens on; 0 when unknown (not started, or a library without it).
+    unsigned short getPort();
 
     // libipcontrol-http-server.so in the folder of the binary that holds this code.
     static std::string defaultLibraryPath();
