@@ -1,20 +1,58 @@
 // Reading the SOAP and GENA bodies that the UPnP framework builds, with libxml2.
 #include "UcfBodies.h"
 
+#include <glib.h>
 #include <libxml/parser.h>
-#include <libxml/tree.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 namespace ucf {
 namespace {
 
-struct DocFree {
-    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
-};
-using Doc = std::unique_ptr<xmlDoc, DocFree>;
+const gsize kMaxDocumentBytes = 1024 * 1024;  // description documents are a few KiB
+
+// The parser stops at a document type declaration, before its internal subset is read: no
+// entity of a document is ever declared, so none can be expanded.
+void stopAtDocumentType(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
+    auto* parser = static_cast<xmlParserCtxtPtr>(context);
+    *static_cast<bool*>(parser->_private) = true;
+    xmlStopParser(parser);
+}
+
+// Our own parses stay silent whatever handler the thread has: their callers report failures.
+void ignoreXmlMessage(void*, xmlErrorPtr) {}
+
+// Reads a document without network access, without loading or keeping any DTD; a document with
+// a declaration gives null and documentType true.
+Doc readBounded(const char* data, size_t length, int options, bool& documentType) {
+    documentType = false;
+    xmlParserCtxtPtr parser = xmlNewParserCtxt();
+    if (parser == nullptr || length > static_cast<size_t>(INT32_MAX)) {
+        xmlFreeParserCtxt(parser);
+        return nullptr;
+    }
+    parser->_private = &documentType;
+    parser->sax->internalSubset = stopAtDocumentType;
+    parser->sax->serror = ignoreXmlMessage;
+    options &= ~(XML_PARSE_NOENT | XML_PARSE_DTDLOAD | XML_PARSE_DTDATTR | XML_PARSE_DTDVALID |
+                 XML_PARSE_XINCLUDE | XML_PARSE_HUGE);
+    Doc doc(xmlCtxtReadMemory(parser, data, static_cast<int>(length), nullptr, nullptr,
+                              options | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    xmlFreeParserCtxt(parser);
+    if (doc && (doc->intSubset != nullptr || doc->extSubset != nullptr)) {
+        documentType = true;
+    }
+    if (documentType) {
+        doc.reset();
+    }
+    return doc;
+}
+
+Doc readBounded(const char* data, size_t length) {
+    bool documentType = false;
+    return readBounded(data, length, 0, documentType);
+}
 
 // Fragments may use prefixes they do not declare ("s:Fault"); the wrapper declares them.
 Doc parseFragment(const std::string& body) {
@@ -22,8 +60,7 @@ Doc parseFragment(const std::string& body) {
         "<w xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\" "
         "xmlns:u=\"urn:u\" xmlns:e=\"urn:schemas-upnp-org:event-1-0\">" +
         body + "</w>";
-    return Doc(xmlReadMemory(wrapped.data(), static_cast<int>(wrapped.size()), nullptr, nullptr,
-                             XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    return readBounded(wrapped.data(), wrapped.size());
 }
 
 xmlNode* firstElement(xmlNode* node) {
@@ -63,6 +100,10 @@ xmlNode* findByName(xmlNode* node, const char* name) {
 }
 
 }  // namespace
+
+void DocFree::operator()(xmlDoc* doc) const {
+    xmlFreeDoc(doc);
+}
 
 bool parseResponseArguments(const std::string& body, NamedTexts& out) {
     Doc doc = parseFragment(body);
@@ -115,8 +156,7 @@ bool parsePropertySet(const std::string& body, NamedTexts& out) {
 }
 
 bool parseActionRequest(const char* data, size_t length, NamedTexts& out) {
-    Doc doc(xmlReadMemory(data, static_cast<int>(length), nullptr, nullptr,
-                          XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    Doc doc = readBounded(data, length);
     if (!doc) {
         return false;
     }
@@ -127,6 +167,27 @@ bool parseActionRequest(const char* data, size_t length, NamedTexts& out) {
     }
     childTexts(action, out);
     return true;
+}
+
+bool hasDocumentType(const char* data, size_t length) {
+    bool documentType = false;
+    // GUPnP reads request bodies in recovery mode; so does this check, so that a declaration
+    // libxml2 would reach there is found here too.
+    readBounded(data, length, XML_PARSE_RECOVER, documentType);
+    return documentType;
+}
+
+Doc readDocumentFile(const std::string& path, int options) {
+    gchar* text = nullptr;
+    gsize length = 0;
+    if (!g_file_get_contents(path.c_str(), &text, &length, nullptr) || length > kMaxDocumentBytes) {
+        g_free(text);
+        return nullptr;
+    }
+    bool documentType = false;
+    Doc doc = readBounded(text, length, options, documentType);
+    g_free(text);
+    return doc;
 }
 
 }  // namespace ucf

@@ -3,6 +3,7 @@
 
 #include "PlatformRuntime.h"
 #include "UcfBodies.h"
+#include "UcfXmlLog.h"
 
 #include <libgupnp/gupnp.h>
 #include <libsoup/soup.h>
@@ -111,9 +112,8 @@ std::string stableUdn(const std::string& path) {
 // The description's UDN; an empty one is filled with the stable UDN and the file rewritten
 // (through a temporary file, so a failure leaves the old one).
 std::string readOrAssignUdn(const std::string& path) {
-    xmlDoc* doc =
-        xmlReadFile(path.c_str(), nullptr,
-                    XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    ucf::Doc owned = ucf::readDocumentFile(path, XML_PARSE_NOBLANKS);
+    xmlDoc* doc = owned.get();
     if (doc == nullptr) {
         return "";
     }
@@ -134,7 +134,6 @@ std::string readOrAssignUdn(const std::string& path) {
             }
         }
     }
-    xmlFreeDoc(doc);
     return udn;
 }
 
@@ -288,6 +287,35 @@ void onRequestStarted(SoupServer*, SoupServerMessage* message, gpointer) {
     g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeaders), nullptr);
 }
 
+// A UPnP fault answered by the layer itself, before GUPnP reads the request.
+void refuseAction(SoupServerMessage* message, int code, const char* description) {
+    gchar* body = g_strdup_printf(
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+        "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\" "
+        "s:encodingStyle=\"http://schemas.xmlsoap.org/soap/encoding/\"><s:Body><s:Fault>"
+        "<faultcode>s:Client</faultcode><faultstring>UPnPError</faultstring><detail>"
+        "<UPnPError xmlns=\"urn:schemas-upnp-org:control-1-0\"><errorCode>%d</errorCode>"
+        "<errorDescription>%s</errorDescription></UPnPError></detail></s:Fault></s:Body>"
+        "</s:Envelope>\n",
+        code, description);
+    soup_server_message_set_response(message, "text/xml; charset=\"utf-8\"", SOUP_MEMORY_TAKE, body,
+                                     std::strlen(body));
+    soup_server_message_set_status(message, SOUP_STATUS_INTERNAL_SERVER_ERROR, nullptr);
+}
+
+// The control request's body as far as the layer checks it before GUPnP parses it: a document
+// type declaration is refused (402, the arguments cannot be read), so GUPnP's own parse never
+// meets an entity declaration.
+bool acceptableBody(SoupServerMessage* message) {
+    SoupMessageBody* body = soup_server_message_get_request_body(message);
+    if (body == nullptr || body->data == nullptr ||
+        !ucf::hasDocumentType(body->data, static_cast<size_t>(body->length))) {
+        return true;
+    }
+    refuseAction(message, 402, "Invalid Args");
+    return false;
+}
+
 // GUPnP answers 401 itself unless a handler is connected for the action's own name, so each
 // name gets one as its first request arrives (a bounded number per service).
 void onRequestRead(SoupServer*, SoupServerMessage* message, gpointer) {
@@ -304,7 +332,13 @@ void onRequestRead(SoupServer*, SoupServerMessage* message, gpointer) {
     const std::string path = g_uri_get_path(soup_server_message_get_uri(message));
     for (auto& entry : g_state.devices) {
         for (HostedService& hosted : entry.second.services) {
-            if (hosted.controlPath != path || name.empty() || hosted.actions.count(name) != 0 ||
+            if (hosted.controlPath != path) {
+                continue;
+            }
+            if (!acceptableBody(message)) {
+                return;
+            }
+            if (name.empty() || hosted.actions.count(name) != 0 ||
                 hosted.actions.size() >= kMaxActionNames) {
                 continue;
             }
@@ -378,6 +412,7 @@ void withdraw(Device& device, GUPnPContext* context) {
 }
 
 void addContext(GUPnPContext* context) {
+    ucf::routeXmlMessages();
     g_state.contexts.push_back(GUPNP_CONTEXT(g_object_ref(context)));
     SoupServer* server = gupnp_context_get_server(context);
     g_signal_connect(server, "request-started", G_CALLBACK(onRequestStarted), nullptr);
@@ -472,6 +507,7 @@ guint g_serviceLogHandler = 0;
 extern "C" {
 
 int ucf_init_framework_core(void) {
+    ucf::routeXmlMessages();
     if (g_serviceLogHandler == 0) {
         g_serviceLogHandler = g_log_set_handler("gupnp-service", G_LOG_LEVEL_WARNING,
                                                 logGupnpServiceMessage, nullptr);
@@ -562,7 +598,9 @@ int ucf_terminate_framework_core(void) {
         g_log_remove_handler("gupnp-service", g_serviceLogHandler);
         g_serviceLogHandler = 0;
     }
-    return ucf_stop_framework_core();
+    const int result = ucf_stop_framework_core();
+    ucf::unrouteXmlMessages();
+    return result;
 }
 
 int ucf_suspend_framework_core(void) {

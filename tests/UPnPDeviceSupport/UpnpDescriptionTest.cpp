@@ -55,7 +55,7 @@ protected:
 
 }  // namespace
 
-TEST_F(UpnpDescriptionTest, ServiceFileWithDeviceRootIsRefused) {
+TEST_F(UpnpDescriptionTest, ServiceFileWithDeviceRootOrADocumentTypeIsRefused) {
     std::string path = m_dir.file("scpd-with-device-root.xml");
     writeFile(path, kDevice);
     UpnpDescriptionService service;
@@ -64,6 +64,13 @@ TEST_F(UpnpDescriptionTest, ServiceFileWithDeviceRootIsRefused) {
     EXPECT_TRUE(m_log.contains("wrong root element name [root] expected [scpd]"));
     EXPECT_FALSE(service.store());
     EXPECT_TRUE(m_log.contains("Wrong state m_xmlDoc==NULL"));
+
+    // Its entities would be expanded whenever an element's text is read.
+    const std::string declaration = "<?xml version=\"1.0\"?>\n";
+    writeFile(path, declaration + "<!DOCTYPE scpd [<!ENTITY a \"aaaa\">]>" +
+                        std::string(kScpd).substr(declaration.size()));
+    EXPECT_FALSE(service.parseServiceFile(path));
+    EXPECT_TRUE(m_log.contains("a document type declaration is not accepted"));
 }
 
 TEST_F(UpnpDescriptionTest, ServiceListsAndAddsActions) {

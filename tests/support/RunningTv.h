@@ -28,6 +28,8 @@ public:
     int stop();
 
     unsigned short port() const { return m_port; }
+    // The daemon's process id while it runs, else -1.
+    pid_t pid() const { return m_daemon ? m_daemon->pid() : -1; }
     unsigned short adminPort() const { return m_adminPort; }
     // What the daemon wrote so far (after stop(): all of it).
     std::string output() const;

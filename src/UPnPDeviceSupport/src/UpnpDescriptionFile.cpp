@@ -14,6 +14,9 @@ namespace ip_control {
 
 namespace {
 
+// Blank text nodes are dropped so that stored files come out evenly indented.
+constexpr int kParseOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET;
+
 const xmlChar* xc(const std::string& s) {
     return reinterpret_cast<const xmlChar*>(s.c_str());
 }
@@ -26,6 +29,15 @@ std::string contentOf(xmlNode* node) {
 }
 
 }  // namespace
+
+xmlDoc* UpnpDescriptionFile::readWithoutDtd(xmlDoc* doc) {
+    if (doc != nullptr && (doc->intSubset != nullptr || doc->extSubset != nullptr)) {
+        LOGE("a document type declaration is not accepted in a description");
+        xmlFreeDoc(doc);
+        return nullptr;
+    }
+    return doc;
+}
 
 UpnpDescriptionFile::~UpnpDescriptionFile() {
     UpnpDescriptionFile::clear();
@@ -45,8 +57,7 @@ bool UpnpDescriptionFile::parseFile(const std::string& path, const std::string& 
     size_t slash = path.rfind('/');
     m_folder = slash == std::string::npos ? std::string() : path.substr(0, slash);
 
-    // Blank text nodes are dropped so that stored files come out evenly indented.
-    xmlDoc* doc = xmlReadFile(path.c_str(), nullptr, XML_PARSE_NOBLANKS | XML_PARSE_NONET);
+    xmlDoc* doc = readWithoutDtd(xmlReadFile(path.c_str(), nullptr, kParseOptions));
     if (doc == nullptr) {
         LOGE("xmlParseFile(\"%s\") failed", path.c_str());
         return false;
@@ -160,8 +171,8 @@ bool UpnpDescriptionFile::addFromXmlString(xmlNode* parent, const std::string& e
         LOGE("no parent element for %s", elementName.c_str());
         return false;
     }
-    xmlDoc* fragment = xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr,
-                                     XML_PARSE_NOBLANKS | XML_PARSE_NONET);
+    xmlDoc* fragment = readWithoutDtd(
+        xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr, kParseOptions));
     if (fragment == nullptr) {
         LOGE("cannot parse %s fragment", elementName.c_str());
         return false;
