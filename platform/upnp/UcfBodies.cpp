@@ -72,6 +72,16 @@ xmlNode* firstElement(xmlNode* node) {
     return nullptr;
 }
 
+xmlNode* childNamed(xmlNode* parent, const char* name) {
+    for (xmlNode* child = firstElement(parent->children); child != nullptr;
+         child = firstElement(child->next)) {
+        if (std::strcmp(reinterpret_cast<const char*>(child->name), name) == 0) {
+            return child;
+        }
+    }
+    return nullptr;
+}
+
 std::string textOf(xmlNode* node) {
     xmlChar* text = xmlNodeGetContent(node);
     std::string value = text != nullptr ? reinterpret_cast<const char*>(text) : "";
@@ -188,6 +198,22 @@ Doc readDocumentFile(const std::string& path, int options) {
     Doc doc = readBounded(text, length, options, documentType);
     g_free(text);
     return doc;
+}
+
+bool readActionNames(const std::string& path, std::vector<std::string>& names) {
+    Doc doc = readDocumentFile(path, XML_PARSE_NOBLANKS);
+    xmlNode* root = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+    if (root == nullptr || std::strcmp(reinterpret_cast<const char*>(root->name), "scpd") != 0) {
+        return false;
+    }
+    xmlNode* list = childNamed(root, "actionList");
+    for (xmlNode* action = list != nullptr ? firstElement(list->children) : nullptr;
+         action != nullptr; action = firstElement(action->next)) {
+        if (xmlNode* name = childNamed(action, "name")) {
+            names.push_back(textOf(name));
+        }
+    }
+    return true;
 }
 
 }  // namespace ucf

@@ -36,5 +36,7 @@ bool hasDocumentType(const char* data, size_t length);
 // A document file of at most 1 MiB read with the libxml2 options given (DTD options are
 // dropped); null when it cannot be read, is not XML or has a document type declaration.
 Doc readDocumentFile(const std::string& path, int options);
+// The action names of a service description file, in order; false when it is not one.
+bool readActionNames(const std::string& path, std::vector<std::string>& names);
 
 }  // namespace ucf

@@ -39,6 +39,8 @@ struct HostedService {
     GUPnPService* service;  // owned
     std::string controlPath;
     std::string eventPath;
+    std::string type;
+    std::set<std::string> listed;   // the action names of its service description
     std::set<std::string> actions;  // action names connected so far
 };
 
@@ -66,7 +68,6 @@ struct State {
     const std::string* pendingSubscription = nullptr;  // service key while a subscriber is told
 };
 State g_state;
-const size_t kMaxActionNames = 256;
 const goffset kMaxBodyBytes = 64 * 1024;  // SOAP requests and NOTIFY-sized bodies are far smaller
 
 std::string key(const char* udn, const char* type) {
@@ -316,10 +317,40 @@ bool acceptableBody(SoupServerMessage* message) {
     return false;
 }
 
+// GUPnP keeps every action name it is asked for (as a signal detail, for good), so a name no
+// service description lists is answered here, before GUPnP sees it, the way the framework would:
+// 402 for a service type the device does not have, 401 for an action its service does not
+// list. QueryStateVariable is GUPnP's own to answer.
+bool listedAction(SoupServerMessage* message, const Device& device, const HostedService& target,
+                  std::string type, const std::string& name) {
+    if (name == "QueryStateVariable") {
+        return true;
+    }
+    if (type.empty()) {
+        type = target.type;
+    }
+    bool typeKnown = false;
+    for (const HostedService& hosted : device.services) {
+        if (hosted.type == type) {
+            typeKnown = true;
+            if (hosted.listed.count(name) != 0) {
+                return true;
+            }
+        }
+    }
+    if (typeKnown) {
+        refuseAction(message, 401, "Invalid Action");
+    } else {
+        refuseAction(message, 402, "Invalid Args");
+    }
+    return false;
+}
+
 // GUPnP answers 401 itself unless a handler is connected for the action's own name, so each
-// name gets one as its first request arrives (a bounded number per service).
+// listed name gets one as its first request arrives.
 void onRequestRead(SoupServer*, SoupServerMessage* message, gpointer) {
-    if (std::strcmp(soup_server_message_get_method(message), "POST") != 0) {
+    if (std::strcmp(soup_server_message_get_method(message), "POST") != 0 ||
+        soup_server_message_get_status(message) != 0) {
         return;
     }
     const char* soapAction = soup_message_headers_get_one(
@@ -335,16 +366,15 @@ void onRequestRead(SoupServer*, SoupServerMessage* message, gpointer) {
             if (hosted.controlPath != path) {
                 continue;
             }
-            if (!acceptableBody(message)) {
+            if (!acceptableBody(message) ||
+                !listedAction(message, entry.second, hosted, type, name)) {
                 return;
             }
-            if (name.empty() || hosted.actions.count(name) != 0 ||
-                hosted.actions.size() >= kMaxActionNames) {
-                continue;
+            if (hosted.actions.insert(name).second) {
+                const std::string signal = "action-invoked::" + name;
+                g_signal_connect(hosted.service, signal.c_str(), G_CALLBACK(onActionInvoked),
+                                 nullptr);
             }
-            hosted.actions.insert(name);
-            const std::string signal = "action-invoked::" + name;
-            g_signal_connect(hosted.service, signal.c_str(), G_CALLBACK(onActionInvoked), nullptr);
         }
     }
 }
@@ -359,6 +389,18 @@ bool rememberValues(const std::string& serviceKeyText, const char* body) {
         g_state.eventValues[serviceKeyText][property.first] = property.second;
     }
     return true;
+}
+
+// The actions of a service's description, read from the file GUPnP serves it from; none when
+// the file cannot be read.
+std::set<std::string> listedActions(const Device& device, GUPnPService* service) {
+    gchar* scpdUrl = gupnp_service_info_get_scpd_url(GUPNP_SERVICE_INFO(service));
+    gchar* folder = g_path_get_dirname(device.descriptionPath.c_str());
+    std::vector<std::string> names;
+    ucf::readActionNames(folder + urlPath(scpdUrl), names);
+    g_free(folder);
+    g_free(scpdUrl);
+    return std::set<std::string>(names.begin(), names.end());
 }
 
 void announce(Device& device, GUPnPContext* context) {
@@ -380,7 +422,12 @@ void announce(Device& device, GUPnPContext* context) {
             gupnp_service_info_get_event_subscription_url(GUPNP_SERVICE_INFO(service));
         g_signal_connect(service, "query-variable", G_CALLBACK(onQueryVariable), nullptr);
         // takes the list's reference
-        device.services.push_back({service, urlPath(controlUrl), urlPath(eventUrl), {}});
+        device.services.push_back({service,
+                                   urlPath(controlUrl),
+                                   urlPath(eventUrl),
+                                   gupnp_service_info_get_service_type(GUPNP_SERVICE_INFO(service)),
+                                   listedActions(device, service),
+                                   {}});
         g_free(controlUrl);
         g_free(eventUrl);
     }

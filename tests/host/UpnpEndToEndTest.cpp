@@ -155,23 +155,32 @@ protected:
         m_uuid = match[1];
     }
 
+    // On a connection of its own, or on kept's (opened when closed, closed when the server
+    // says so).
     HttpResponse request(const std::string& method, const std::string& path,
-                         const std::string& headers = "", const std::string& body = "") {
-        HttpClient client;
-        if (!client.connect(m_port)) {
+                         const std::string& headers = "", const std::string& body = "",
+                         HttpClient* kept = nullptr) {
+        HttpClient own;
+        HttpClient& client = kept != nullptr ? *kept : own;
+        if (!client.isOpen() && !client.connect(m_port)) {
             return HttpResponse();
         }
         // A refusal may come before the whole body is sent; the answer still counts.
         client.send(method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(m_port) +
                     "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) +
                     "\r\n\r\n" + body);
-        return client.read().value_or(HttpResponse());
+        HttpResponse answer = client.read().value_or(HttpResponse());
+        if (answer.status == 0 || answer.header("connection") == "close") {
+            client.close();
+        }
+        return answer;
     }
-    HttpResponse control(const std::string& soapAction, const std::string& body) {
+    HttpResponse control(const std::string& soapAction, const std::string& body,
+                         HttpClient* kept = nullptr) {
         return request(
             "POST", kControlPath,
             "Content-Type: text/xml; charset=\"utf-8\"\r\nSOAPACTION: \"" + soapAction + "\"\r\n",
-            body);
+            body, kept);
     }
     HttpResponse subscribe(const std::string& headers) {
         return request("SUBSCRIBE", kEventPath, headers + "TIMEOUT: Second-300\r\n");
@@ -246,8 +255,8 @@ TEST_F(UpnpEndToEndTest, ControlRequestsGetFaultsAndSizeLimit) {
     EXPECT_THAT(otherService.body, HasSubstr("<errorCode>402</errorCode>"));
     EXPECT_THAT(otherService.body, HasSubstr("<errorDescription>Invalid Args</errorDescription>"));
 
-    int broken = control(kServiceType + "#Foo", "<s:Envelope><s:Body>").status;
-    EXPECT_TRUE(broken >= 400 && broken < 500) << broken;
+    // The service lists no action, so what the body holds does not matter.
+    EXPECT_EQ(500, control(kServiceType + "#Foo", "<s:Envelope><s:Body>").status);
     EXPECT_NE(413, control(kServiceType + "#Foo", std::string(64 * 1024, 'x')).status);
     EXPECT_EQ(413, control(kServiceType + "#Foo", std::string(64 * 1024 + 1, 'x')).status);
     EXPECT_EQ(500, control(kServiceType + "#Foo", soapRequest("Foo")).status);
@@ -266,6 +275,33 @@ TEST_F(UpnpEndToEndTest, BodyWithEntitiesIsRefusedUnread) {
     EXPECT_THAT(answer.body, HasSubstr("<errorCode>402</errorCode>"));
     EXPECT_LT(residentKiB(m_tv.pid()) - before, 4 * 1024) << "KiB more after the request";
     EXPECT_EQ(0, m_tv.stop()) << m_tv.output();
+}
+
+// GUPnP keeps every action name it is asked for: 2,000 names of 8 KB would be 16 MB for good.
+// Each request may leave some memory behind under the sanitizers whatever its name, so the
+// growth of as many requests with one name is taken off.
+TEST_F(UpnpEndToEndTest, ManyActionNamesAreRefusedBeforeTheLibraryKeepsThem) {
+    startWithoutQuarantine();
+    HttpClient connection;
+    auto send = [&](const std::string& prefix, int count, bool distinct) {
+        for (int i = 0; i < count; ++i) {
+            const std::string name =
+                prefix + (distinct ? std::to_string(i) : "") + std::string(8000, 'x');
+            HttpResponse answer =
+                control(kServiceType + "#" + name, soapRequest(name), &connection);
+            ASSERT_EQ(500, answer.status) << name.substr(0, 12);
+            ASSERT_THAT(answer.body, HasSubstr("<errorCode>401</errorCode>"));
+        }
+    };
+    send("Warm", 100, true);  // the buffers every request needs
+    const long start = residentKiB(m_tv.pid());
+    send("Same", 2000, false);
+    const long sameName = residentKiB(m_tv.pid());
+    send("Name", 2000, true);
+    const long distinctNames = residentKiB(m_tv.pid());
+    EXPECT_LT((distinctNames - sameName) - (sameName - start), 1024)
+        << "KiB: " << start << ", " << sameName << " after one name, " << distinctNames
+        << " after distinct names";
 }
 
 TEST_F(UpnpEndToEndTest, SubscribersGetEventsAndKeepThemAcrossARename) {

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "support/PlatformFixture.h"
+
 namespace {
 
 using ucf::NamedTexts;
@@ -100,6 +102,22 @@ TEST(UpnpPlatformBodiesTest, DocumentTypeDeclarationsAreRefusedUnread) {
     EXPECT_EQ(out, (NamedTexts{{"Name", "tv"}}));
     const std::string broken = "<s:Envelope><s:Body>";
     EXPECT_FALSE(ucf::hasDocumentType(broken.data(), broken.size()));
+}
+
+TEST(UpnpPlatformBodiesTest, ActionNamesOfAServiceDescription) {
+    testsupport::TempDir dir;
+    const std::string path = dir.file("scpd.xml");
+    testsupport::writeFile(
+        path,
+        "<?xml version=\"1.0\"?><scpd xmlns=\"urn:schemas-upnp-org:service-1-0\"><actionList>"
+        "<action><argumentList><argument><name>In</name></argument></argumentList>"
+        "<name>Set</name></action><action><name>Get</name></action></actionList></scpd>");
+    std::vector<std::string> names;
+    ASSERT_TRUE(ucf::readActionNames(path, names));
+    EXPECT_EQ(names, (std::vector<std::string>{"Set", "Get"}));
+
+    testsupport::writeFile(path, "<?xml version=\"1.0\"?><root/>");
+    EXPECT_FALSE(ucf::readActionNames(path, names));
 }
 
 }  // namespace
