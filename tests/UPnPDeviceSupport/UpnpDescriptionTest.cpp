@@ -101,6 +101,26 @@ TEST_F(UpnpDescriptionTest, SetElementOfSameValueLeavesFileUnmarked) {
     EXPECT_EQ(value, "Living <room>");
 }
 
+// Written raw, such a name made the document unreadable, so the TV came back nameless.
+TEST_F(UpnpDescriptionTest, CharactersXmlCannotHoldAreLeftOutOfTheStoredFile) {
+    const std::string path = loadDevice("device-control-characters.xml");
+    EXPECT_TRUE(m_device.setDeviceElement("friendlyName",
+                                          "Kit\x01"
+                                          "chen\x1f\x7f & \xff<"));
+    EXPECT_TRUE(m_device.setDeviceElement("serialNumber", std::string("1\0"
+                                                                      "2\x0b",
+                                                                      4)));
+    ASSERT_TRUE(m_device.store());
+
+    UpnpDescriptionDevice reloaded;
+    ASSERT_TRUE(reloaded.parseDescriptionFile(path)) << readFile(path);
+    std::string value;
+    ASSERT_TRUE(reloaded.getDeviceElement("friendlyName", value));
+    EXPECT_EQ(value, "Kitchen & \xEF\xBF\xBD<");
+    ASSERT_TRUE(reloaded.getDeviceElement("serialNumber", value));
+    EXPECT_EQ(value, "12");
+}
+
 TEST_F(UpnpDescriptionTest, MissingElementIsAppendedInItsNamespace) {
     std::string path = loadDevice("device-without-serial.xml");
     std::string value = "untouched";

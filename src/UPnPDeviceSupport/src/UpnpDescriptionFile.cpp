@@ -9,6 +9,7 @@
 #include <libxml/tree.h>
 
 #include "Log.h"
+#include "UpnpTypes.h"
 
 namespace ip_control {
 
@@ -147,17 +148,19 @@ bool UpnpDescriptionFile::setElement(xmlNode* parent, const std::string& name,
     std::string prefix, local;
     splitElementName(name, prefix, local);
     xmlNode* node = findChild(parent, local);
+    // The library escapes markup characters when writing, but would write the characters XML
+    // cannot hold as they are.
+    const std::string text = xmlCarriableText(value);
     if (node != nullptr) {
-        if (contentOf(node) == value)
+        if (contentOf(node) == text)
             return true;
-        // The value is stored as plain text; the library escapes it when writing.
         xmlNodeSetContent(node, nullptr);
-        xmlNodeAddContent(node, xc(value));
+        xmlNodeAddContent(node, xc(text));
         m_updated = true;
         return true;
     }
     xmlNs* ns = xmlSearchNs(m_xmlDoc, parent, prefix.empty() ? nullptr : xc(prefix));
-    if (xmlNewTextChild(parent, ns, xc(local), xc(value)) == nullptr) {
+    if (xmlNewTextChild(parent, ns, xc(local), xc(text)) == nullptr) {
         LOGE("cannot add element %s", name.c_str());
         return false;
     }
