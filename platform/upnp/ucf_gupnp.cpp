@@ -273,19 +273,40 @@ void onQueryVariable(GUPnPService* service, const char* variable, GValue* value,
     }
 }
 
+// Whether a Host header names the context's own address and port (80 when it names none).
+// GUPnP checks this for control and eventing only; the layer checks it for every request, the
+// description and icons included, so that a page loaded under another name (DNS rebinding)
+// cannot read them.
+bool hostIsOurs(GUPnPContext* context, const char* host) {
+    gchar* name = nullptr;
+    gint port = -1;
+    const std::string uri = std::string("http://") + (host != nullptr ? host : "");
+    const bool parsed = host != nullptr && g_uri_split_network(uri.c_str(), G_URI_FLAGS_NONE,
+                                                               nullptr, &name, &port, nullptr);
+    const bool ours = parsed &&
+                      g_strcmp0(name, gssdp_client_get_host_ip(GSSDP_CLIENT(context))) == 0 &&
+                      static_cast<guint>(port == -1 ? 80 : port) == gupnp_context_get_port(context);
+    g_free(name);
+    return ours;
+}
+
+// A request naming another host gets GUPnP's own answer to that (412 "Host header mismatch").
 // A body above the limit is refused before it is read; so is a chunked one, whose size is not
 // known in advance (UPnP control points always send a length).
-void onGotHeaders(SoupServerMessage* message, gpointer) {
+void onGotHeaders(SoupServerMessage* message, gpointer context) {
     SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
-    if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CHUNKED) {
+    if (!hostIsOurs(GUPNP_CONTEXT(context), soup_message_headers_get_one(headers, "Host"))) {
+        soup_server_message_set_status(message, SOUP_STATUS_PRECONDITION_FAILED,
+                                       "Host header mismatch");
+    } else if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CHUNKED) {
         soup_server_message_set_status(message, SOUP_STATUS_LENGTH_REQUIRED, nullptr);
     } else if (soup_message_headers_get_content_length(headers) > kMaxBodyBytes) {
         soup_server_message_set_status(message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, nullptr);
     }
 }
 
-void onRequestStarted(SoupServer*, SoupServerMessage* message, gpointer) {
-    g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeaders), nullptr);
+void onRequestStarted(SoupServer*, SoupServerMessage* message, gpointer context) {
+    g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeaders), context);
 }
 
 // A UPnP fault answered by the layer itself, before GUPnP reads the request.
@@ -462,7 +483,7 @@ void addContext(GUPnPContext* context) {
     ucf::routeXmlMessages();
     g_state.contexts.push_back(GUPNP_CONTEXT(g_object_ref(context)));
     SoupServer* server = gupnp_context_get_server(context);
-    g_signal_connect(server, "request-started", G_CALLBACK(onRequestStarted), nullptr);
+    g_signal_connect(server, "request-started", G_CALLBACK(onRequestStarted), context);
     g_signal_connect(server, "request-read", G_CALLBACK(onRequestRead), nullptr);
     g_signal_connect(server, "request-finished", G_CALLBACK(onRequestFinished), nullptr);
     for (auto& entry : g_state.devices) {
@@ -473,7 +494,7 @@ void addContext(GUPnPContext* context) {
 void removeContext(GUPnPContext* context) {
     SoupServer* server = gupnp_context_get_server(context);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestStarted),
-                                         nullptr);
+                                         context);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestRead),
                                          nullptr);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestFinished),

@@ -151,7 +151,8 @@ protected:
         std::smatch match;
         std::string file =
             testsupport::readFile(m_dir.file("ip_control_web_root/DeviceDescription.xml"));
-        ASSERT_TRUE(std::regex_search(file, match, std::regex("<UDN>uuid:([^<]+)</UDN>"))) << file;
+        ASSERT_TRUE(std::regex_search(file, match, std::regex("<UDN>uuid:([^<]+)</UDN>")))
+            << file << m_tv.output();
         m_uuid = match[1];
     }
 
@@ -240,6 +241,23 @@ TEST_F(UpnpEndToEndTest, ServesItsDescriptionAndIcons) {
         HttpResponse answer = request("GET", std::string("/") + icon);
         EXPECT_EQ(200, answer.status) << icon;
         EXPECT_THAT(answer.header("content-type"), HasSubstr(strstr(icon, "png") ? "png" : "jpeg"));
+    }
+
+    // A page loaded under another name (DNS rebinding) must not read the serial number.
+    const std::string port = std::to_string(m_port);
+    for (const std::string& host :
+         std::vector<std::string>{"tv.example:" + port, "localhost:" + port, "127.0.0.1",
+                                  "127.0.0.1:" + std::to_string(m_port + 1), std::string()}) {
+        for (const std::string& path : std::vector<std::string>{
+                 "/" + m_uuid + ".xml", "/icon_SML.png", "/IPControlService_1.xml"}) {
+            HttpClient client;
+            ASSERT_TRUE(client.connect(m_port));
+            client.send("GET " + path + " HTTP/1.1\r\n" +
+                        (host.empty() ? "" : "Host: " + host + "\r\n") + "\r\n");
+            const HttpResponse answer = client.read().value_or(HttpResponse());
+            EXPECT_NE(200, answer.status) << host << path;
+            EXPECT_THAT(answer.body, Not(HasSubstr("serialNumber"))) << host << path;
+        }
     }
 }
 
