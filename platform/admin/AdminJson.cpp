@@ -17,7 +17,30 @@ std::string jsonText(const JsonNode* node) {
     return text != nullptr ? text : "null";
 }
 
+namespace {
+
+// Whether a string of the text escapes a NUL character: json-glib would silently cut the
+// string there.
+bool escapesNul(const std::string& text) {
+    for (size_t at = text.find("u0000"); at != std::string::npos; at = text.find("u0000", at + 1)) {
+        size_t backslashes = 0;
+        while (backslashes < at && text[at - 1 - backslashes] == '\\') {
+            ++backslashes;
+        }
+        if (backslashes % 2 == 1) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 JsonNodePtr parseJsonText(const std::string& text, std::string& error) {
+    if (escapesNul(text)) {
+        error = "a string holds a NUL character (\\u0000)";
+        return nullptr;
+    }
     g_autoptr(JsonParser) parser = json_parser_new_immutable();
     g_autoptr(GError) failure = nullptr;
     if (!json_parser_load_from_data(parser, text.data(), static_cast<gssize>(text.size()),

@@ -19,7 +19,7 @@ using JsonNodePtr = std::unique_ptr<JsonNode, JsonNodeDeleter>;
 // Compact one-line text of node; "null" for a null pointer.
 std::string jsonText(const JsonNode* node);
 // The value in text. Null for text that holds no value (empty or blank) or does not parse; in
-// the latter case error says why.
+// the latter case error says why. A string holding "\u0000" does not parse: it would be cut.
 JsonNodePtr parseJsonText(const std::string& text, std::string& error);
 JsonNodePtr jsonString(const std::string& text);
 JsonNodePtr jsonInt(long long value);

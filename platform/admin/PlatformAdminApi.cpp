@@ -149,6 +149,10 @@ AdminReply putSetting(const AdminRequest& request) {
             return AdminReply::error(MHD_HTTP_BAD_REQUEST,
                                      std::string(setting->name) + " takes a non-empty JSON string");
         }
+        const std::string refusal = stringRefusal(*setting, value);
+        if (!refusal.empty()) {
+            return AdminReply::error(MHD_HTTP_BAD_REQUEST, refusal);
+        }
         result = system_settings_set_value_string(setting->key, value);
     }
     switch (result) {

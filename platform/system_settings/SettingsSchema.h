@@ -19,6 +19,7 @@ struct SettingDefinition {
     const char* name;         // the key in the settings file
     const char* description;  // one line for the comment at the top of the file
     bool isInt;               // int, else string
+    size_t maxLength;         // of a string, in characters
 };
 
 // Every setting, in the order of the settings file.
@@ -26,6 +27,10 @@ const std::vector<SettingDefinition>& settingDefinitions();
 // Null when the key or name is not a setting.
 const SettingDefinition* findSetting(system_settings_key_e key);
 const SettingDefinition* findSetting(const std::string& name);
+
+// Why a value is refused for a string setting, or "" when it is accepted: it must be UTF-8
+// without control characters (U+0000-U+001F, U+007F), at most maxLength characters long.
+std::string stringRefusal(const SettingDefinition& setting, const std::string& value);
 
 // The values of a first start; the profile's device name, or a generic one when it is empty.
 SettingsValues firstStartSettings(const std::string& profileDeviceName);

@@ -1,20 +1,58 @@
 // Reading the SOAP and GENA bodies that the UPnP framework builds, with libxml2.
 #include "UcfBodies.h"
 
+#include <glib.h>
 #include <libxml/parser.h>
-#include <libxml/tree.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 namespace ucf {
 namespace {
 
-struct DocFree {
-    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
-};
-using Doc = std::unique_ptr<xmlDoc, DocFree>;
+const gsize kMaxDocumentBytes = 1024 * 1024;  // description documents are a few KiB
+
+// The parser stops at a document type declaration, before its internal subset is read: no
+// entity of a document is ever declared, so none can be expanded.
+void stopAtDocumentType(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
+    auto* parser = static_cast<xmlParserCtxtPtr>(context);
+    *static_cast<bool*>(parser->_private) = true;
+    xmlStopParser(parser);
+}
+
+// Our own parses stay silent whatever handler the thread has: their callers report failures.
+void ignoreXmlMessage(void*, xmlErrorPtr) {}
+
+// Reads a document without network access, without loading or keeping any DTD; a document with
+// a declaration gives null and documentType true.
+Doc readBounded(const char* data, size_t length, int options, bool& documentType) {
+    documentType = false;
+    xmlParserCtxtPtr parser = xmlNewParserCtxt();
+    if (parser == nullptr || length > static_cast<size_t>(INT32_MAX)) {
+        xmlFreeParserCtxt(parser);
+        return nullptr;
+    }
+    parser->_private = &documentType;
+    parser->sax->internalSubset = stopAtDocumentType;
+    parser->sax->serror = ignoreXmlMessage;
+    options &= ~(XML_PARSE_NOENT | XML_PARSE_DTDLOAD | XML_PARSE_DTDATTR | XML_PARSE_DTDVALID |
+                 XML_PARSE_XINCLUDE | XML_PARSE_HUGE);
+    Doc doc(xmlCtxtReadMemory(parser, data, static_cast<int>(length), nullptr, nullptr,
+                              options | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    xmlFreeParserCtxt(parser);
+    if (doc && (doc->intSubset != nullptr || doc->extSubset != nullptr)) {
+        documentType = true;
+    }
+    if (documentType) {
+        doc.reset();
+    }
+    return doc;
+}
+
+Doc readBounded(const char* data, size_t length) {
+    bool documentType = false;
+    return readBounded(data, length, 0, documentType);
+}
 
 // Fragments may use prefixes they do not declare ("s:Fault"); the wrapper declares them.
 Doc parseFragment(const std::string& body) {
@@ -22,14 +60,23 @@ Doc parseFragment(const std::string& body) {
         "<w xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\" "
         "xmlns:u=\"urn:u\" xmlns:e=\"urn:schemas-upnp-org:event-1-0\">" +
         body + "</w>";
-    return Doc(xmlReadMemory(wrapped.data(), static_cast<int>(wrapped.size()), nullptr, nullptr,
-                             XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    return readBounded(wrapped.data(), wrapped.size());
 }
 
 xmlNode* firstElement(xmlNode* node) {
     for (; node != nullptr; node = node->next) {
         if (node->type == XML_ELEMENT_NODE) {
             return node;
+        }
+    }
+    return nullptr;
+}
+
+xmlNode* childNamed(xmlNode* parent, const char* name) {
+    for (xmlNode* child = firstElement(parent->children); child != nullptr;
+         child = firstElement(child->next)) {
+        if (std::strcmp(reinterpret_cast<const char*>(child->name), name) == 0) {
+            return child;
         }
     }
     return nullptr;
@@ -63,6 +110,10 @@ xmlNode* findByName(xmlNode* node, const char* name) {
 }
 
 }  // namespace
+
+void DocFree::operator()(xmlDoc* doc) const {
+    xmlFreeDoc(doc);
+}
 
 bool parseResponseArguments(const std::string& body, NamedTexts& out) {
     Doc doc = parseFragment(body);
@@ -115,8 +166,7 @@ bool parsePropertySet(const std::string& body, NamedTexts& out) {
 }
 
 bool parseActionRequest(const char* data, size_t length, NamedTexts& out) {
-    Doc doc(xmlReadMemory(data, static_cast<int>(length), nullptr, nullptr,
-                          XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    Doc doc = readBounded(data, length);
     if (!doc) {
         return false;
     }
@@ -126,6 +176,43 @@ bool parseActionRequest(const char* data, size_t length, NamedTexts& out) {
         return false;
     }
     childTexts(action, out);
+    return true;
+}
+
+bool hasDocumentType(const char* data, size_t length) {
+    bool documentType = false;
+    // GUPnP reads request bodies in recovery mode; so does this check, so that a declaration
+    // libxml2 would reach there is found here too.
+    readBounded(data, length, XML_PARSE_RECOVER, documentType);
+    return documentType;
+}
+
+Doc readDocumentFile(const std::string& path, int options) {
+    gchar* text = nullptr;
+    gsize length = 0;
+    if (!g_file_get_contents(path.c_str(), &text, &length, nullptr) || length > kMaxDocumentBytes) {
+        g_free(text);
+        return nullptr;
+    }
+    bool documentType = false;
+    Doc doc = readBounded(text, length, options, documentType);
+    g_free(text);
+    return doc;
+}
+
+bool readActionNames(const std::string& path, std::vector<std::string>& names) {
+    Doc doc = readDocumentFile(path, XML_PARSE_NOBLANKS);
+    xmlNode* root = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+    if (root == nullptr || std::strcmp(reinterpret_cast<const char*>(root->name), "scpd") != 0) {
+        return false;
+    }
+    xmlNode* list = childNamed(root, "actionList");
+    for (xmlNode* action = list != nullptr ? firstElement(list->children) : nullptr;
+         action != nullptr; action = firstElement(action->next)) {
+        if (xmlNode* name = childNamed(action, "name")) {
+            names.push_back(textOf(name));
+        }
+    }
     return true;
 }
 

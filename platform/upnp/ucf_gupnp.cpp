@@ -4,6 +4,7 @@
 #include "PlatformRuntime.h"
 #include "SoupConnectionGuard.h"
 #include "UcfBodies.h"
+#include "UcfXmlLog.h"
 
 #include <libgupnp/gupnp.h>
 #include <libsoup/soup.h>
@@ -41,6 +42,8 @@ struct HostedService {
     GUPnPService* service;  // owned
     std::string controlPath;
     std::string eventPath;
+    std::string type;
+    std::set<std::string> listed;   // the action names of its service description
     std::set<std::string> actions;  // action names connected so far
 };
 
@@ -77,7 +80,6 @@ struct State {
     std::string product = "ipcontrol-platform/" IPC_VERSION;  // as the device names itself
 };
 State g_state;
-const size_t kMaxActionNames = 256;
 const goffset kMaxBodyBytes = 64 * 1024;  // SOAP requests and NOTIFY-sized bodies are far smaller
 
 std::string key(const char* udn, const char* type) {
@@ -123,9 +125,8 @@ std::string stableUdn(const std::string& path) {
 // The description's UDN; an empty one is filled with the stable UDN and the file rewritten
 // (through a temporary file, so a failure leaves the old one).
 std::string readOrAssignUdn(const std::string& path) {
-    xmlDoc* doc =
-        xmlReadFile(path.c_str(), nullptr,
-                    XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    ucf::Doc owned = ucf::readDocumentFile(path, XML_PARSE_NOBLANKS);
+    xmlDoc* doc = owned.get();
     if (doc == nullptr) {
         return "";
     }
@@ -146,7 +147,6 @@ std::string readOrAssignUdn(const std::string& path) {
             }
         }
     }
-    xmlFreeDoc(doc);
     return udn;
 }
 
@@ -338,11 +338,32 @@ void onQueryVariable(GUPnPService* service, const char* variable, GValue* value,
     }
 }
 
+// Whether a Host header names the context's own address and port (80 when it names none).
+// GUPnP checks this for control and eventing only; the layer checks it for every request, the
+// description and icons included, so that a page loaded under another name (DNS rebinding)
+// cannot read them.
+bool hostIsOurs(GUPnPContext* context, const char* host) {
+    gchar* name = nullptr;
+    gint port = -1;
+    const std::string uri = std::string("http://") + (host != nullptr ? host : "");
+    const bool parsed = host != nullptr && g_uri_split_network(uri.c_str(), G_URI_FLAGS_NONE,
+                                                               nullptr, &name, &port, nullptr);
+    const bool ours = parsed &&
+                      g_strcmp0(name, gssdp_client_get_host_ip(GSSDP_CLIENT(context))) == 0 &&
+                      static_cast<guint>(port == -1 ? 80 : port) == gupnp_context_get_port(context);
+    g_free(name);
+    return ours;
+}
+
+// A request naming another host gets GUPnP's own answer to that (412 "Host header mismatch").
 // A body above the limit is refused before it is read; so is a chunked one, whose size is not
 // known in advance (UPnP control points always send a length).
-void onGotHeaders(SoupServerMessage* message, gpointer) {
+void onGotHeaders(SoupServerMessage* message, gpointer context) {
     SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
-    if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CHUNKED) {
+    if (!hostIsOurs(GUPNP_CONTEXT(context), soup_message_headers_get_one(headers, "Host"))) {
+        soup_server_message_set_status(message, SOUP_STATUS_PRECONDITION_FAILED,
+                                       "Host header mismatch");
+    } else if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CHUNKED) {
         soup_server_message_set_status(message, SOUP_STATUS_LENGTH_REQUIRED, nullptr);
     } else if (soup_message_headers_get_content_length(headers) > kMaxBodyBytes) {
         soup_server_message_set_status(message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, nullptr);
@@ -360,15 +381,74 @@ void onGotHeadersSayClose(SoupServerMessage* message, gpointer) {
     }
 }
 
-void onRequestStarted(SoupServer*, SoupServerMessage* message, gpointer) {
+void onRequestStarted(SoupServer*, SoupServerMessage* message, gpointer context) {
     g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeadersSayClose), nullptr);
-    g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeaders), nullptr);
+    g_signal_connect(message, "got-headers", G_CALLBACK(onGotHeaders), context);
+}
+
+// A UPnP fault answered by the layer itself, before GUPnP reads the request.
+void refuseAction(SoupServerMessage* message, int code, const char* description) {
+    gchar* body = g_strdup_printf(
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+        "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\" "
+        "s:encodingStyle=\"http://schemas.xmlsoap.org/soap/encoding/\"><s:Body><s:Fault>"
+        "<faultcode>s:Client</faultcode><faultstring>UPnPError</faultstring><detail>"
+        "<UPnPError xmlns=\"urn:schemas-upnp-org:control-1-0\"><errorCode>%d</errorCode>"
+        "<errorDescription>%s</errorDescription></UPnPError></detail></s:Fault></s:Body>"
+        "</s:Envelope>\n",
+        code, description);
+    soup_server_message_set_response(message, "text/xml; charset=\"utf-8\"", SOUP_MEMORY_TAKE, body,
+                                     std::strlen(body));
+    soup_server_message_set_status(message, SOUP_STATUS_INTERNAL_SERVER_ERROR, nullptr);
+}
+
+// The control request's body as far as the layer checks it before GUPnP parses it: a document
+// type declaration is refused (402, the arguments cannot be read), so GUPnP's own parse never
+// meets an entity declaration.
+bool acceptableBody(SoupServerMessage* message) {
+    SoupMessageBody* body = soup_server_message_get_request_body(message);
+    if (body == nullptr || body->data == nullptr ||
+        !ucf::hasDocumentType(body->data, static_cast<size_t>(body->length))) {
+        return true;
+    }
+    refuseAction(message, 402, "Invalid Args");
+    return false;
+}
+
+// GUPnP keeps every action name it is asked for (as a signal detail, for good), so a name no
+// service description lists is answered here, before GUPnP sees it, the way the framework would:
+// 402 for a service type the device does not have, 401 for an action its service does not
+// list. QueryStateVariable is GUPnP's own to answer.
+bool listedAction(SoupServerMessage* message, const Device& device, const HostedService& target,
+                  std::string type, const std::string& name) {
+    if (name == "QueryStateVariable") {
+        return true;
+    }
+    if (type.empty()) {
+        type = target.type;
+    }
+    bool typeKnown = false;
+    for (const HostedService& hosted : device.services) {
+        if (hosted.type == type) {
+            typeKnown = true;
+            if (hosted.listed.count(name) != 0) {
+                return true;
+            }
+        }
+    }
+    if (typeKnown) {
+        refuseAction(message, 401, "Invalid Action");
+    } else {
+        refuseAction(message, 402, "Invalid Args");
+    }
+    return false;
 }
 
 // GUPnP answers 401 itself unless a handler is connected for the action's own name, so each
-// name gets one as its first request arrives (a bounded number per service).
+// listed name gets one as its first request arrives.
 void onRequestRead(SoupServer*, SoupServerMessage* message, gpointer) {
-    if (std::strcmp(soup_server_message_get_method(message), "POST") != 0) {
+    if (std::strcmp(soup_server_message_get_method(message), "POST") != 0 ||
+        soup_server_message_get_status(message) != 0) {
         return;
     }
     const char* soapAction = soup_message_headers_get_one(
@@ -381,13 +461,18 @@ void onRequestRead(SoupServer*, SoupServerMessage* message, gpointer) {
     const std::string path = g_uri_get_path(soup_server_message_get_uri(message));
     for (auto& entry : g_state.devices) {
         for (HostedService& hosted : entry.second.services) {
-            if (hosted.controlPath != path || name.empty() || hosted.actions.count(name) != 0 ||
-                hosted.actions.size() >= kMaxActionNames) {
+            if (hosted.controlPath != path) {
                 continue;
             }
-            hosted.actions.insert(name);
-            const std::string signal = "action-invoked::" + name;
-            g_signal_connect(hosted.service, signal.c_str(), G_CALLBACK(onActionInvoked), nullptr);
+            if (!acceptableBody(message) ||
+                !listedAction(message, entry.second, hosted, type, name)) {
+                return;
+            }
+            if (hosted.actions.insert(name).second) {
+                const std::string signal = "action-invoked::" + name;
+                g_signal_connect(hosted.service, signal.c_str(), G_CALLBACK(onActionInvoked),
+                                 nullptr);
+            }
         }
     }
 }
@@ -428,6 +513,18 @@ bool advertised(const Device& device) {
     return device.started && !g_state.suspended;
 }
 
+// The actions of a service's description, read from the file GUPnP serves it from; none when
+// the file cannot be read.
+std::set<std::string> listedActions(const Device& device, GUPnPService* service) {
+    gchar* scpdUrl = gupnp_service_info_get_scpd_url(GUPNP_SERVICE_INFO(service));
+    gchar* folder = g_path_get_dirname(device.descriptionPath.c_str());
+    std::vector<std::string> names;
+    ucf::readActionNames(folder + urlPath(scpdUrl), names);
+    g_free(folder);
+    g_free(scpdUrl);
+    return std::set<std::string>(names.begin(), names.end());
+}
+
 void announce(Device& device, GUPnPContext* context) {
     GError* error = nullptr;
     gchar* folder = g_path_get_dirname(device.descriptionPath.c_str());
@@ -447,7 +544,12 @@ void announce(Device& device, GUPnPContext* context) {
             gupnp_service_info_get_event_subscription_url(GUPNP_SERVICE_INFO(service));
         g_signal_connect(service, "query-variable", G_CALLBACK(onQueryVariable), nullptr);
         // takes the list's reference
-        device.services.push_back({service, urlPath(controlUrl), urlPath(eventUrl), {}});
+        device.services.push_back({service,
+                                   urlPath(controlUrl),
+                                   urlPath(eventUrl),
+                                   gupnp_service_info_get_service_type(GUPNP_SERVICE_INFO(service)),
+                                   listedActions(device, service),
+                                   {}});
         g_free(controlUrl);
         g_free(eventUrl);
     }
@@ -488,6 +590,7 @@ ipsvr::ConnectionLimits upnpLimits() {
 }
 
 void addContext(GUPnPContext* context) {
+    ucf::routeXmlMessages();
     g_state.contexts.push_back(GUPNP_CONTEXT(g_object_ref(context)));
     gssdp_client_set_server_id(GSSDP_CLIENT(context), serverId().c_str());
     g_guards[context] = std::make_unique<ipc_platform::SoupConnectionGuard>(
@@ -496,7 +599,7 @@ void addContext(GUPnPContext* context) {
               gssdp_client_get_host_ip(GSSDP_CLIENT(context)), gupnp_context_get_port(context));
     SoupServer* server = gupnp_context_get_server(context);
     g_signal_connect(server, "request-read", G_CALLBACK(onRequestReadFirst), nullptr);
-    g_signal_connect(server, "request-started", G_CALLBACK(onRequestStarted), nullptr);
+    g_signal_connect(server, "request-started", G_CALLBACK(onRequestStarted), context);
     g_signal_connect(server, "request-read", G_CALLBACK(onRequestRead), nullptr);
     g_signal_connect(server, "request-finished", G_CALLBACK(onRequestFinished), nullptr);
     for (auto& entry : g_state.devices) {
@@ -508,7 +611,7 @@ void removeContext(GUPnPContext* context) {
     g_guards.erase(context);
     SoupServer* server = gupnp_context_get_server(context);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestStarted),
-                                         nullptr);
+                                         context);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestRead),
                                          nullptr);
     g_signal_handlers_disconnect_by_func(server, reinterpret_cast<gpointer>(onRequestReadFirst),
@@ -599,6 +702,7 @@ guint g_serviceLogHandler = 0;
 extern "C" {
 
 int ucf_init_framework_core(void) {
+    ucf::routeXmlMessages();
     if (g_serviceLogHandler == 0) {
         g_serviceLogHandler = g_log_set_handler("gupnp-service", G_LOG_LEVEL_WARNING,
                                                 logGupnpServiceMessage, nullptr);
@@ -688,7 +792,9 @@ int ucf_terminate_framework_core(void) {
         g_log_remove_handler("gupnp-service", g_serviceLogHandler);
         g_serviceLogHandler = 0;
     }
-    return ucf_stop_framework_core();
+    const int result = ucf_stop_framework_core();
+    ucf::unrouteXmlMessages();
+    return result;
 }
 
 int ucf_suspend_framework_core(void) {

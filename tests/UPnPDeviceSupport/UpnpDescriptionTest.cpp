@@ -55,7 +55,7 @@ protected:
 
 }  // namespace
 
-TEST_F(UpnpDescriptionTest, ServiceFileWithDeviceRootIsRefused) {
+TEST_F(UpnpDescriptionTest, ServiceFileWithDeviceRootOrADocumentTypeIsRefused) {
     std::string path = m_dir.file("scpd-with-device-root.xml");
     writeFile(path, kDevice);
     UpnpDescriptionService service;
@@ -64,6 +64,13 @@ TEST_F(UpnpDescriptionTest, ServiceFileWithDeviceRootIsRefused) {
     EXPECT_TRUE(m_log.contains("wrong root element name [root] expected [scpd]"));
     EXPECT_FALSE(service.store());
     EXPECT_TRUE(m_log.contains("Wrong state m_xmlDoc==NULL"));
+
+    // Its entities would be expanded whenever an element's text is read.
+    const std::string declaration = "<?xml version=\"1.0\"?>\n";
+    writeFile(path, declaration + "<!DOCTYPE scpd [<!ENTITY a \"aaaa\">]>" +
+                        std::string(kScpd).substr(declaration.size()));
+    EXPECT_FALSE(service.parseServiceFile(path));
+    EXPECT_TRUE(m_log.contains("a document type declaration is not accepted"));
 }
 
 TEST_F(UpnpDescriptionTest, ServiceListsAndAddsActions) {
@@ -92,6 +99,26 @@ TEST_F(UpnpDescriptionTest, SetElementOfSameValueLeavesFileUnmarked) {
     std::string value;
     ASSERT_TRUE(m_device.getDeviceElement("friendlyName", value));
     EXPECT_EQ(value, "Living <room>");
+}
+
+// Written raw, such a name made the document unreadable, so the TV came back nameless.
+TEST_F(UpnpDescriptionTest, CharactersXmlCannotHoldAreLeftOutOfTheStoredFile) {
+    const std::string path = loadDevice("device-control-characters.xml");
+    EXPECT_TRUE(m_device.setDeviceElement("friendlyName",
+                                          "Kit\x01"
+                                          "chen\x1f\x7f & \xff<"));
+    EXPECT_TRUE(m_device.setDeviceElement("serialNumber", std::string("1\0"
+                                                                      "2\x0b",
+                                                                      4)));
+    ASSERT_TRUE(m_device.store());
+
+    UpnpDescriptionDevice reloaded;
+    ASSERT_TRUE(reloaded.parseDescriptionFile(path)) << readFile(path);
+    std::string value;
+    ASSERT_TRUE(reloaded.getDeviceElement("friendlyName", value));
+    EXPECT_EQ(value, "Kitchen & \xEF\xBF\xBD<");
+    ASSERT_TRUE(reloaded.getDeviceElement("serialNumber", value));
+    EXPECT_EQ(value, "12");
 }
 
 TEST_F(UpnpDescriptionTest, MissingElementIsAppendedInItsNamespace) {

@@ -214,11 +214,17 @@ TEST_F(AdminServerTest, BadSettingRequestsAre400AndChangeNothing) {
     const std::string before = settingsFile();
     const struct {
         const char* setting;
-        const char* body;
+        std::string body;
     } kBad[] = {{"deviceName", "7"},
                 {"deviceName", "\"\""},
                 {"deviceName", ""},
                 {"deviceName", "\"Kit"},
+                {"deviceName", "\"Kit\\u0001chen\""},
+                {"deviceName", "\"Kitchen\\u001f\""},
+                {"deviceName", "\"Kit\\u0000chen\""},
+                {"deviceName", "\"" + std::string(65, 'n') + "\""},
+                {"language", "\"en_US\\u007f\""},
+                {"country", "\"" + std::string(33, 'c') + "\""},
                 {"language", "{\"v\":\"x\"}"},
                 {"ipRemoteSupport", "\"1\""},
                 {"ipRemoteSupport", "1.5"},
@@ -231,9 +237,14 @@ TEST_F(AdminServerTest, BadSettingRequestsAre400AndChangeNothing) {
         EXPECT_EQ(400, refused.status) << bad.setting << " " << bad.body;
         EXPECT_NE("<missing>", member(refused.body, "error")) << bad.setting << " " << bad.body;
     }
+    EXPECT_EQ("\"deviceName must not contain control characters (U+0000-U+001F, U+007F)\"",
+              member(request("PUT", "/api/settings/deviceName", "\"a\\u0001\"").body, "error"));
     pumpMainLoopUntil([] { return false; }, 200);
     EXPECT_EQ(before, settingsFile());
     EXPECT_EQ(0, calls.calls);
+    // The longest names are taken.
+    EXPECT_EQ(
+        200, request("PUT", "/api/settings/deviceName", "\"" + std::string(64, 'n') + "\"").status);
 }
 
 TEST_F(AdminServerTest, EventStreamSendsTheStateAtOnceAndAfterEachChange) {

@@ -21,6 +21,7 @@ public:
     size_t countOutput(const std::string& text) const;
     std::string output() const;
     void signal(int signo);
+    pid_t pid() const { return m_pid; }
     // Waits for the process to end and returns its exit code (128 + signal when killed,
     // -1 when it did not end in time).
     int waitForExit(int timeoutMs = 10000);

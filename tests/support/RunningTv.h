@@ -29,6 +29,8 @@ public:
     int stop();
 
     unsigned short port() const { return m_port; }
+    // The daemon's process id while it runs, else -1.
+    pid_t pid() const { return m_daemon ? m_daemon->pid() : -1; }
     unsigned short adminPort() const { return m_adminPort; }
     // The UPnP description server's port on 127.0.0.1; 0 without UPnP.
     unsigned short upnpPort() const { return m_upnpPort; }

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "support/PlatformFixture.h"
+
 namespace {
 
 using ucf::NamedTexts;
@@ -63,6 +65,59 @@ TEST(UpnpPlatformBodiesTest, ActionRequestGivesInArgumentsOfTheBodysAction) {
 
     const std::string noBody = "<s:Envelope xmlns:s=\"urn:s\"></s:Envelope>";
     EXPECT_FALSE(ucf::parseActionRequest(noBody.data(), noBody.size(), out));
+}
+
+std::string repeated(const std::string& text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+TEST(UpnpPlatformBodiesTest, DocumentTypeDeclarationsAreRefusedUnread) {
+    // Each reference to b stands for a thousand copies of a: read, the body would be 40 MB.
+    const std::string entities = "<?xml version=\"1.0\"?><!DOCTYPE s:Envelope [<!ENTITY a \"" +
+                                 std::string(40, 'a') + "\"><!ENTITY b \"" + repeated("&a;", 1000) +
+                                 "\">]>";
+    const std::string envelope =
+        entities +
+        "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\"><s:Body>"
+        "<u:Set xmlns:u=\"urn:x:service:S:1\"><Name>" +
+        repeated("&b;", 1000) + "</Name></u:Set></s:Body></s:Envelope>";
+    NamedTexts out;
+    EXPECT_TRUE(ucf::hasDocumentType(envelope.data(), envelope.size()));
+    EXPECT_FALSE(ucf::parseActionRequest(envelope.data(), envelope.size(), out));
+    EXPECT_TRUE(out.empty());
+    // An external subset is refused the same way, without fetching it.
+    const std::string external =
+        "<!DOCTYPE s:Envelope SYSTEM \"http://192.0.2.1/x.dtd\"><s:Envelope/>";
+    EXPECT_TRUE(ucf::hasDocumentType(external.data(), external.size()));
+
+    const std::string plain =
+        envelope.substr(entities.size())
+            .replace(envelope.find("<Name>") - entities.size() + 6, 3000, "tv");
+    EXPECT_FALSE(ucf::hasDocumentType(plain.data(), plain.size()));
+    ASSERT_TRUE(ucf::parseActionRequest(plain.data(), plain.size(), out));
+    EXPECT_EQ(out, (NamedTexts{{"Name", "tv"}}));
+    const std::string broken = "<s:Envelope><s:Body>";
+    EXPECT_FALSE(ucf::hasDocumentType(broken.data(), broken.size()));
+}
+
+TEST(UpnpPlatformBodiesTest, ActionNamesOfAServiceDescription) {
+    testsupport::TempDir dir;
+    const std::string path = dir.file("scpd.xml");
+    testsupport::writeFile(
+        path,
+        "<?xml version=\"1.0\"?><scpd xmlns=\"urn:schemas-upnp-org:service-1-0\"><actionList>"
+        "<action><argumentList><argument><name>In</name></argument></argumentList>"
+        "<name>Set</name></action><action><name>Get</name></action></actionList></scpd>");
+    std::vector<std::string> names;
+    ASSERT_TRUE(ucf::readActionNames(path, names));
+    EXPECT_EQ(names, (std::vector<std::string>{"Set", "Get"}));
+
+    testsupport::writeFile(path, "<?xml version=\"1.0\"?><root/>");
+    EXPECT_FALSE(ucf::readActionNames(path, names));
 }
 
 }  // namespace

@@ -38,10 +38,15 @@ bool parse(const std::string& xml, DeviceDescription& description, std::string& 
     xmlDoc* document =
         xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "description.xml", nullptr,
                       XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
-    xmlNode* device = child(xmlDocGetRootElement(document), "device");
+    // A document type declaration is refused: the entities it declares could expand a small
+    // description into gigabytes when the names are read.
+    const bool declaresType =
+        document != nullptr && (document->intSubset != nullptr || document->extSubset != nullptr);
+    xmlNode* device = declaresType ? nullptr : child(xmlDocGetRootElement(document), "device");
     if (device == nullptr) {
-        error =
-            document == nullptr ? "the description is not XML" : "the description has no device";
+        error = document == nullptr ? "the description is not XML"
+                : declaresType      ? "the description has a document type declaration"
+                                    : "the description has no device";
         xmlFreeDoc(document);
         return false;
     }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Log.h"
+#include "UpnpDescriptionFile.h"
 
 namespace ip_control {
 
@@ -102,8 +103,8 @@ std::string joinPath(const std::string& folder, const char* fileName) {
 
 // The device description only has to be a "root" document: its contents change at every start.
 bool checkDeviceDescription(const std::string& path) {
-    xmlDoc* doc = xmlReadFile(path.c_str(), nullptr,
-                              XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    xmlDoc* doc = UpnpDescriptionFile::readWithoutDtd(xmlReadFile(
+        path.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
     if (doc == nullptr) {
         LOGE("Failed to parse file: %s", path.c_str());
         return false;

@@ -9,10 +9,14 @@
 #include <libxml/tree.h>
 
 #include "Log.h"
+#include "UpnpTypes.h"
 
 namespace ip_control {
 
 namespace {
+
+// Blank text nodes are dropped so that stored files come out evenly indented.
+constexpr int kParseOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET;
 
 const xmlChar* xc(const std::string& s) {
     return reinterpret_cast<const xmlChar*>(s.c_str());
@@ -26,6 +30,15 @@ std::string contentOf(xmlNode* node) {
 }
 
 }  // namespace
+
+xmlDoc* UpnpDescriptionFile::readWithoutDtd(xmlDoc* doc) {
+    if (doc != nullptr && (doc->intSubset != nullptr || doc->extSubset != nullptr)) {
+        LOGE("a document type declaration is not accepted in a description");
+        xmlFreeDoc(doc);
+        return nullptr;
+    }
+    return doc;
+}
 
 UpnpDescriptionFile::~UpnpDescriptionFile() {
     UpnpDescriptionFile::clear();
@@ -45,8 +58,7 @@ bool UpnpDescriptionFile::parseFile(const std::string& path, const std::string& 
     size_t slash = path.rfind('/');
     m_folder = slash == std::string::npos ? std::string() : path.substr(0, slash);
 
-    // Blank text nodes are dropped so that stored files come out evenly indented.
-    xmlDoc* doc = xmlReadFile(path.c_str(), nullptr, XML_PARSE_NOBLANKS | XML_PARSE_NONET);
+    xmlDoc* doc = readWithoutDtd(xmlReadFile(path.c_str(), nullptr, kParseOptions));
     if (doc == nullptr) {
         LOGE("xmlParseFile(\"%s\") failed", path.c_str());
         return false;
@@ -136,17 +148,19 @@ bool UpnpDescriptionFile::setElement(xmlNode* parent, const std::string& name,
     std::string prefix, local;
     splitElementName(name, prefix, local);
     xmlNode* node = findChild(parent, local);
+    // The library escapes markup characters when writing, but would write the characters XML
+    // cannot hold as they are.
+    const std::string text = xmlCarriableText(value);
     if (node != nullptr) {
-        if (contentOf(node) == value)
+        if (contentOf(node) == text)
             return true;
-        // The value is stored as plain text; the library escapes it when writing.
         xmlNodeSetContent(node, nullptr);
-        xmlNodeAddContent(node, xc(value));
+        xmlNodeAddContent(node, xc(text));
         m_updated = true;
         return true;
     }
     xmlNs* ns = xmlSearchNs(m_xmlDoc, parent, prefix.empty() ? nullptr : xc(prefix));
-    if (xmlNewTextChild(parent, ns, xc(local), xc(value)) == nullptr) {
+    if (xmlNewTextChild(parent, ns, xc(local), xc(text)) == nullptr) {
         LOGE("cannot add element %s", name.c_str());
         return false;
     }
@@ -160,8 +174,8 @@ bool UpnpDescriptionFile::addFromXmlString(xmlNode* parent, const std::string& e
         LOGE("no parent element for %s", elementName.c_str());
         return false;
     }
-    xmlDoc* fragment = xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr,
-                                     XML_PARSE_NOBLANKS | XML_PARSE_NONET);
+    xmlDoc* fragment = readWithoutDtd(
+        xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr, kParseOptions));
     if (fragment == nullptr) {
         LOGE("cannot parse %s fragment", elementName.c_str());
         return false;

@@ -35,6 +35,10 @@ public:
     // Appends a deep copy of xml's root element, which must be named elementName.
     bool addFromXmlString(_xmlNode* parent, const std::string& elementName, const std::string& xml);
     static void splitElementName(const std::string& name, std::string& prefix, std::string& local);
+    // Documents are read without network access or entity substitution; this gives a parsed
+    // document back unless it has a document type declaration (then it is freed, logged and
+    // null comes back), so no entity of a description is ever expanded later.
+    static _xmlDoc* readWithoutDtd(_xmlDoc* doc);
 
 protected:
     _xmlNode* rootElement() const;

@@ -7,6 +7,8 @@
 #include <limits>
 #include <sstream>
 
+#include <glib.h>
+
 #include "Log.h"
 #include "ucf_xml.h"
 
@@ -271,6 +273,33 @@ std::string NamedValues::get(const std::string& name) const {
 
 void NamedValues::set(const std::string& name, const std::string& value) {
     m_values[name] = value;
+}
+
+std::string xmlCarriableText(const std::string& text) {
+    std::string out;
+    out.reserve(text.size());
+    const char* p = text.data();
+    const char* end = p + text.size();
+    while (p < end) {
+        if (*p == '\0') {
+            ++p;
+            continue;
+        }
+        const gunichar c = g_utf8_get_char_validated(p, end - p);
+        if (c == static_cast<gunichar>(-1) || c == static_cast<gunichar>(-2)) {
+            out += "\xEF\xBF\xBD";  // U+FFFD
+            ++p;
+            continue;
+        }
+        const char* next = g_utf8_next_char(p);
+        const bool allowed = c == 0x9 || c == 0xA || c == 0xD ||
+                             (c >= 0x20 && c != 0x7F && c != 0xFFFE && c != 0xFFFF);
+        if (allowed) {
+            out.append(p, next);
+        }
+        p = next;
+    }
+    return out;
 }
 
 std::string escapeXml(const std::string& text) {

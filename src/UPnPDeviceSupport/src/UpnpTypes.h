@@ -90,6 +90,10 @@ private:
 // The five XML special characters to entity references and back.
 std::string escapeXml(const std::string& text);
 std::string unescapeXml(const std::string& text);
+// The text with what an XML 1.0 document cannot hold taken out, so that a name typed anywhere
+// keeps the description well-formed: U+0000-U+001F other than tab, line feed and carriage
+// return, U+007F, U+FFFE and U+FFFF are dropped; bytes that are not UTF-8 become U+FFFD.
+std::string xmlCarriableText(const std::string& text);
 // Blanks become "%20"; nothing else changes.
 void escapeURI(const std::string& in, std::string& out);
 // Always yields "" (the output is only cleared).
