@@ -18,8 +18,11 @@ using ipsvr::Reply;
 
 namespace {
 
-// How long one input may keep the server busy before the target stops waiting for the answer.
+// How long the target waits for the server to take more bytes, and for more of its answer. A
+// complete request is answered within milliseconds; an incomplete one is answered never (the
+// server keeps a half-closed connection until its own deadline), so the wait for it is short.
 constexpr int kAnswerWaitMs = 2000;
+constexpr int kQuietMs = 50;
 
 HttpServer& server() {
     static HttpServer* instance = [] {
@@ -66,7 +69,7 @@ void exchange(int socket, const uint8_t* data, size_t size) {
     shutdown(socket, SHUT_WR);
     for (;;) {
         pollfd ready{socket, POLLIN, 0};
-        if (poll(&ready, 1, kAnswerWaitMs) <= 0 || read(socket, sink, sizeof(sink)) <= 0) {
+        if (poll(&ready, 1, kQuietMs) <= 0 || read(socket, sink, sizeof(sink)) <= 0) {
             return;
         }
     }
