@@ -2,6 +2,8 @@
 BUILD_DIR      ?= build
 ASAN_BUILD_DIR ?= build-asan
 TSAN_BUILD_DIR ?= build-tsan
+FUZZ_BUILD_DIR ?= build-fuzz
+FUZZ_SECONDS   ?= 60
 JOBS           ?= $(shell nproc)
 PREFIX         ?= /usr/local
 ARGS           ?=
@@ -11,7 +13,7 @@ ARGS           ?=
 TEST_ENV  = G_SLICE=always-malloc
 TSAN_ENV  = $(TEST_ENV) TSAN_OPTIONS="suppressions=$(CURDIR)/tests/tsan.supp"
 
-.PHONY: all setup web-test-deps build run test test-tsan install format clean
+.PHONY: all setup web-test-deps build run test test-tsan fuzz install format clean
 
 all: build
 
@@ -40,6 +42,13 @@ test-tsan: web-test-deps
 	cmake --build $(TSAN_BUILD_DIR) -j $(JOBS)
 	cd $(TSAN_BUILD_DIR) && $(TSAN_ENV) ctest --output-on-failure -j $(JOBS)
 
+# Every fuzz target for FUZZ_SECONDS (clang, libFuzzer, ASan + UBSan); see fuzz/README.md.
+fuzz: setup
+	cmake -S . -B $(FUZZ_BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+		-DCMAKE_CXX_COMPILER=clang++ -DIPC_FUZZ=ON -DIPC_SANITIZE=address,undefined
+	cmake --build $(FUZZ_BUILD_DIR) -j $(JOBS) --target fuzz-targets
+	fuzz/run.sh $(FUZZ_BUILD_DIR) $(FUZZ_SECONDS)
+
 # Installs under PREFIX (default /usr/local); DESTDIR stages the files elsewhere.
 install: setup
 	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=$(PREFIX)
@@ -50,4 +59,4 @@ format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD_DIR) $(ASAN_BUILD_DIR) $(TSAN_BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(ASAN_BUILD_DIR) $(TSAN_BUILD_DIR) $(FUZZ_BUILD_DIR)

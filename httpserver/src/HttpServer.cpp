@@ -243,6 +243,15 @@ void HttpServer::stop() {
     }
 }
 
+bool HttpServer::addConnection(int socket, const sockaddr* peer, socklen_t peerLength) {
+    if (m_daemon == nullptr) {
+        ::close(socket);
+        return false;
+    }
+    // libmicrohttpd closes the socket itself when it refuses it.
+    return MHD_add_connection(m_daemon, socket, peer, peerLength) == MHD_YES;
+}
+
 bool HttpServer::respond(unsigned int clientId, Reply reply) {
     return m_pending.resolve(clientId, std::move(reply));
 }

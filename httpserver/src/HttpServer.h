@@ -50,6 +50,9 @@ public:
     // Stops listening, answers the pending requests 503 and closes every connection.
     void stop();
     unsigned short port() const { return m_port; }
+    // Serves a connected socket as if it had been accepted from peer; the server owns it from
+    // here on, also on failure. For feeding the server bytes without a network (fuzzing).
+    bool addConnection(int socket, const sockaddr* peer, socklen_t peerLength);
 
     // Answers a pending request; false when its id is not waiting any more.
     bool respond(unsigned int clientId, Reply reply);

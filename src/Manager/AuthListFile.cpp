@@ -26,6 +26,27 @@ namespace {
 const char* const kLegacyMark = "serialization::archive";
 // " %d 17 %s 49 %s": class, then the MAC address and the token with their length prefixes.
 const size_t kLegacyRecordLength = 76;
+const size_t kLegacyMacLength = 17;
+const size_t kLegacyTokenLength = 49;
+
+// The JSON form is an array or null; a token that happens to hold the legacy mark must not make
+// the file read as an archive.
+bool isJsonForm(const std::string& content) {
+    const size_t start = content.find_first_not_of(" \t\r\n");
+    return start != std::string::npos &&
+           (content[start] == '[' || content.compare(start, 4, "null") == 0);
+}
+
+// MAC addresses and tokens are printable ASCII without blanks; a record with other bytes is
+// damaged, and would not survive being written back as JSON text.
+bool isPlainWord(const char* text) {
+    for (const char* c = text; *c != '\0'; ++c) {
+        if (*c < '!' || *c > '~') {
+            return false;
+        }
+    }
+    return true;
+}
 
 // Records from the end of the file backwards; the header in front of the earliest one (shorter
 // than a record plus one character) is never read.
@@ -37,7 +58,9 @@ void parseLegacy(const std::string& content, std::vector<AuthRecord>& list) {
         AuthRecord record;
         char mac[kLegacyRecordLength + 1] = {};
         char token[kLegacyRecordLength + 1] = {};
-        if (sscanf(group.c_str(), " %d 17 %76s 49 %76s", &record.accessClass, mac, token) != 3) {
+        if (sscanf(group.c_str(), " %d 17 %76s 49 %76s", &record.accessClass, mac, token) != 3 ||
+            strlen(mac) != kLegacyMacLength || strlen(token) != kLegacyTokenLength ||
+            !isPlainWord(mac) || !isPlainWord(token)) {
             LOGE("unreadable record at offset %zu skipped", n);
             continue;
         }
@@ -112,7 +135,7 @@ bool AuthListFile::read(std::string& content) {
 
 void AuthListFile::parse(const std::string& content, std::vector<AuthRecord>& list) {
     try {
-        if (content.find(kLegacyMark) != std::string::npos) {
+        if (!isJsonForm(content) && content.find(kLegacyMark) != std::string::npos) {
             parseLegacy(content, list);
         } else {
             parseJson(content, list);

@@ -3,6 +3,7 @@
 
 #include <json-glib/json-glib.h>
 
+#include <cmath>
 #include <functional>
 #include <string>
 #include <vector>
@@ -118,6 +119,39 @@ JsonNode* new_empty(JsonType type) {
             return new_container(type);
         default:
             return new_null();
+    }
+}
+
+bool holds_unprintable(JsonNode* node) {
+    switch (kind_of(node)) {
+        case JsonType::doubleValue:
+            return !std::isfinite(json_node_get_double(node));
+        case JsonType::stringValue:
+            return !g_utf8_validate(json_node_get_string(node), -1, nullptr);
+        case JsonType::objectValue: {
+            JsonObject* object = json_node_get_object(node);
+            GList* names = json_object_get_members(object);
+            bool found = false;
+            for (GList* item = names; item != nullptr && !found; item = item->next) {
+                const char* name = static_cast<const char*>(item->data);
+                found = !g_utf8_validate(name, -1, nullptr) ||
+                        holds_unprintable(json_object_get_member(object, name));
+            }
+            g_list_free(names);
+            return found;
+        }
+        case JsonType::arrayValue: {
+            JsonArray* array = json_node_get_array(node);
+            const guint length = json_array_get_length(array);
+            for (guint i = 0; i < length; ++i) {
+                if (holds_unprintable(json_array_get_element(array, i))) {
+                    return true;
+                }
+            }
+            return false;
+        }
+        default:
+            return false;
     }
 }
 

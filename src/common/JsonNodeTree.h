@@ -19,6 +19,11 @@ JsonArray* array_of(JsonNode* node);    // nullptr unless an array node
 JsonNode* new_null();
 JsonNode* new_empty(JsonType type);  // null, false, 0, 0.0, "", {} or []
 JsonNode* deep_copy(JsonNode* node);
+// True when the tree holds what JSON text cannot carry: a number that is infinite or not a
+// number (json-glib reads 1e999 as infinity), or a string or member name that is not UTF-8
+// (json-glib lets a lone surrogate escape such as "\udc00" through). Either would be printed as
+// text that no JSON reader takes back.
+bool holds_unprintable(JsonNode* node);
 
 // Gives dst, a scalar node or an empty null node, a copy of the scalar in src. The payload is
 // copied, never shared: json-glib rewrites a scalar payload in place on every set.

@@ -28,6 +28,38 @@ namespace {
 constexpr double kInt64Low = -9223372036854775808.0;
 constexpr double kInt64High = 9223372036854775808.0;
 
+// json-glib prints a double in exponent form with ".0" after the exponent ("1e+20.0"), which
+// no JSON reader takes; the ".0" is dropped. Text inside strings is left alone.
+void repairExponents(std::string& text) {
+    if (text.find("e+") == std::string::npos && text.find("e-") == std::string::npos) {
+        return;
+    }
+    bool inString = false;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (inString) {
+            if (c == '\\') {
+                ++i;
+            } else if (c == '"') {
+                inString = false;
+            }
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == 'e' && i > 0 && g_ascii_isdigit(text[i - 1]) && i + 1 < text.size() &&
+                   (text[i + 1] == '+' || text[i + 1] == '-')) {
+            size_t end = i + 2;
+            while (end < text.size() && g_ascii_isdigit(text[end])) {
+                ++end;
+            }
+            if (text.compare(end, 2, ".0") == 0 &&
+                (end + 2 == text.size() || !g_ascii_isdigit(text[end + 2]))) {
+                text.erase(end, 2);
+            }
+            i = end - 1;
+        }
+    }
+}
+
 std::shared_ptr<JsonNode> own(JsonNode* root) {
     return std::shared_ptr<JsonNode>(root, json_node_unref);
 }
@@ -262,6 +294,7 @@ std::string SharedJson::to_string(bool pretty) const {
     std::string result = text != nullptr ? text : "";
     g_free(text);
     g_object_unref(generator);
+    repairExponents(result);
     return result;
 }
 
@@ -270,7 +303,12 @@ SharedJson SharedJson::Create(const std::string& text) {
     GError* error = nullptr;
     SharedJson result;
     if (json_parser_load_from_data(parser, text.c_str(), -1, &error)) {
-        if (JsonNode* root = json_parser_get_root(parser)) {
+        JsonNode* root = json_parser_get_root(parser);
+        if (root != nullptr && node_tree::holds_unprintable(root)) {
+            LOGE(
+                "failed to parse: a number beyond the range of a double or a string that is "
+                "not UTF-8");
+        } else if (root != nullptr) {
             result = SharedJson(deep_copy(root));
         }
     } else {
