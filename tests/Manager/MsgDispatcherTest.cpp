@@ -6,6 +6,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -59,6 +60,8 @@ TEST_F(MsgDispatcherTest, KeepsRunningAfterJobThrows) {
     EXPECT_TRUE(drain());
 }
 
+// Jobs queued behind a busy job are taken together; a Quit() from one of them still drops the
+// rest, as it does for jobs queued when Quit() comes from outside.
 TEST_F(MsgDispatcherTest, QuitDropsJobsStillQueued) {
     std::promise<void> started;
     std::promise<void> release;
@@ -69,13 +72,62 @@ TEST_F(MsgDispatcherTest, QuitDropsJobsStillQueued) {
         gate.wait();
     });
     ASSERT_EQ(std::future_status::ready, started.get_future().wait_for(kBound));
+    MsgDispatcher* dispatcher = m_dispatcher.get();  // the slot is emptied while it runs
+    enqueue([dispatcher] { dispatcher->Quit(); });
     for (int i = 0; i < 3; ++i) {
         enqueue([&later] { ++later; });
     }
-    m_dispatcher->Quit();
     release.set_value();
     m_dispatcher.reset();  // joins
     EXPECT_EQ(0, later);
+
+    m_dispatcher = std::make_unique<MsgDispatcher>("ServiceManager");
+    std::promise<void> started2;
+    std::promise<void> release2;
+    std::shared_future<void> gate2 = release2.get_future().share();
+    enqueue([&started2, gate2] {
+        started2.set_value();
+        gate2.wait();
+    });
+    ASSERT_EQ(std::future_status::ready, started2.get_future().wait_for(kBound));
+    enqueue([&later] { ++later; });
+    m_dispatcher->Quit();
+    release2.set_value();
+    m_dispatcher.reset();
+    EXPECT_EQ(0, later);
+}
+
+// Jobs queued from other threads and from jobs themselves while the thread drains are all run,
+// each producer's in its order. Without its idle tick the thread would hang on a lost wake-up.
+TEST_F(MsgDispatcherTest, JobsQueuedWhileItDrainsAreRunWithoutLostWakeUps) {
+    m_dispatcher = std::make_unique<MsgDispatcher>("ServiceManager", std::chrono::hours(1));
+    const int kPerProducer = 500;
+    std::vector<std::vector<int>> seen(3);  // written by the worker only
+    std::vector<std::thread> producers;
+    for (int p = 0; p < 3; ++p) {
+        producers.emplace_back([this, p, &seen] {
+            for (int i = 0; i < kPerProducer; ++i) {
+                enqueue([this, p, i, &seen] {
+                    seen[p].push_back(i);
+                    if (i % 50 == 0) {
+                        enqueue([] {});  // from inside a batch
+                    }
+                });
+            }
+        });
+    }
+    for (std::thread& producer : producers) {
+        producer.join();
+    }
+    for (int round = 0; round < 300; ++round) {
+        ASSERT_TRUE(drain()) << "round " << round;
+    }
+    for (const std::vector<int>& order : seen) {
+        ASSERT_EQ(static_cast<size_t>(kPerProducer), order.size());
+        for (int i = 0; i < kPerProducer; ++i) {
+            EXPECT_EQ(i, order[i]);
+        }
+    }
 }
 
 TEST_F(MsgDispatcherTest, DestructorWithoutQuitDoesNotHang) {
