@@ -96,6 +96,9 @@ AccessManager::~AccessManager() {
 }
 
 bool AccessManager::create() {
+    // The pop-up names a wall display as such; a start may follow a platform restart on another
+    // product.
+    SystemApi::getInstance().reloadFeatures();
     {
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
         syncAuthListWithFile();

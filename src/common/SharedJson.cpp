@@ -270,8 +270,9 @@ SharedJson SharedJson::Create(const std::string& text) {
     GError* error = nullptr;
     SharedJson result;
     if (json_parser_load_from_data(parser, text.c_str(), -1, &error)) {
-        if (JsonNode* root = json_parser_get_root(parser)) {
-            result = SharedJson(deep_copy(root));
+        // Taken over rather than copied: no one else holds the parser's tree.
+        if (JsonNode* root = json_parser_steal_root(parser)) {
+            result = SharedJson(root);
         }
     } else {
         LOGE("failed to parse: %s", error != nullptr ? error->message : "unknown error");

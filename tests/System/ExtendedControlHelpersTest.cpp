@@ -13,6 +13,7 @@
 #include "System/ExpertPictureControlHelper.h"
 #include "System/HelperTestSupport.h"
 #include "System/MultiViewControlHelper.h"
+#include "System/SystemApi.h"
 #include "System/WallModeControlHelper.h"
 #include "support/PlatformTest.h"
 
@@ -106,6 +107,7 @@ TEST_F(ExtendedControlHelpersTest, CompositeReadsAnswerInClientShape) {
 
 TEST_F(ExtendedControlHelpersTest, TVStatesReadEverythingInClientWords) {
     startPlatform("\"easel_tv\": true, \"ambient_screen_support\": true");
+    SystemApi::getInstance().reloadFeatures();  // as the service does when it starts
     CmdRequest read = command(GET_TV_STATES, "getTVStates", R"({"AccessToken":"t"})");
     const std::vector<fakedynf::Property> asked = helpertest::sent(m_device, read);
     ASSERT_EQ(12u, asked.size());  // the ten of every product, then art and ambient mode
