@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include "Log.h"
 #include "Manager/MsgQueue.h"
@@ -36,11 +37,15 @@ MsgDispatcher::~MsgDispatcher() {
 }
 
 void MsgDispatcher::EnqueueData(std::function<void()>& job) {
+    EnqueueData(std::function<void()>(job));
+}
+
+void MsgDispatcher::EnqueueData(std::function<void()>&& job) {
     if (!m_bRunning) {
         throw std::runtime_error("Thread already finished! Can not do enqueue!!");
     }
     // A thread that is busy finds the job when its batch is done, without a wake-up.
-    if (m_queue->Push(job)) {
+    if (m_queue->Push(std::move(job))) {
         m_condition.notify_one();
     }
 }

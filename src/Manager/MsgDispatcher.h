@@ -32,6 +32,8 @@ public:
     // Queues a copy of job, waking the thread if it sleeps. Throws std::runtime_error after
     // Quit().
     void EnqueueData(std::function<void()>& job);
+    // The same, taking job over instead of copying it and what it holds.
+    void EnqueueData(std::function<void()>&& job);
     void Quit();
     bool isEmptyQueue();
     void clearData();

@@ -8,9 +8,9 @@
 
 MsgDispatcher::MsgQueue::MsgQueue(const std::string& name) : m_name(name) {}
 
-bool MsgDispatcher::MsgQueue::Push(const Job& job) {
+bool MsgDispatcher::MsgQueue::Push(Job&& job) {
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_jobs.push_back(job);
+    m_jobs.push_back(std::move(job));
     const bool wake = m_bConsumerWaiting;
     m_bConsumerWaiting = false;
     return wake;

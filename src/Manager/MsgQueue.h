@@ -26,7 +26,7 @@ public:
 
     // True when the dispatcher's thread sleeps in WaitLocked() and has not been told yet: the
     // caller wakes it.
-    bool Push(const Job& job);
+    bool Push(Job&& job);
     void Pop();
     Job Front();
     size_t Size();
