@@ -151,6 +151,9 @@ AccessManager::~AccessManager() {
 
 bool AccessManager::create() {
     SecurityMode::refresh();
+    // The pop-up names a wall display as such; a start may follow a platform restart on another
+    // product.
+    SystemApi::getInstance().reloadFeatures();
     {
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
         syncAuthListWithFile();
@@ -170,6 +173,7 @@ bool AccessManager::destroy() {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     m_bIsNotiHandled = false;
     m_authList.clear();
+    m_tokenIndex.clear();
     m_macAddrUnderCheck.clear();
     releaseNotiItemResource();
     m_bIsShowingNotification = false;
@@ -185,11 +189,9 @@ bool AccessManager::isRegisteredInAuthGroup(std::string token) {
         LOGE("Failed to find matched AccessToken!!");
         return false;
     }
-    for (const AuthRecord& record : m_authList) {
-        if (record.accessToken == token) {
-            LOGI("Found matched AccessToken");
-            return true;
-        }
+    if (m_tokenIndex.firstWith(token) != AuthTokenIndex::npos) {
+        LOGI("Found matched AccessToken");
+        return true;
     }
     LOGE("Failed to find matched AccessToken!!");
     return false;
@@ -235,6 +237,7 @@ bool AccessManager::assignLowerAccessClass(std::string macAddr) {
     record.accessClass = AuthRecord::DENIED_ONCE;
     record.macAddr = macAddr;
     m_authList.push_back(record);
+    m_tokenIndex.added(m_authList.size() - 1, record.accessToken);
     return true;
 }
 
@@ -261,6 +264,7 @@ bool AccessManager::issueAccessToken(std::string macAddr) {
 void AccessManager::resetAuthGroupData() {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     m_authList.clear();
+    m_tokenIndex.clear();
     updateAuthListToFile();
 }
 
@@ -273,6 +277,7 @@ int AccessManager::revokeClient(const std::string& macAddr) {
     const int revoked = static_cast<int>(before - m_authList.size());
     LOGI("revoked %d record(s) of macAddr:%s", revoked, macAddr.c_str());
     if (revoked > 0) {
+        m_tokenIndex.rebuild(m_authList);
         updateAuthListToFile();
     }
     return revoked;
@@ -300,11 +305,13 @@ std::string AccessManager::generateAccessToken() {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     std::string token = makeToken(m_authList);
     bool found = false;
-    for (AuthRecord& record : m_authList) {
+    for (size_t position = 0; position < m_authList.size(); ++position) {
+        AuthRecord& record = m_authList[position];
         if (record.macAddr == m_macAddrUnderCheck) {
             LOGI("Found same MAC addr in the m_authList[%s] m_macAddrUnderCheck[%s]",
                  record.macAddr.c_str(), m_macAddrUnderCheck.c_str());
             LOGI("Updating previous client info....");
+            m_tokenIndex.changed(position, record.accessToken, token);
             record.accessToken = token;
             record.accessClass = AuthRecord::AUTHORISED;
             found = true;
@@ -316,6 +323,7 @@ std::string AccessManager::generateAccessToken() {
         record.macAddr = m_macAddrUnderCheck;
         record.accessToken = token;
         m_authList.push_back(record);
+        m_tokenIndex.added(m_authList.size() - 1, token);
     }
     updateAuthListToFile();
     LOGI("finished, m_authList.size:%zu", m_authList.size());
@@ -336,7 +344,11 @@ void AccessManager::syncAuthListWithFile() {
 
 void AccessManager::syncAuthListWithFileInternal(const std::string& content) {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    const size_t before = m_authList.size();
     AuthListFile::parse(content, m_authList);
+    for (size_t position = before; position < m_authList.size(); ++position) {
+        m_tokenIndex.added(position, m_authList[position].accessToken);
+    }
     LOGI("m_authList.size:%zu", m_authList.size());
 }
 
@@ -398,6 +410,15 @@ void AccessManager::releaseNotiItemResource() {
 std::vector<AuthRecord> AccessManager::authList() const {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     return m_authList;
+}
+
+std::optional<AuthRecord> AccessManager::firstRecordWithToken(const std::string& token) const {
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    const size_t position = m_tokenIndex.firstWith(token);
+    if (position == AuthTokenIndex::npos) {
+        return std::nullopt;
+    }
+    return m_authList[position];
 }
 
 void AccessManager::_ip_control_noti_button_cb(notification_s* /*noti*/, int eventType,

@@ -3,10 +3,12 @@
 
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Manager/AuthRecord.h"
+#include "Manager/AuthTokenIndex.h"
 #include "Manager/Hook.h"
 #include "Manager/IAccessManager.h"
 
@@ -76,6 +78,9 @@ public:
 
     // A copy of the known clients, in insertion order.
     std::vector<AuthRecord> authList() const;
+    // A copy of the first record holding exactly this token (an empty one too), whatever its
+    // class; none when no record holds it.
+    std::optional<AuthRecord> firstRecordWithToken(const std::string& token) const;
 
 private:
     // The pop-up's event callback and the release timer's callback; data is the manager.
@@ -96,6 +101,8 @@ private:
     // Protects every member below and the auth list file.
     mutable std::recursive_mutex m_mutex;
     std::vector<AuthRecord> m_authList;
+    // Kept in step with every change to m_authList, so that a token check does not walk it.
+    AuthTokenIndex m_tokenIndex;
     std::string m_macAddrUnderCheck;  // the client whose pop-up is showing; empty when none
     bool m_bIsShowingNotification = false;
     bool m_bIsNotiHandled = false;      // the showing pop-up's outcome has been delivered

@@ -2,6 +2,7 @@
 #include "Manager/JSONRPCParser.h"
 
 #include <exception>
+#include <utility>
 
 #include "JsonException.h"
 #include "Log.h"
@@ -223,17 +224,18 @@ std::string JSONRPCParser::buildResponse(std::string errorText, bool isSetMethod
 
 std::string JSONRPCParser::buildResponse(const std::string& id, const JsonValue& result,
                                          const std::string& errorText) {
-    JsonValue response(JsonType::objectValue);
-    response["jsonrpc"] = "2.0";
-    response["id"] = id;
+    // The compact text of {"jsonrpc", "id", "error" or "result"} put together from its members'
+    // texts, without building the object and copying the result into it first.
+    std::string text = R"({"jsonrpc":"2.0","id":)" + JsonValue(id).toString(false);
     if (!errorText.empty()) {
-        response["error"] = JsonValue::Create(errorText);
+        text += R"(,"error":)" + JsonValue::Create(errorText).toString(false);
     } else if (!result.isNull()) {
-        response["result"] = result;
+        text += R"(,"result":)" + result.toString(false);
     } else {
         LOGI("has empty param data!");
     }
-    return _serialise(response);
+    text += '}';
+    return _serialise(std::move(text));
 }
 
 std::string JSONRPCParser::getJsonErrorMessage(eJSONRPCErrorCode code) {
@@ -271,7 +273,10 @@ std::string JSONRPCParser::_idText() {
 }
 
 std::string JSONRPCParser::_serialise(const JsonValue& response) {
-    std::string text = response.toString(false);
+    return _serialise(response.toString(false));
+}
+
+std::string JSONRPCParser::_serialise(std::string text) {
     LOGI("done, response:%s", SecurityMode::json(text).c_str());
     return text;
 }

@@ -41,6 +41,8 @@ public:
 private:
     std::string _idText();
     std::string _serialise(const common::json::JsonValue& response);
+    // Logs the response text and returns it.
+    std::string _serialise(std::string text);
 
     common::json::JsonValue m_root;
     common::json::JsonValue m_copiedParams;

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include "Log.h"
 #include "Manager/MsgQueue.h"
@@ -14,13 +15,12 @@ namespace {
 
 // Linux refuses thread names longer than 15 characters.
 const size_t kMaxThreadNameLength = 15;
-// The longest the thread sleeps before it looks at the running flag again.
-const std::chrono::seconds kWaitSlice(1);
 
 }  // namespace
 
-MsgDispatcher::MsgDispatcher(const std::string& name)
+MsgDispatcher::MsgDispatcher(const std::string& name, std::chrono::milliseconds idleTick)
     : m_name(name),
+      m_idleTick(idleTick),
       m_bRunning(true),
       m_queue(std::make_unique<MsgQueue>(name)),
       m_thread(&MsgDispatcher::runDispatchingThread, this) {}
@@ -37,11 +37,17 @@ MsgDispatcher::~MsgDispatcher() {
 }
 
 void MsgDispatcher::EnqueueData(std::function<void()>& job) {
+    EnqueueData(std::function<void()>(job));
+}
+
+void MsgDispatcher::EnqueueData(std::function<void()>&& job) {
     if (!m_bRunning) {
         throw std::runtime_error("Thread already finished! Can not do enqueue!!");
     }
-    m_queue->Push(job);
-    m_condition.notify_one();
+    // A thread that is busy finds the job when its batch is done, without a wake-up.
+    if (m_queue->Push(std::move(job))) {
+        m_condition.notify_one();
+    }
 }
 
 void MsgDispatcher::Quit() {
@@ -69,9 +75,9 @@ void MsgDispatcher::runDispatchingThread() {
     std::unique_lock<std::mutex> lock(m_queue->Mutex());
     while (m_bRunning) {
         if (!m_queue->IsEmptyLocked()) {
-            m_queue->RunFirstJob(lock);
+            m_queue->RunQueuedJobs(lock, m_bRunning);
         } else {
-            m_condition.wait_until(lock, std::chrono::steady_clock::now() + kWaitSlice);
+            m_queue->WaitLocked(lock, m_condition, std::chrono::steady_clock::now() + m_idleTick);
         }
     }
     LOGI("[%s] Finished thread running", m_name.c_str());

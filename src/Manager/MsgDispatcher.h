@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -10,6 +11,7 @@
 
 // Jobs run on the dispatcher's own thread (named after the dispatcher, cut to the 15 characters
 // the OS allows) in the order they were queued, never two at once, and without any lock held.
+// The thread takes all jobs queued so far in one go and is woken only when it sleeps.
 // An exception that escapes a job is logged and the thread goes on with the next job.
 // Thread-safe: any thread may queue jobs or call Quit(). Quit() stops the thread after the job in
 // progress; jobs still queued are dropped and every later EnqueueData() throws. The destructor
@@ -19,14 +21,19 @@ class MsgDispatcher {
 public:
     class MsgQueue;
 
-    explicit MsgDispatcher(const std::string& name);
+    // idleTick: the longest the thread sleeps before it looks at the running flag again.
+    explicit MsgDispatcher(const std::string& name,
+                           std::chrono::milliseconds idleTick = std::chrono::seconds(1));
     ~MsgDispatcher();
 
     MsgDispatcher(const MsgDispatcher&) = delete;
     MsgDispatcher& operator=(const MsgDispatcher&) = delete;
 
-    // Queues a copy of job and wakes the thread. Throws std::runtime_error after Quit().
+    // Queues a copy of job, waking the thread if it sleeps. Throws std::runtime_error after
+    // Quit().
     void EnqueueData(std::function<void()>& job);
+    // The same, taking job over instead of copying it and what it holds.
+    void EnqueueData(std::function<void()>&& job);
     void Quit();
     bool isEmptyQueue();
     void clearData();
@@ -35,6 +42,7 @@ private:
     void runDispatchingThread();
 
     const std::string m_name;
+    const std::chrono::milliseconds m_idleTick;
     // Written under the queue mutex so that the thread cannot miss the wake-up of Quit(); atomic
     // because EnqueueData() reads it without that mutex.
     std::atomic<bool> m_bRunning;

@@ -1,4 +1,4 @@
-// The dispatcher's job queue and the running of one job.
+// The dispatcher's job queue and the running of its jobs.
 #include "Manager/MsgQueue.h"
 
 #include <exception>
@@ -8,9 +8,12 @@
 
 MsgDispatcher::MsgQueue::MsgQueue(const std::string& name) : m_name(name) {}
 
-void MsgDispatcher::MsgQueue::Push(const Job& job) {
+bool MsgDispatcher::MsgQueue::Push(Job&& job) {
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_jobs.push_back(job);
+    m_jobs.push_back(std::move(job));
+    const bool wake = m_bConsumerWaiting;
+    m_bConsumerWaiting = false;
+    return wake;
 }
 
 void MsgDispatcher::MsgQueue::Pop() {
@@ -32,18 +35,44 @@ size_t MsgDispatcher::MsgQueue::Size() {
 
 bool MsgDispatcher::MsgQueue::IsEmpty() {
     std::lock_guard<std::mutex> lock(m_mutex);
-    return m_jobs.empty();
+    return m_jobs.empty() && m_batchLeft == 0;
 }
 
 void MsgDispatcher::MsgQueue::Clear() {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_jobs.clear();
+    m_bDropBatch = true;
 }
 
-void MsgDispatcher::MsgQueue::RunFirstJob(std::unique_lock<std::mutex>& lock) {
-    m_currentJob = std::move(m_jobs.front());
-    m_jobs.pop_front();
+void MsgDispatcher::MsgQueue::WaitLocked(std::unique_lock<std::mutex>& lock,
+                                         std::condition_variable& condition,
+                                         std::chrono::steady_clock::time_point deadline) {
+    m_bConsumerWaiting = true;
+    condition.wait_until(lock, deadline);
+    m_bConsumerWaiting = false;
+}
+
+void MsgDispatcher::MsgQueue::RunQueuedJobs(std::unique_lock<std::mutex>& lock,
+                                            const std::atomic<bool>& running) {
+    // The batch is empty here, so the swap leaves m_jobs empty with the batch's spare storage.
+    m_batch.swap(m_jobs);
+    m_batchLeft = m_batch.size();
+    // A Clear() before this point has already emptied what was taken.
+    m_bDropBatch = false;
     lock.unlock();
+    while (!m_batch.empty() && running && !m_bDropBatch) {
+        m_currentJob = std::move(m_batch.front());
+        m_batch.pop_front();
+        --m_batchLeft;
+        _runCurrentJob();
+    }
+    // Jobs dropped by Quit() or Clear() go without the lock held, like finished ones.
+    m_batch.clear();
+    m_batchLeft = 0;
+    lock.lock();
+}
+
+void MsgDispatcher::MsgQueue::_runCurrentJob() {
     try {
         m_currentJob();
     } catch (const std::exception& e) {
@@ -51,7 +80,6 @@ void MsgDispatcher::MsgQueue::RunFirstJob(std::unique_lock<std::mutex>& lock) {
     } catch (...) {
         LOGE("[%s] unknown exception from job", m_name.c_str());
     }
-    // The job's captures go away before the lock is taken again.
+    // The job's captures go away before the next job starts.
     m_currentJob = nullptr;
-    lock.lock();
 }

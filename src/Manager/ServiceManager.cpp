@@ -206,7 +206,7 @@ void ServiceManager::enqueueResponseData(CmdRequest* cmd) {
     JSONRPCParser parser;
     std::string response = parser.buildResponse(cmd->jsonId, cmd->result, errorText);
     unsigned int clientId = cmd->clientId;
-    _enqueueJob([this, clientId, response, errorText] {
+    _enqueueJob([this, clientId, response = std::move(response), errorText = std::move(errorText)] {
         m_journal.finish(clientId, 200, errorText, response);
         sendResponse(clientId, response);
     });
@@ -250,7 +250,7 @@ void ServiceManager::_enqueueJob(std::function<void()> job) {
     if (m_dispatcher == nullptr) {
         throw std::runtime_error(kThreadFinished);
     }
-    m_dispatcher->EnqueueData(job);
+    m_dispatcher->EnqueueData(std::move(job));
 }
 
 bool ServiceManager::_releaseDispatcher() {

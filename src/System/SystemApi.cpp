@@ -13,10 +13,6 @@ namespace {
 
 #define FEATURE_KEY(name) SYSTEM_INFO_VENDOR_PREFIX "featureconf/" name
 
-bool readBool(const char* key, bool& value) {
-    return system_info_get_custom_bool(key, &value) == SYSTEM_INFO_ERROR_NONE;
-}
-
 bool readInt(const char* key, int& value) {
     return system_info_get_custom_int(key, &value) == SYSTEM_INFO_ERROR_NONE;
 }
@@ -33,13 +29,20 @@ bool readInfoString(system_info_key_e key, std::string& out) {
     return true;
 }
 
-// A feature flag with its logs: the failure text, or "label:value".
-bool readFeatureFlag(const char* key, const char* failure, const char* label) {
-    bool value = false;
-    if (!readBool(key, value)) {
+const char* const kFeatureKeys[] = {
+    FEATURE_KEY("tessera_support"),
+    FEATURE_KEY("tessera_version"),
+    FEATURE_KEY("easel_tv"),
+    FEATURE_KEY("ambient_screen_support"),
+};
+
+// A feature flag's logs: the failure text, or "label:value".
+bool readFeatureFlag(const SystemApi::FeatureRead& read, const char* failure, const char* label) {
+    if (!read.ok) {
         LOGE("%s", failure);
         return false;
     }
+    const bool value = read.value != 0;
     LOGI("%s:%d", label, value);
     return value;
 }
@@ -89,28 +92,56 @@ SystemApi& SystemApi::getInstance() {
 
 SystemApi::SystemApi() : m_isLfd(computeIsLfd(*this)) {}
 
+void SystemApi::reloadFeatures() {
+    std::lock_guard<std::mutex> lock(m_featuresMutex);
+    m_features.fill(std::nullopt);
+}
+
+SystemApi::FeatureRead SystemApi::_feature(Feature feature, bool isBool) {
+    std::lock_guard<std::mutex> lock(m_featuresMutex);
+    if (m_features[feature]) {
+        return *m_features[feature];
+    }
+    const char* key = kFeatureKeys[feature];
+    FeatureRead read;
+    int error = SYSTEM_INFO_ERROR_NONE;
+    if (isBool) {
+        bool value = false;
+        error = system_info_get_custom_bool(key, &value);
+        read.value = value ? 1 : 0;
+    } else {
+        error = system_info_get_custom_int(key, &read.value);
+    }
+    read.ok = error == SYSTEM_INFO_ERROR_NONE;
+    // A platform that is not up yet may answer later; anything else is the product's answer.
+    if (error != SYSTEM_INFO_ERROR_NOT_READY) {
+        m_features[feature] = read;
+    }
+    return read;
+}
+
 bool SystemApi::isWall() {
-    return readFeatureFlag(FEATURE_KEY("tessera_support"), "FMS tessera_support failed to read",
+    return readFeatureFlag(_feature(kWallSupport, true), "FMS tessera_support failed to read",
                            "wallSupport");
 }
 
 bool SystemApi::isMicroLED() {
-    int version = 0;
-    if (!readInt(FEATURE_KEY("tessera_version"), version)) {
+    const FeatureRead version = _feature(kWallVersion, false);
+    if (!version.ok) {
         // The same text as isWall: both read the wall feature.
         LOGE("FMS tessera_support failed to read");
         return false;
     }
-    LOGI("wallVersion:%d", version);
-    return version == 2;
+    LOGI("wallVersion:%d", version.value);
+    return version.value == 2;
 }
 
 bool SystemApi::isEaselTv() {
-    return readFeatureFlag(FEATURE_KEY("easel_tv"), "FMS easel_tv failed to read", "easelTv");
+    return readFeatureFlag(_feature(kEaselTv, true), "FMS easel_tv failed to read", "easelTv");
 }
 
 bool SystemApi::isAmbientScreenSupport() {
-    return readFeatureFlag(FEATURE_KEY("ambient_screen_support"),
+    return readFeatureFlag(_feature(kAmbientScreenSupport, true),
                            "FMS ambient_screen_support failed to read", "ambientScreenSupport");
 }
 

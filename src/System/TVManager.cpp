@@ -19,6 +19,8 @@ bool TVManager::create(void* owner) {
     }
     m_handler = std::make_unique<DYNFHandler>();  // a previous handler is destroyed here
     m_handler->create(m_owner);
+    // A start may follow a platform restart on another product.
+    SystemApi::getInstance().reloadFeatures();
     m_bEaselTV = SystemApi::getInstance().isEaselTv();
     m_bAmbientTV = SystemApi::getInstance().isAmbientScreenSupport();
     LOGI("m_bEaselTV:%d", m_bEaselTV);

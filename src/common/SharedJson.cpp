@@ -303,13 +303,15 @@ SharedJson SharedJson::Create(const std::string& text) {
     GError* error = nullptr;
     SharedJson result;
     if (json_parser_load_from_data(parser, text.c_str(), -1, &error)) {
-        JsonNode* root = json_parser_get_root(parser);
+        JsonNode* root = json_parser_steal_root(parser);
         if (root != nullptr && node_tree::holds_unprintable(root)) {
             LOGE(
                 "failed to parse: a number beyond the range of a double or a string that is "
                 "not UTF-8");
+            json_node_unref(root);
         } else if (root != nullptr) {
-            result = SharedJson(deep_copy(root));
+            // Taken over rather than copied: no one else holds the parser's tree.
+            result = SharedJson(root);
         }
     } else {
         LOGE("failed to parse: %s", error != nullptr ? error->message : "unknown error");

@@ -3,6 +3,9 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -357,6 +360,73 @@ TEST_F(AccessManagerTest, RevokeForgetsOneClientInMemoryAndInTheFile) {
     EXPECT_EQ(kMacB, access.authList()[0].macAddr);
     EXPECT_EQ(std::string::npos, testsupport::readFile(authFile()).find(kMacA));
     EXPECT_NE(std::string::npos, testsupport::readFile(authFile()).find(kMacB));
+}
+
+// The token lookup answers what a walk of the list from the front answers (the first record
+// with the token, whatever its class), through every kind of change to the list.
+TEST_F(AccessManagerTest, TokenLookupFollowsEveryChangeOfTheList) {
+    AccessManager& access = manager();
+    const std::vector<std::string> macs = {kMacA, kMacB, "aa:bb:cc:dd:ee:03", "aa:bb:cc:dd:ee:04"};
+    // Few tokens, so that records share them; "" is the token of a client never allowed.
+    std::set<std::string> tokens = {"", "t1", "t2", "t3"};
+    std::mt19937 random(1234);
+    auto pick = [&random](size_t count) {
+        return std::uniform_int_distribution<size_t>(0, count - 1)(random);
+    };
+    for (int step = 0; step < 300; ++step) {
+        const std::string& mac = macs[pick(macs.size())];
+        switch (pick(7)) {
+            case 0: {  // records loaded from a file
+                JsonValue records(common::json::JsonType::arrayValue);
+                for (size_t i = 0; i < 1 + pick(3); ++i) {
+                    JsonValue record(common::json::JsonType::objectValue);
+                    record["AccessToken"] = *std::next(tokens.begin(), pick(4));
+                    record["MacAddr"] = macs[pick(macs.size())];
+                    record["AccessClass"] = static_cast<int>(pick(3));
+                    records.append(record);
+                }
+                access.syncAuthListWithFileInternal(records.toString(false));
+                break;
+            }
+            case 1:
+                access.issueAccessToken(mac);
+                popups().answer(NOTIFICATION_EVENT_BUTTON_1);
+                tokens.insert(outcomes().back());
+                break;
+            case 2:
+                access.issueAccessToken(mac);
+                popups().answer(NOTIFICATION_EVENT_BUTTON_2);
+                break;
+            case 3:
+                access.revokeClient(mac);
+                break;
+            case 4:  // a restart reads the file again
+                access.destroy();
+                access.create();
+                break;
+            case 5:
+                if (pick(4) == 0) {
+                    access.resetAuthGroupData();
+                }
+                break;
+            default:
+                access.assignLowerAccessClass(mac);
+                break;
+        }
+        const std::vector<AuthRecord> list = access.authList();
+        for (const std::string& token : tokens) {
+            std::optional<AuthRecord> walked;
+            for (const AuthRecord& record : list) {
+                if (record.accessToken == token) {
+                    walked = record;
+                    break;
+                }
+            }
+            ASSERT_EQ(walked, access.firstRecordWithToken(token))
+                << "token '" << token << "' after step " << step;
+            ASSERT_EQ(walked.has_value(), access.isRegisteredInAuthGroup(token));
+        }
+    }
 }
 
 // Requests on a server thread race the viewer's answers and the release timer on the main loop:

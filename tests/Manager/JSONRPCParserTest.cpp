@@ -76,6 +76,21 @@ TEST(JSONRPCParserResponse, FinishedCommandResponseForms) {
     EXPECT_EQ(
         R"({"jsonrpc":"2.0","id":"3","error":{"code":-32601,"message":"Method not found"}})",
         parser.buildResponse("3", result, JSONRPCParser::getJsonErrorMessage(METHOD_NOT_FOUND)));
+
+    // Byte for byte what the JSON library writes for the whole object, whatever the id and
+    // result hold.
+    const JsonValue results[] = {
+        JsonValue::Create(R"({"a":[1,2.5,true,null,"x\"y"],"b":{"c":"\u00e9\u0001\t"}})"),
+        JsonValue::Create("[]"), JsonValue(false), JsonValue("line\nbreak")};
+    for (const std::string id : {"3", "a\"b\\c", "\u00e9\u0007", ""}) {
+        for (const JsonValue& value : results) {
+            JsonValue whole(common::json::JsonType::objectValue);
+            whole["jsonrpc"] = "2.0";
+            whole["id"] = id;
+            whole["result"] = value;
+            EXPECT_EQ(whole.toString(false), parser.buildResponse(id, value, ""));
+        }
+    }
 }
 
 TEST(JSONRPCParserErrors, DeviceResultCodesChooseTheirErrorObject) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -28,29 +29,21 @@ protected:
         return done.wait_for(kBound) == std::future_status::ready;
     }
 
+    // Queues a job that holds the thread until the returned promise is set, and waits until it
+    // runs.
+    std::promise<void> hold() {
+        std::promise<void> release;
+        auto started = std::make_shared<std::promise<void>>();
+        enqueue([started, gate = release.get_future().share()] {
+            started->set_value();
+            gate.wait();
+        });
+        EXPECT_EQ(std::future_status::ready, started->get_future().wait_for(kBound));
+        return release;
+    }
+
     std::unique_ptr<MsgDispatcher> m_dispatcher = std::make_unique<MsgDispatcher>("ServiceManager");
 };
-
-TEST_F(MsgDispatcherTest, RunsJobsInQueueOrderOneAtATime) {
-    std::vector<int> order;  // written by the worker only, read after drain()
-    std::atomic<int> running(0);
-    std::atomic<bool> overlapped(false);
-    for (int i = 0; i < 200; ++i) {
-        enqueue([&, i] {
-            if (running.fetch_add(1) != 0) {
-                overlapped = true;
-            }
-            order.push_back(i);
-            running.fetch_sub(1);
-        });
-    }
-    ASSERT_TRUE(drain());
-    ASSERT_EQ(200u, order.size());
-    for (int i = 0; i < 200; ++i) {
-        EXPECT_EQ(i, order[i]);
-    }
-    EXPECT_FALSE(overlapped);
-}
 
 TEST_F(MsgDispatcherTest, KeepsRunningAfterJobThrows) {
     enqueue([] { throw std::logic_error("broken job"); });
@@ -59,23 +52,68 @@ TEST_F(MsgDispatcherTest, KeepsRunningAfterJobThrows) {
     EXPECT_TRUE(drain());
 }
 
+// Jobs queued while the thread is busy are dropped by a Quit(), whether it comes from outside or
+// from one of them (they are taken together).
 TEST_F(MsgDispatcherTest, QuitDropsJobsStillQueued) {
-    std::promise<void> started;
-    std::promise<void> release;
-    std::shared_future<void> gate = release.get_future().share();
     std::atomic<int> later(0);
-    enqueue([&started, gate] {
-        started.set_value();
-        gate.wait();
-    });
-    ASSERT_EQ(std::future_status::ready, started.get_future().wait_for(kBound));
-    for (int i = 0; i < 3; ++i) {
-        enqueue([&later] { ++later; });
+    for (bool fromAJob : {false, true}) {
+        m_dispatcher = std::make_unique<MsgDispatcher>("ServiceManager");
+        std::promise<void> release = hold();
+        MsgDispatcher* dispatcher = m_dispatcher.get();  // the slot is emptied while it runs
+        if (fromAJob) {
+            enqueue([dispatcher] { dispatcher->Quit(); });
+        }
+        for (int i = 0; i < 3; ++i) {
+            enqueue([&later] { ++later; });
+        }
+        if (!fromAJob) {
+            dispatcher->Quit();
+        }
+        release.set_value();
+        m_dispatcher.reset();  // joins
     }
-    m_dispatcher->Quit();
-    release.set_value();
-    m_dispatcher.reset();  // joins
     EXPECT_EQ(0, later);
+}
+
+// Jobs queued from other threads and from jobs themselves while the thread drains all run, each
+// producer's in its order, never two at once. Without its idle tick the thread would hang on a
+// lost wake-up.
+TEST_F(MsgDispatcherTest, RunsJobsInQueueOrderOneAtATimeWithoutLostWakeUps) {
+    m_dispatcher = std::make_unique<MsgDispatcher>("ServiceManager", std::chrono::hours(1));
+    const int kPerProducer = 500;
+    std::vector<std::vector<int>> seen(3);  // written by the worker only
+    std::atomic<int> running(0);
+    std::atomic<bool> overlapped(false);
+    std::vector<std::thread> producers;
+    for (int p = 0; p < 3; ++p) {
+        producers.emplace_back([&, p] {
+            for (int i = 0; i < kPerProducer; ++i) {
+                enqueue([&, p, i] {
+                    if (running.fetch_add(1) != 0) {
+                        overlapped = true;
+                    }
+                    seen[p].push_back(i);
+                    if (i % 50 == 0) {
+                        enqueue([] {});  // from inside a batch
+                    }
+                    running.fetch_sub(1);
+                });
+            }
+        });
+    }
+    for (std::thread& producer : producers) {
+        producer.join();
+    }
+    for (int round = 0; round < 300; ++round) {
+        ASSERT_TRUE(drain()) << "round " << round;
+    }
+    EXPECT_FALSE(overlapped);
+    for (const std::vector<int>& order : seen) {
+        ASSERT_EQ(static_cast<size_t>(kPerProducer), order.size());
+        for (int i = 0; i < kPerProducer; ++i) {
+            EXPECT_EQ(i, order[i]);
+        }
+    }
 }
 
 TEST_F(MsgDispatcherTest, DestructorWithoutQuitDoesNotHang) {

@@ -13,6 +13,7 @@
 #include "System/ExpertPictureControlHelper.h"
 #include "System/HelperTestSupport.h"
 #include "System/MultiViewControlHelper.h"
+#include "System/SystemApi.h"
 #include "System/WallModeControlHelper.h"
 #include "device_power.h"
 #include "support/PlatformTest.h"
@@ -163,6 +164,7 @@ List tvStates(const char* launchApp) {
 
 TEST_F(ExtendedControlHelpersTest, TVStatesReadEverythingInClientWords) {
     startPlatform("\"easel_tv\": true, \"ambient_screen_support\": true");
+    SystemApi::getInstance().reloadFeatures();  // as the service does when it starts
     device_power_set_ambient_mode(2);
     CmdRequest read = command(GET_TV_STATES, "getTVStates", R"({"AccessToken":"t"})");
     const std::vector<fakedynf::Property> asked = helpertest::sent(m_device, read);
@@ -181,6 +183,7 @@ TEST_F(ExtendedControlHelpersTest, TVStatesReadEverythingInClientWords) {
 // An Easel TV refuses screen-sensitive writes only while it shows art; its flag says just that.
 TEST_F(ExtendedControlHelpersTest, EaselTVReportsTheAmbientThatRefusesWrites) {
     startPlatform("\"easel_tv\": true");
+    SystemApi::getInstance().reloadFeatures();  // as the service does when it starts
     device_power_set_ambient_mode(1);
     for (const int type : {4, 3}) {
         device_power_set_ambient_type(type);

@@ -21,6 +21,8 @@ protected:
         std::string error;
         ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(featureconf), error))
             << error;
+        // As the service does when it starts.
+        SystemApi::getInstance().reloadFeatures();
     }
 
     testsupport::TempDir m_dir;

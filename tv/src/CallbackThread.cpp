@@ -29,8 +29,9 @@ void CallbackThread::stop() {
         m_stopping = true;
         m_queue.clear();
         m_open.clear();
+        ++m_cancelGeneration;
     }
-    m_wake.notify_all();
+    m_wake.notify_one();
     if (m_thread.joinable()) {
         m_thread.join();
     }
@@ -49,13 +50,23 @@ void CallbackThread::close(Owner owner) {
     for (auto it = m_queue.begin(); it != m_queue.end();) {
         it = it->second.owner == owner ? m_queue.erase(it) : std::next(it);
     }
-    if (std::this_thread::get_id() != m_thread.get_id()) {
-        m_idle.wait(lock, [&] { return m_running != owner; });
+    // The batch being run may hold items of owner: the thread looks here before each one.
+    m_closedSinceTake.insert(owner);
+    ++m_cancelGeneration;
+    if (std::this_thread::get_id() == m_thread.get_id()) {
+        return;
     }
+    // Counted before m_running is read, and the thread sets m_running before it reads the
+    // generation: so either the thread sees this close and drops the item, or this call sees
+    // the item running and waits; and the thread sees the waiter when the item ends.
+    ++m_closersWaiting;
+    m_idle.wait(lock, [&] { return m_running != owner; });
+    --m_closersWaiting;
 }
 
 bool CallbackThread::post(Owner owner, std::chrono::milliseconds delay,
                           std::function<void()> work) {
+    bool wake = false;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (m_stopping || m_open.count(owner) == 0) {
@@ -63,19 +74,28 @@ bool CallbackThread::post(Owner owner, std::chrono::milliseconds delay,
         }
         const Key key{Clock::now() + delay, m_nextSequence++};
         m_queue.emplace(key, Item{owner, std::move(work)});
+        if (m_sleepingUntil && key.first < *m_sleepingUntil) {
+            m_sleepingUntil.reset();
+            wake = true;
+        }
     }
-    m_wake.notify_one();
+    if (wake) {
+        m_wake.notify_one();
+    }
     return true;
 }
 
 bool CallbackThread::runAs(Owner owner, const std::function<void()>& work) {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    if (m_open.count(owner) == 0) {
-        return false;
+    Owner previous = kNobody;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_open.count(owner) == 0) {
+            return false;
+        }
+        // Set under the lock that close() holds while it looks at it.
+        previous = m_running.exchange(owner);
     }
-    const Owner outer = m_running;
-    _runLocked(lock, owner, work);
-    m_running = outer;
+    _runAs(owner, previous, work);
     return true;
 }
 
@@ -84,10 +104,8 @@ bool CallbackThread::isCallbackThread() const {
     return std::this_thread::get_id() == m_thread.get_id();
 }
 
-void CallbackThread::_runLocked(std::unique_lock<std::mutex>& lock, Owner owner,
-                                const std::function<void()>& work) {
+void CallbackThread::_runAs(Owner owner, Owner previous, const std::function<void()>& work) {
     m_running = owner;
-    lock.unlock();
     try {
         work();
     } catch (const std::exception& error) {
@@ -95,29 +113,70 @@ void CallbackThread::_runLocked(std::unique_lock<std::mutex>& lock, Owner owner,
     } catch (...) {
         dlog_print(DLOG_ERROR, kLogTag, "callback thread: work failed");
     }
-    lock.lock();
-    m_running = kNobody;
+    m_running = previous;
+    _wakeClosers();
+}
+
+void CallbackThread::_wakeClosers() {
+    if (m_closersWaiting == 0) {
+        return;
+    }
+    // Taken so that a closer between its check and its wait cannot miss the notification.
+    { std::lock_guard<std::mutex> lock(m_mutex); }
     m_idle.notify_all();
+}
+
+void CallbackThread::_takeDueLocked(std::vector<Item>& batch) {
+    const auto end = m_queue.upper_bound(Key{Clock::now(), UINT64_MAX});
+    for (auto it = m_queue.begin(); it != end; it = m_queue.erase(it)) {
+        batch.push_back(std::move(it->second));
+    }
+    m_closedSinceTake.clear();
+}
+
+bool CallbackThread::_stillWanted(Owner owner) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return !m_stopping && m_closedSinceTake.count(owner) == 0;
+}
+
+void CallbackThread::_runBatch(std::vector<Item>& batch, uint64_t takenAt) {
+    for (Item& item : batch) {
+        m_running = item.owner;
+        if (m_cancelGeneration != takenAt && !_stillWanted(item.owner)) {
+            m_running = kNobody;
+            _wakeClosers();
+            continue;
+        }
+        _runAs(item.owner, kNobody, item.work);
+    }
+    // The works (and what they hold) go without the lock held.
+    batch.clear();
 }
 
 void CallbackThread::_loop() {
     pthread_setname_np(pthread_self(), "dynf-callbacks");
+    std::vector<Item> batch;
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopping) {
         if (m_queue.empty()) {
+            m_sleepingUntil = Clock::time_point::max();
             m_wake.wait(lock);
+            m_sleepingUntil.reset();
             continue;
         }
-        const auto first = m_queue.begin();
         // A copy: the item may be dropped while the thread waits.
-        const Clock::time_point due = first->first.first;
+        const Clock::time_point due = m_queue.begin()->first.first;
         if (due > Clock::now()) {
+            m_sleepingUntil = due;
             m_wake.wait_until(lock, due);
+            m_sleepingUntil.reset();
             continue;
         }
-        Item item = std::move(first->second);
-        m_queue.erase(first);
-        _runLocked(lock, item.owner, item.work);
+        _takeDueLocked(batch);
+        const uint64_t takenAt = m_cancelGeneration;
+        lock.unlock();
+        _runBatch(batch, takenAt);
+        lock.lock();
     }
 }
 

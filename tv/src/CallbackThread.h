@@ -1,15 +1,18 @@
 // The framework's callback thread: one thread that runs queued work in time order.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace ipc_tv {
 
@@ -17,6 +20,9 @@ namespace ipc_tv {
 // equal times). Every item belongs to an owner: the service itself, or one protocol handle.
 // Closing an owner drops its pending items and waits for its running one, so that no callback
 // of a closed handle starts afterwards. Thread-safe; start() and stop() from the owner thread.
+//
+// The thread takes every item that is due in one go and runs them outside the lock; a post
+// wakes it only when it sleeps past the new item's due time.
 class CallbackThread {
 public:
     using Owner = uint64_t;
@@ -53,19 +59,38 @@ private:
     static constexpr Owner kNobody = UINT64_MAX;
 
     void _loop();
-    // Runs work as owner's with m_running set; takes lock unlocked around the work.
-    void _runLocked(std::unique_lock<std::mutex>& lock, Owner owner,
-                    const std::function<void()>& work);
+    // Moves the items due by now from m_queue to batch. Caller holds m_mutex.
+    void _takeDueLocked(std::vector<Item>& batch);
+    // Runs the batch in order, without m_mutex; an item whose owner was closed or stopped since
+    // the batch was taken is dropped.
+    void _runBatch(std::vector<Item>& batch, uint64_t takenAt);
+    // False when owner was closed, or the thread stopped, after the batch was taken.
+    bool _stillWanted(Owner owner);
+    // Runs work with m_running set to owner, and back to previous afterwards.
+    void _runAs(Owner owner, Owner previous, const std::function<void()>& work);
+    // Wakes close() calls waiting for the running item, if any wait.
+    void _wakeClosers();
 
-    // Protects m_queue, m_open, m_running, m_nextSequence and m_stopping.
+    // Protects m_queue, m_open, m_closedSinceTake, m_nextSequence, m_stopping and
+    // m_sleepingUntil; close() waits on m_idle under it.
     mutable std::mutex m_mutex;
     std::condition_variable m_wake;  // new work or stop, for the thread
     std::condition_variable m_idle;  // an item finished, for close()
     std::map<Key, Item> m_queue;
     std::set<Owner> m_open;
-    Owner m_running = kNobody;
+    // Owners closed since the thread took its current batch.
+    std::set<Owner> m_closedSinceTake;
     uint64_t m_nextSequence = 0;
     bool m_stopping = true;
+    // While the thread sleeps: when it wakes up by itself (time_point::max() for never).
+    // Cleared by the post that wakes it, so that one wake-up is sent.
+    std::optional<Clock::time_point> m_sleepingUntil;
+    // The owner whose item runs, or kNobody. Written by the thread without m_mutex; close()
+    // reads it under m_mutex after counting itself in m_closersWaiting.
+    std::atomic<Owner> m_running{kNobody};
+    // Bumped by close() and stop(); the thread takes m_mutex during a batch only when it moved.
+    std::atomic<uint64_t> m_cancelGeneration{0};
+    std::atomic<int> m_closersWaiting{0};  // close() calls waiting on m_idle
     std::thread m_thread;
 };
 

@@ -165,27 +165,31 @@ int VirtualTv::submit(const char* service, Request request, uint32_t* requestId)
     }
     auto pending = std::make_shared<Pending>();
     pending->request = std::move(request);
-    std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_running) {
-        return DYNF_ERROR_NOT_AVAILABLE;
+    unsigned int delayMs = 0;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_running) {
+            return DYNF_ERROR_NOT_AVAILABLE;
+        }
+        if (m_knobs.failNextCount > 0) {
+            --m_knobs.failNextCount;
+            pending->forcedError = m_knobs.failNextError;
+            _listenerLocked();
+        }
+        delayMs = m_knobs.latencyMs;
+        if (m_knobs.jitterMs > 0) {
+            delayMs += std::uniform_int_distribution<unsigned int>(0, m_knobs.jitterMs)(m_random);
+        }
+        // The id is out before the result can come.
+        if (requestId != nullptr) {
+            *requestId = m_nextRequestId;
+        }
+        if (++m_nextRequestId == 0) {
+            m_nextRequestId = 1;
+        }
     }
-    if (m_knobs.failNextCount > 0) {
-        --m_knobs.failNextCount;
-        pending->forcedError = m_knobs.failNextError;
-        _listenerLocked();
-    }
-    unsigned int delayMs = m_knobs.latencyMs;
-    if (m_knobs.jitterMs > 0) {
-        delayMs += std::uniform_int_distribution<unsigned int>(0, m_knobs.jitterMs)(m_random);
-    }
-    // The id is out before the result can come.
-    if (requestId != nullptr) {
-        *requestId = m_nextRequestId;
-    }
-    if (++m_nextRequestId == 0) {
-        m_nextRequestId = 1;
-    }
-    // The TV outlives its callback thread, which stop() joins.
+    // Outside the lock, which the woken callback thread takes first thing. The TV outlives its
+    // callback thread, which stop() joins; a post after stop() is dropped like pending work.
     m_thread.post(CallbackThread::kService, std::chrono::milliseconds(delayMs),
                   [this, pending] { _process(*pending); });
     return DYNF_ERROR_NONE;
