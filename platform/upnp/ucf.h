@@ -49,6 +49,9 @@ typedef int (*ucf_acl_listener_cb)(const char* ip_address, const char* mac_addre
 
 int ucf_init_framework_core(void);
 int ucf_configure_servers(int tcp_port, int multicast_port, int flags);
+/* The TCP port the description server listens on (the one chosen when 0 was configured); 0
+ * while no network context is up. Main-loop only. */
+int ucf_get_server_port(void);
 int ucf_configure_application_on_all_interfaces(void);
 int ucf_start_framework_core(void);
 int ucf_start_network_monitor(void);

@@ -723,6 +723,12 @@ int ucf_configure_servers(int tcp_port, int multicast_port, int flags) {
     return 0;
 }
 
+int ucf_get_server_port(void) {
+    return g_state.contexts.empty()
+               ? 0
+               : static_cast<int>(gupnp_context_get_port(g_state.contexts.front()));
+}
+
 int ucf_configure_application_on_all_interfaces(void) {
     return 0;
 }

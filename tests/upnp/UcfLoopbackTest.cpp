@@ -5,6 +5,7 @@
 #include <functional>
 #include <future>
 #include <mutex>
+#include <chrono>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -101,15 +102,23 @@ protected:
         g_free(uuid);
         testsupport::writeFile(m_dir.file("box.xml"), description(m_uuid));
         testsupport::writeFile(m_dir.file("tuner.xml"), kServiceDescription);
-        m_port = testsupport::findFreePort();
         m_loop.run([this] {
             ASSERT_EQ(0, ucf_init_framework_core());
-            ASSERT_EQ(0, ucf_configure_servers(m_port, 1900, 0));
+            ASSERT_EQ(0, ucf_configure_servers(0, 1900, 0));
             ASSERT_EQ(0, ucf_start_framework_core());
             ASSERT_EQ(0, ucf_register_device(m_dir.file("box.xml").c_str(), "test", &m_device));
             ucf_set_service_for_subscribe_cb(m_device.udn, kServiceType.c_str(), onSubscribe, this);
             ASSERT_EQ(0, ucf_start_device(m_device.handle));
         });
+        // The server's port is known once the loopback context is up, a few loop turns later.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (m_port == 0 && std::chrono::steady_clock::now() < deadline) {
+            m_loop.run([this] { m_port = static_cast<unsigned short>(ucf_get_server_port()); });
+            if (m_port == 0) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
+        }
+        ASSERT_NE(0, m_port);
     }
     void TearDown() override {
         m_loop.run([this] {
