@@ -2,6 +2,7 @@
 #include "LogWriter.h"
 
 #include <glib.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -69,18 +70,32 @@ void LogWriter::stop() {
 
 void LogWriter::appendLine(std::string& out, bool journal, int priority, int64_t timeUs,
                            const char* tag, size_t tagLength, const char* text, size_t textLength) {
-    char head[48];
     if (journal) {
-        snprintf(head, sizeof head, "<%d>", syslogLevel(priority));
+        out += '<';
+        out += static_cast<char>('0' + syslogLevel(priority));
+        out += '>';
     } else {
-        const time_t seconds = static_cast<time_t>(timeUs / 1000000);
-        tm local{};
-        localtime_r(&seconds, &local);
-        const size_t length = strftime(head, sizeof head, "%H:%M:%S", &local);
-        snprintf(head + length, sizeof head - length, ".%03d %c ",
-                 static_cast<int>(timeUs % 1000000 / 1000), levelLetter(priority));
+        // The clock part changes once a second: the time zone is looked up only then.
+        thread_local time_t stampSecond = -1;
+        thread_local char stamp[16] = "";
+        const time_t second = static_cast<time_t>(timeUs / 1000000);
+        if (second != stampSecond) {
+            tm local{};
+            localtime_r(&second, &local);
+            strftime(stamp, sizeof stamp, "%H:%M:%S", &local);
+            stampSecond = second;
+        }
+        const int millis = static_cast<int>(timeUs % 1000000 / 1000);
+        const char tail[] = {'.',
+                             static_cast<char>('0' + millis / 100),
+                             static_cast<char>('0' + millis / 10 % 10),
+                             static_cast<char>('0' + millis % 10),
+                             ' ',
+                             levelLetter(priority),
+                             ' '};
+        out += stamp;
+        out.append(tail, sizeof tail);
     }
-    out += head;
     out.append(tag, tagLength);
     out += ": ";
     out.append(text, textLength);
@@ -100,17 +115,26 @@ void LogWriter::writeAll(int fd, const std::string& text) {
 }
 
 void LogWriter::_run() {
+    pthread_setname_np(pthread_self(), "log-writer");
     LogRing::Batch batch;
     std::string out;
     while (m_ring.take(batch)) {
         out.clear();
-        for (const LogRing::Line& line : batch.lines) {
+        // Of a long batch only the newest lines can stay among the recent ones.
+        const size_t firstRecent = m_recent != nullptr && batch.lines.size() > m_recent->capacity()
+                                       ? batch.lines.size() - m_recent->capacity()
+                                       : 0;
+        if (m_recent != nullptr) {
+            m_recent->skip(firstRecent);
+        }
+        for (size_t i = 0; i < batch.lines.size(); ++i) {
+            const LogRing::Line& line = batch.lines[i];
             const LogRecordHeader& header = line.header;
             if (header.toOutput) {
                 appendLine(out, m_journal, header.priority, header.timeUs, line.tag,
                            header.tagLength, line.text, header.textLength);
             }
-            if (m_recent != nullptr) {
+            if (m_recent != nullptr && i >= firstRecent) {
                 m_recent->add(header.priority, header.timeUs, line.tag, header.tagLength, line.text,
                               header.textLength);
             }
@@ -138,6 +162,10 @@ void LogWriter::_run() {
         if (m_recent != nullptr && (!batch.lines.empty() || lost > 0)) {
             m_recent->notifyListener();
         }
+        // A busy service logs a few lines at a time: left awake for a moment, this thread finds
+        // them gathered in the ring instead of being woken for each few, and the loggers do not
+        // pay for waking it.
+        std::this_thread::sleep_for(kGatherTime);
     }
 }
 

@@ -1,6 +1,7 @@
 // The log's writing thread: takes the lines out of the ring and writes them out in batches.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -12,7 +13,8 @@ namespace ipc_platform {
 
 class RecentLines;
 
-// Drains a LogRing to a file descriptor on its own thread: each batch of lines is one write.
+// Drains a LogRing to a file descriptor on its own thread ("log-writer"): each batch of lines is
+// one write, and after each it waits kGatherTime before taking the next.
 // Lines go out as "HH:MM:SS.mmm L TAG: text", or as "<N>TAG: text" with the syslog level when the
 // descriptor is the journal (which records the time itself). Lines dropped because the ring was
 // full are reported as "N log lines dropped" once the thread gets to them. Every line taken,
@@ -21,6 +23,9 @@ class RecentLines;
 // Threads: start, stop and the destructor from one owner thread; the rest runs on its own thread.
 class LogWriter {
 public:
+    // How long the thread stays awake after a write, gathering lines before it looks again.
+    static constexpr std::chrono::milliseconds kGatherTime{2};
+
     LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent);
     ~LogWriter();
     LogWriter(const LogWriter&) = delete;

@@ -30,6 +30,13 @@ void RecentLines::add(int priority, int64_t timeUs, const char* tag, size_t tagL
     m_entries.push_back(std::move(entry));
 }
 
+void RecentLines::skip(uint64_t count) {
+    if (count > 0) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_lastSequence += count;
+    }
+}
+
 std::vector<RecentLines::Entry> RecentLines::lines(int minPriority) const {
     std::vector<Entry> result;
     std::lock_guard<std::mutex> lock(m_mutex);

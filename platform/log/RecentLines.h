@@ -31,6 +31,9 @@ public:
 
     void add(int priority, int64_t timeUs, const char* tag, size_t tagLength, const char* text,
              size_t textLength);
+    // Counts lines that are not kept (older ones of a run longer than the capacity).
+    void skip(uint64_t count);
+    size_t capacity() const { return m_capacity; }
     // The lines at or above minPriority, oldest first.
     std::vector<Entry> lines(int minPriority) const;
     // The sequence number of the latest line; 0 before the first.
