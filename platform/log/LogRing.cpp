@@ -70,6 +70,7 @@ bool LogRing::take(Batch& batch) {
         batch.droppedRecent = m_droppedRecent;
         m_droppedOutput = 0;
         m_droppedRecent = 0;
+        m_batchOut = true;
     }
     // The bytes up to head are this thread's until m_tail moves, so they are read without the
     // lock. A batch stops at about kMaxBatchBytes so that room comes back while a long backlog
@@ -101,6 +102,7 @@ void LogRing::markWritten(uint64_t end) {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_writtenUpTo = std::max(m_writtenUpTo, end);
+        m_batchOut = false;
     }
     m_written.notify_all();
 }
@@ -108,7 +110,7 @@ void LogRing::markWritten(uint64_t end) {
 void LogRing::waitForWritten() {
     std::unique_lock<std::mutex> lock(m_mutex);
     const uint64_t target = m_head;
-    m_written.wait(lock, [&] { return m_writtenUpTo >= target || m_stopped; });
+    m_written.wait(lock, [&] { return _isWrittenUpTo(target); });
 }
 
 bool LogRing::waitForWrittenFor(std::chrono::milliseconds limit) {
@@ -121,8 +123,7 @@ bool LogRing::waitForWrittenFor(std::chrono::milliseconds limit) {
         std::this_thread::yield();
     }
     const uint64_t target = m_head;
-    return m_written.wait_until(lock, deadline,
-                                [&] { return m_writtenUpTo >= target || m_stopped; });
+    return m_written.wait_until(lock, deadline, [&] { return _isWrittenUpTo(target); });
 }
 
 void LogRing::stop() {
@@ -132,6 +133,12 @@ void LogRing::stop() {
     }
     m_queued.notify_all();
     m_written.notify_all();
+}
+
+bool LogRing::_isWrittenUpTo(uint64_t target) const {
+    // Lines dropped before are written too: as their count.
+    return m_stopped ||
+           (m_writtenUpTo >= target && !m_batchOut && m_droppedOutput == 0 && m_droppedRecent == 0);
 }
 
 void LogRing::_copyIn(uint64_t position, const void* data, size_t size) {

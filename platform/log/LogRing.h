@@ -61,7 +61,8 @@ public:
     bool take(Batch& batch);
     // Everything up to end (a batch's end) has been written: wakes waitForWritten.
     void markWritten(uint64_t end);
-    // Blocks until every line pushed before the call has been taken and marked written.
+    // Blocks until every line pushed before the call has been taken and marked written, and the
+    // count of any line dropped before it too.
     void waitForWritten();
     // The same for at most limit, and without waiting for the lock beyond it (for a crashing
     // thread, which may hold it). False when the time ran out.
@@ -72,6 +73,8 @@ public:
     size_t capacity() const { return m_capacity; }
 
 private:
+    // Needs m_mutex.
+    bool _isWrittenUpTo(uint64_t target) const;
     void _copyIn(uint64_t position, const void* data, size_t size);
     void _copyOut(uint64_t position, void* data, size_t size) const;
 
@@ -89,6 +92,7 @@ private:
     uint64_t m_writtenUpTo = 0;         // the end of the last batch written
     uint64_t m_droppedOutput = 0;
     uint64_t m_droppedRecent = 0;
+    bool m_batchOut = false;  // taken and not yet marked written
     bool m_takerSleeping = false;
     bool m_stopped = false;
 };
