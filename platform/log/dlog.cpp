@@ -3,6 +3,7 @@
 #include "dlog.h"
 
 #include <glib.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <atomic>
@@ -78,6 +79,8 @@ Logging& logging() {
         auto* created = new Logging;
         created->writer.start();
         atexit(flushAtExit);
+        // A forked child has no writing thread: it writes its own lines.
+        pthread_atfork(nullptr, nullptr, [] { g_direct.store(true); });
         return created;
     }();
     return *instance;
