@@ -27,8 +27,8 @@ using ipc_platform::LogRing;
 using ipc_platform::LogWriter;
 using ipc_platform::RecentLines;
 
-// Room for about five thousand progress lines: a second of a busy service, longer than any
-// pause of a terminal or journald worth waiting through.
+// Room for several thousand lines, enough to ride out a short pause of the terminal or journald;
+// past that, lines are dropped rather than the service made to wait.
 constexpr size_t kRingBytes = 1024 * 1024;
 // Most lines fit on the caller's stack; longer ones take the heap.
 constexpr size_t kStackText = 1024;
@@ -136,6 +136,9 @@ GLogWriterOutput writeGlibMessage(GLogLevelFlags level, const GLogField* fields,
         prio = DLOG_INFO;
     }
     dlog_print(prio, domain != nullptr ? domain : "GLIB", "%s", message);
+    if (level & G_LOG_FLAG_FATAL) {
+        dlog_flush();  // GLib aborts once this returns
+    }
     return G_LOG_WRITER_HANDLED;
 }
 
