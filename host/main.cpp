@@ -28,7 +28,35 @@ gboolean onStopSignal(gpointer loop) {
     return G_SOURCE_REMOVE;
 }
 
+// What was there before the log's crash handler: the default, or a sanitizer's report.
+struct sigaction g_previousActions[NSIG];
+constexpr int kFatalSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+constexpr int kCrashFlushMs = 1000;
+
+// The lines leading up to a crash are the ones wanted most: give the log's thread a moment to
+// write them, then let the previous handler have the signal.
+void onFatalSignal(int signo, siginfo_t* info, void* /*context*/) {
+    dlog_flush_in_crash(kCrashFlushMs);
+    sigaction(signo, &g_previousActions[signo], nullptr);
+    if (info == nullptr || info->si_code <= 0) {
+        raise(signo);  // sent (abort, kill): delivered again once this handler returns
+    }
+    // A fault happens again when the faulting instruction runs again, now to the old handler.
+}
+
+void flushLogOnCrash() {
+    struct sigaction action {};
+    action.sa_sigaction = onFatalSignal;
+    action.sa_flags = SA_SIGINFO;
+    sigemptyset(&action.sa_mask);
+    for (int signo : kFatalSignals) {
+        sigaction(signo, &action, &g_previousActions[signo]);
+    }
+}
+
 int fail(int code, const std::string& message) {
+    // The reason comes after whatever the log has queued, and is printed at any log level.
+    dlog_flush();
     fprintf(stderr, "ipcontrold: %s\n", message.c_str());
     return code;
 }
@@ -61,6 +89,7 @@ int main(int argc, char** argv) {
     }
     dlog_set_min_priority(options.logLevel);
     dlog_route_glib_messages();
+    flushLogOnCrash();
     signal(SIGPIPE, SIG_IGN);
     // The service speaks HTTP only to its own network (UPnP event subscribers); a proxy from
     // the environment (http_proxy) could not reach them. Set while no other thread runs.

@@ -1,5 +1,6 @@
 // The TV screen page: follows the service's state over server-sent events, answers the pop-up,
-// and changes settings, paired clients and the virtual TV's testing knobs through the admin API.
+// changes settings, paired clients and the virtual TV's testing knobs through the admin API, and
+// shows the service's recent log lines.
 'use strict';
 
 (function () {
@@ -248,6 +249,75 @@
     $('requests-empty').hidden = rows.length > 0;
     $('requests-count').textContent = rows.length > 0 ? '(' + rows.length + ')' : '';
   }
+
+  // --- The service's log --------------------------------------------------------------------
+
+  const LOG_SHOWN = 200;  // the newest lines that the panel shows
+  let logSeen = -1;       // the state's latest line number when the list was last fetched
+  let logFetching = false;
+  let logStale = false;   // something changed while a fetch was under way
+
+  // The lines are fetched when the state announces new ones or the level changes; one fetch at a
+  // time, so a busy log costs the page one request per state it receives at most.
+  async function fetchLog() {
+    if (logFetching) {
+      logStale = true;
+      return;
+    }
+    logFetching = true;
+    try {
+      const level = encodeURIComponent($('log-level').value);
+      const result = await request('GET', 'api/log?level=' + level);
+      if (result.ok && result.data) {
+        renderLog(result.data.lines || []);
+      }
+    } catch (ignored) {
+      // The connection line already tells that the TV cannot be reached.
+    } finally {
+      logFetching = false;
+      if (logStale) {
+        logStale = false;
+        fetchLog();
+      }
+    }
+  }
+
+  function followLog(log) {
+    const last = log ? log.last : 0;
+    if (last !== logSeen) {
+      logSeen = last;
+      fetchLog();
+    }
+  }
+
+  // Newest first, as the requests.
+  function renderLog(lines) {
+    const items = lines.slice(-LOG_SHOWN).reverse().map((line) => {
+      const item = document.createElement('li');
+      item.className = line.level;
+      const when = new Date(line.time);
+      const two = (n) => String(n).padStart(2, '0');
+      const parts = [
+        ['when', two(when.getHours()) + ':' + two(when.getMinutes()) + ':' +
+          two(when.getSeconds()) + '.' + String(when.getMilliseconds()).padStart(3, '0') + ' '],
+        ['level', line.level.charAt(0).toUpperCase() + ' '],
+        ['tag', line.tag + ': '],
+        ['text', line.text],
+      ];
+      for (const [name, text] of parts) {
+        const span = document.createElement('span');
+        span.className = name;
+        span.textContent = text;
+        item.appendChild(span);
+      }
+      return item;
+    });
+    $('log-lines').replaceChildren(...items);
+    $('log-empty').hidden = items.length > 0;
+    $('log-count').textContent = items.length > 0 ? '(' + items.length + ')' : '';
+  }
+
+  $('log-level').addEventListener('change', fetchLog);
 
   // The TV itself: dark in standby, "Restarting…" while it reboots, badges for the ambient
   // screen and an unavailable service. A state without the TV section shows the TV on.
@@ -517,6 +587,7 @@
     renderKnobs(state.tv);
     renderRequests(state.requests);
     renderPopup(state.notification);
+    followLog(state.log);
   }
 
   function tick() {

@@ -1,6 +1,7 @@
 // JSON in and out of the admin API: owned json-glib nodes, requests and replies of routes.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 
@@ -31,6 +32,7 @@ struct AdminRequest {
     std::string path;
     std::string param;  // the last segment when the route's pattern ends in "/*"
     JsonNodePtr body;   // null when the request had no body
+    std::map<std::string, std::string> query;  // the URL's arguments (?name=value), decoded
 };
 
 // A route's answer: a status and a JSON body.

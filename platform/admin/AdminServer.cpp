@@ -202,8 +202,14 @@ struct AdminServer::Handlers {
                         AdminReply::error(MHD_HTTP_BAD_REQUEST, "the body is not JSON: " + error));
                 }
             }
+            AdminRequest routed;
+            routed.method = method;
+            routed.path = path;
+            routed.body = std::move(body);
+            MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &Handlers::addArgument,
+                                      &routed.query);
             std::string allowed;
-            const AdminReply reply = server->_route(method, path, std::move(body), allowed);
+            const AdminReply reply = server->_route(std::move(routed), allowed);
             return queueReply(connection, reply, allowed);
         }
         if (!isGet && !isHead) {
@@ -212,6 +218,13 @@ struct AdminServer::Handlers {
                               "GET, HEAD");
         }
         return queueFile(connection, server->m_webDir, path);
+    }
+
+    static MHD_Result addArgument(void* query, MHD_ValueKind /*kind*/, const char* name,
+                                  const char* value) {
+        static_cast<std::map<std::string, std::string>*>(query)->emplace(
+            name, value != nullptr ? value : "");
+        return MHD_YES;
     }
 
     static MHD_Result events(AdminServer* server, MHD_Connection* connection) {
@@ -368,12 +381,9 @@ JsonNodePtr AdminServer::state() const {
     return JsonNodePtr(node);
 }
 
-AdminReply AdminServer::_route(const std::string& method, const std::string& path, JsonNodePtr body,
-                               std::string& allowed) const {
-    AdminRequest request;
-    request.method = method;
-    request.path = path;
-    request.body = std::move(body);
+AdminReply AdminServer::_route(AdminRequest request, std::string& allowed) const {
+    const std::string& method = request.method;
+    const std::string& path = request.path;
     Handler handler;
     {
         std::lock_guard<std::mutex> lock(m_registryMutex);

@@ -91,8 +91,7 @@ private:
     struct Handlers;  // the libmicrohttpd callbacks
 
     // What to do with a complete request to /api/ other than the event stream.
-    AdminReply _route(const std::string& method, const std::string& path, JsonNodePtr body,
-                      std::string& allowed) const;
+    AdminReply _route(AdminRequest request, std::string& allowed) const;
 
     const std::string m_webDir;
     // Shared with publisher() functions, which may outlive the server.

@@ -1,41 +1,53 @@
-// Platform log: formats one line and hands it to the sink or to stderr in a single write.
+// Platform log: the level check, the line formatted on the caller's stack and queued for the
+// log's writing thread (or handed to the sink installed by the host or a test).
 #include "dlog.h"
 
 #include <glib.h>
+#include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
+#include <cstring>
 #include <mutex>
 #include <string>
-#include <sys/time.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "LogRing.h"
+#include "LogWriter.h"
+#include "RecentLines.h"
+
 namespace {
 
-std::atomic<int> g_minPriority{DLOG_INFO};
+using ipc_platform::LogRecordHeader;
+using ipc_platform::LogRing;
+using ipc_platform::LogWriter;
+using ipc_platform::RecentLines;
+
+// Room for several thousand lines, enough to ride out a short pause of the terminal or journald;
+// past that, lines are dropped rather than the service made to wait.
+constexpr size_t kRingBytes = 1024 * 1024;
+// Most lines fit on the caller's stack; longer ones take the heap.
+constexpr size_t kStackText = 1024;
+
+// Lines below g_outputPriority are not written out; lines below g_keepPriority are not even
+// formatted. The recent lines keep info and above whatever the output level, except at silent.
+std::atomic<int> g_outputPriority{DLOG_INFO};
+std::atomic<int> g_keepPriority{DLOG_INFO};
 
 // Protects the sink and its user data.
 std::mutex g_sinkMutex;
 dlog_sink_cb g_sink = nullptr;
 void* g_sinkUserData = nullptr;
+// Whether g_sink is set, so that lines without a sink never take g_sinkMutex.
+std::atomic<bool> g_hasSink{false};
 
-char levelLetter(log_priority prio) {
-    switch (prio) {
-        case DLOG_DEBUG:
-            return 'D';
-        case DLOG_INFO:
-            return 'I';
-        case DLOG_WARN:
-            return 'W';
-        case DLOG_ERROR:
-            return 'E';
-        default:
-            return '?';
-    }
-}
+// Set once the process exits: the writing thread may be gone any moment, so each line is
+// written on the calling thread from then on.
+std::atomic<bool> g_direct{false};
 
 // Under systemd stderr is a stream into the journal ($JOURNAL_STREAM names it): lines then carry
 // the syslog level as a "<N>" prefix instead of a time, which the journal records itself.
@@ -52,41 +64,53 @@ bool stderrIsJournal() {
     return journal;
 }
 
-int syslogLevel(log_priority prio) {
-    switch (prio) {
-        case DLOG_DEBUG:
-            return 7;
-        case DLOG_INFO:
-            return 6;
-        case DLOG_WARN:
-            return 4;
-        default:
-            return 3;
-    }
+struct Logging {
+    LogRing ring{kRingBytes};
+    RecentLines recent;
+    LogWriter writer{ring, STDERR_FILENO, stderrIsJournal(), &recent};
+};
+
+void flushAtExit();
+
+// Made with the first line. Never destroyed: lines may come from static destructors and other
+// threads until the very end.
+Logging& logging() {
+    static Logging* const instance = [] {
+        auto* created = new Logging;
+        created->writer.start();
+        atexit(flushAtExit);
+        // A forked child has no writing thread: it writes its own lines.
+        pthread_atfork(nullptr, nullptr, [] { g_direct.store(true); });
+        return created;
+    }();
+    return *instance;
 }
 
-void writeToStderr(log_priority prio, const char* tag, const std::string& message) {
-    char head[96];
-    if (stderrIsJournal()) {
-        snprintf(head, sizeof(head), "<%d>%s: ", syslogLevel(prio), tag);
-    } else {
-        timeval tv{};
-        gettimeofday(&tv, nullptr);
-        tm local{};
-        localtime_r(&tv.tv_sec, &local);
-        char stamp[32];
-        strftime(stamp, sizeof(stamp), "%H:%M:%S", &local);
-        snprintf(head, sizeof(head), "%s.%03ld %c %s: ", stamp,
-                 static_cast<long>(tv.tv_usec / 1000), levelLetter(prio), tag);
+void flushAtExit() {
+    g_direct.store(true);
+    logging().ring.waitForWritten();
+}
+
+void queueLine(log_priority prio, const char* tag, const char* text, size_t textLength,
+               bool toOutput) {
+    const int64_t timeUs = g_get_real_time();
+    const size_t tagLength = strlen(tag);
+    if (g_direct.load(std::memory_order_relaxed)) {
+        if (toOutput) {
+            std::string line;
+            LogWriter::appendLine(line, stderrIsJournal(), prio, timeUs, tag, tagLength, text,
+                                  textLength);
+            LogWriter::writeAll(STDERR_FILENO, line);
+        }
+        return;
     }
-    std::string line;
-    line.reserve(message.size() + 64);
-    line += head;
-    line += message;
-    line += '\n';
-    // One write per line keeps lines of different threads apart.
-    ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
-    (void)ignored;
+    LogRecordHeader header;
+    header.tagLength = static_cast<uint32_t>(tagLength);
+    header.textLength = static_cast<uint32_t>(textLength);
+    header.timeUs = timeUs;
+    header.priority = static_cast<uint8_t>(prio);
+    header.toOutput = toOutput;
+    logging().ring.push(header, tag, text);
 }
 
 GLogWriterOutput writeGlibMessage(GLogLevelFlags level, const GLogField* fields, gsize count,
@@ -112,6 +136,9 @@ GLogWriterOutput writeGlibMessage(GLogLevelFlags level, const GLogField* fields,
         prio = DLOG_INFO;
     }
     dlog_print(prio, domain != nullptr ? domain : "GLIB", "%s", message);
+    if (level & G_LOG_FLAG_FATAL) {
+        dlog_flush();  // GLib aborts once this returns
+    }
     return G_LOG_WRITER_HANDLED;
 }
 
@@ -127,26 +154,37 @@ int dlog_vprint(log_priority prio, const char* tag, const char* fmt, va_list ap)
     if (tag == nullptr || fmt == nullptr) {
         return -1;
     }
-    if (static_cast<int>(prio) < g_minPriority.load()) {
+    if (static_cast<int>(prio) < g_keepPriority.load(std::memory_order_relaxed)) {
         return 0;
     }
+    const bool toOutput =
+        static_cast<int>(prio) >= g_outputPriority.load(std::memory_order_relaxed);
+    char stackText[kStackText];
+    std::string heapText;
+    const char* text = stackText;
     va_list copy;
     va_copy(copy, ap);
-    int length = vsnprintf(nullptr, 0, fmt, copy);
+    const int length = vsnprintf(stackText, sizeof stackText, fmt, copy);
     va_end(copy);
     if (length < 0) {
         return -1;
     }
-    std::string message(static_cast<size_t>(length), '\0');
-    vsnprintf(message.data(), message.size() + 1, fmt, ap);
-
-    std::lock_guard<std::mutex> lock(g_sinkMutex);
-    if (g_sink != nullptr) {
-        g_sink(prio, tag, message.c_str(), g_sinkUserData);
-    } else {
-        writeToStderr(prio, tag, message);
+    if (static_cast<size_t>(length) >= sizeof stackText) {
+        heapText.resize(static_cast<size_t>(length));
+        vsnprintf(heapText.data(), heapText.size() + 1, fmt, ap);
+        text = heapText.c_str();
     }
-    return length;
+    bool queuedForOutput = toOutput;
+    if (toOutput && g_hasSink.load(std::memory_order_acquire)) {
+        // The sink gets the line at once, on this thread: a test reads what it logged right after.
+        std::lock_guard<std::mutex> lock(g_sinkMutex);
+        if (g_sink != nullptr) {
+            g_sink(prio, tag, text, g_sinkUserData);
+            queuedForOutput = false;
+        }
+    }
+    queueLine(prio, tag, text, static_cast<size_t>(length), queuedForOutput);
+    return toOutput ? length : 0;
 }
 
 int dlog_print(log_priority prio, const char* tag, const char* fmt, ...) {
@@ -158,17 +196,41 @@ int dlog_print(log_priority prio, const char* tag, const char* fmt, ...) {
 }
 
 void dlog_set_min_priority(log_priority prio) {
-    g_minPriority.store(prio);
+    g_outputPriority.store(prio);
+    g_keepPriority.store(prio >= DLOG_SILENT ? prio : std::min<int>(prio, DLOG_INFO));
 }
 
 log_priority dlog_get_min_priority(void) {
-    return static_cast<log_priority>(g_minPriority.load());
+    return static_cast<log_priority>(g_outputPriority.load());
 }
 
 void dlog_set_sink(dlog_sink_cb sink, void* user_data) {
     std::lock_guard<std::mutex> lock(g_sinkMutex);
     g_sink = sink;
     g_sinkUserData = user_data;
+    g_hasSink.store(sink != nullptr, std::memory_order_release);
+}
+
+void dlog_flush(void) {
+    if (g_direct.load() || logging().writer.isWriterThread()) {
+        return;  // nothing queued, or the caller is the one that would have to write it
+    }
+    logging().ring.waitForWritten();
+}
+
+void dlog_flush_in_crash(int timeout_ms) {
+    if (g_direct.load() || logging().writer.isWriterThread()) {
+        return;
+    }
+    logging().ring.waitForWrittenFor(std::chrono::milliseconds(timeout_ms));
 }
 
 }  // extern "C"
+
+namespace ipc_platform {
+
+RecentLines& processRecentLines() {
+    return logging().recent;
+}
+
+}  // namespace ipc_platform

@@ -9,6 +9,7 @@
 #include "AdminServer.h"
 #include "ApprovalBackend.h"
 #include "KeyValueStore.h"
+#include "LogAdminApi.h"
 #include "NotificationCenter.h"
 #include "PlatformAdminApi.h"
 #include "PlatformLog.h"
@@ -52,6 +53,7 @@ bool startAdminServer(PlatformObjects& objects, std::string& error) {
     }
     auto admin = std::make_shared<AdminServer>(fileInDir(objects.options.resourceDir, "web"));
     addPlatformAdminApi(*admin, objects.notifications, objects.options.dataDir);
+    addLogAdminApi(*admin);
     if (!admin->start(objects.options.adminPort, error)) {
         return false;
     }

@@ -24,6 +24,7 @@
 #include "PlatformObjects.h"
 #include "PlatformTestSupport.h"
 #include "support/HttpClient.h"
+#include "dlog.h"
 #include "system_settings.h"
 
 namespace platform_test {
@@ -374,6 +375,56 @@ TEST_F(AdminServerTest, RequestLogKeepsTheLatestHundredInTheState) {
     restart();
     m_port = ipc_platform::adminPort();
     EXPECT_EQ("[]", member(state(), "requests"));
+}
+
+// The texts of the answer's lines that contain marker, each as "level tag text".
+std::vector<std::string> loggedLines(const std::string& answer, const std::string& marker) {
+    std::vector<std::string> texts;
+    JsonNodePtr lines = parse(member(answer, "lines"));
+    if (lines == nullptr || !JSON_NODE_HOLDS_ARRAY(lines.get())) {
+        return {"<no lines>"};
+    }
+    JsonArray* list = json_node_get_array(lines.get());
+    for (guint i = 0; i < json_array_get_length(list); ++i) {
+        JsonObject* line = json_array_get_object_element(list, i);
+        const std::string text = json_object_get_string_member(line, "text");
+        if (text.find(marker) != std::string::npos) {
+            texts.push_back(std::string(json_object_get_string_member(line, "level")) + " " +
+                            json_object_get_string_member(line, "tag") + " " + text);
+        }
+    }
+    return texts;
+}
+
+// The progress lines stay readable while the daemon logs at warn.
+TEST_F(AdminServerTest, LogRouteAnswersTheRecentLinesAtOrAboveTheLevel) {
+    startServer();
+    const std::string marker = "route-" + std::to_string(getpid());
+    dlog_set_min_priority(DLOG_WARN);
+    dlog_print(DLOG_DEBUG, "T", "%s debug", marker.c_str());
+    dlog_print(DLOG_INFO, "T", "%s info", marker.c_str());
+    dlog_print(DLOG_WARN, "T", "%s warn \"quoted\"", marker.c_str());
+    dlog_print(DLOG_ERROR, "T", "%s error", marker.c_str());
+    dlog_set_min_priority(DLOG_INFO);
+    dlog_flush();
+
+    const HttpResponse all = request("GET", "/api/log");
+    EXPECT_EQ(200, all.status);
+    EXPECT_EQ((std::vector<std::string>{"info T " + marker + " info",
+                                        "warn T " + marker + " warn \"quoted\"",
+                                        "error T " + marker + " error"}),
+              loggedLines(all.body, marker));
+    EXPECT_EQ((std::vector<std::string>{"warn T " + marker + " warn \"quoted\"",
+                                        "error T " + marker + " error"}),
+              loggedLines(request("GET", "/api/log?level=warn").body, marker));
+    EXPECT_EQ(std::vector<std::string>{"error T " + marker + " error"},
+              loggedLines(request("GET", "/api/log?level=error").body, marker));
+    const HttpResponse unknown = request("GET", "/api/log?level=verbose");
+    EXPECT_EQ(400, unknown.status);
+    EXPECT_EQ("\"unknown level 'verbose' (debug, info, warn or error)\"",
+              member(unknown.body, "error"));
+    // The state tells the page that there are new lines to fetch.
+    EXPECT_LT(0, std::stoll(member(member(state(), "log"), "last")));
 }
 
 TEST_F(AdminServerTest, ListensOnIpv4LoopbackOnly) {

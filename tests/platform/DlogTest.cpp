@@ -1,18 +1,78 @@
-// Tests of the platform log: priority filtering and the sink.
+// Tests of the platform log: the level check before any formatting, the sink, and the ring and
+// its writing thread under many logging threads.
+#include <printf.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdarg>
+#include <regex>
+#include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "LogRing.h"
+#include "LogWriter.h"
+#include "RecentLines.h"
 #include "dlog.h"
 
 namespace {
+
+using ipc_platform::LogRing;
+using ipc_platform::LogWriter;
+using ipc_platform::RecentLines;
 
 struct Line {
     log_priority prio;
     std::string tag;
     std::string message;
 };
+
+// A printf conversion "%Y" that counts how often it is formatted, to see whether a line was.
+std::atomic<int> g_formatted{0};
+
+int renderCounted(FILE* stream, const printf_info* /*info*/, const void* const* /*args*/) {
+    ++g_formatted;
+    return fprintf(stream, "Y");
+}
+
+int countedArguments(const printf_info* /*info*/, size_t count, int* types, int* sizes) {
+    if (count > 0) {
+        types[0] = PA_INT;
+        sizes[0] = sizeof(int);
+    }
+    return 1;
+}
+
+// Logs a line that holds one counted conversion (without the format check the macro's callers
+// get, which does not know it).
+int logCounted(log_priority prio, const char* text) {
+    static const bool registered =
+        register_printf_specifier('Y', renderCounted, countedArguments) == 0;
+    EXPECT_TRUE(registered);
+    const std::string format = std::string(text) + " %Y";
+    auto print = [](log_priority p, const char* fmt, ...) {
+        va_list ap;
+        va_start(ap, fmt);
+        const int result = dlog_vprint(p, "TAG", fmt, ap);
+        va_end(ap);
+        return result;
+    };
+    return print(prio, format.c_str(), 0);
+}
+
+// Whether the process's recent lines hold a line with exactly this text.
+bool inRecentLines(const std::string& text) {
+    dlog_flush();
+    for (const RecentLines::Entry& entry : ipc_platform::processRecentLines().lines(DLOG_DEBUG)) {
+        if (entry.text == text) {
+            return true;
+        }
+    }
+    return false;
+}
 
 class DlogTest : public ::testing::Test {
 protected:
@@ -34,21 +94,122 @@ TEST_F(DlogTest, SinkReceivesFormattedMessageAndRefusesMissingTagOrFormat) {
     EXPECT_EQ(DLOG_ERROR, m_lines[0].prio);
     EXPECT_EQ("TAG", m_lines[0].tag);
     EXPECT_EQ("value 007", m_lines[0].message);
+    // Longer than a line formatted on the stack.
+    const std::string longText(5000, 'x');
+    EXPECT_EQ(5000, dlog_print(DLOG_ERROR, "TAG", "%s", longText.c_str()));
+    ASSERT_EQ(2u, m_lines.size());
+    EXPECT_EQ(longText, m_lines[1].message);
 
     EXPECT_EQ(-1, dlog_print(DLOG_ERROR, nullptr, "x"));
     EXPECT_EQ(-1, dlog_print(DLOG_ERROR, "TAG", nullptr));
-    EXPECT_EQ(1u, m_lines.size());
+    EXPECT_EQ(2u, m_lines.size());
 }
 
-TEST_F(DlogTest, LinesBelowMinimumPriorityAreDropped) {
-    EXPECT_EQ(0, dlog_print(DLOG_DEBUG, "TAG", "default drops debug"));
+// A line is formatted only when the output or the recent lines keep it: the recent lines keep
+// info even when the output is at warn, and nothing at silent.
+TEST_F(DlogTest, LevelIsCheckedBeforeFormattingAndRecentLinesKeepInfo) {
+    g_formatted = 0;
+    EXPECT_EQ(0, logCounted(DLOG_DEBUG, "debug at info"));
+    EXPECT_EQ(0, g_formatted);
+    EXPECT_LT(0, logCounted(DLOG_INFO, "info at info"));
+    EXPECT_EQ(1, g_formatted);
+
     dlog_set_min_priority(DLOG_WARN);
-    EXPECT_EQ(0, dlog_print(DLOG_INFO, "TAG", "dropped"));
-    EXPECT_LT(0, dlog_print(DLOG_WARN, "TAG", "kept"));
+    EXPECT_EQ(DLOG_WARN, dlog_get_min_priority());
+    EXPECT_EQ(0, logCounted(DLOG_DEBUG, "debug at warn"));
+    EXPECT_EQ(1, g_formatted);
+    EXPECT_EQ(0, logCounted(DLOG_INFO, "info at warn"));
+    EXPECT_EQ(2, g_formatted);
+    EXPECT_LT(0, logCounted(DLOG_WARN, "warn at warn"));
+    EXPECT_EQ(3, g_formatted);
+
+    dlog_set_min_priority(DLOG_DEBUG);
+    EXPECT_LT(0, logCounted(DLOG_DEBUG, "debug at debug"));
+    EXPECT_EQ(4, g_formatted);
+
     dlog_set_min_priority(DLOG_SILENT);
-    EXPECT_EQ(0, dlog_print(DLOG_ERROR, "TAG", "silenced"));
-    ASSERT_EQ(1u, m_lines.size());
-    EXPECT_EQ("kept", m_lines[0].message);
+    EXPECT_EQ(0, logCounted(DLOG_ERROR, "error at silent"));
+    EXPECT_EQ(4, g_formatted);
+
+    ASSERT_EQ(3u, m_lines.size());
+    EXPECT_EQ("info at info Y", m_lines[0].message);
+    EXPECT_EQ("warn at warn Y", m_lines[1].message);
+    EXPECT_EQ("debug at debug Y", m_lines[2].message);
+    EXPECT_TRUE(inRecentLines("info at warn Y"));
+    EXPECT_TRUE(inRecentLines("debug at debug Y"));
+    EXPECT_FALSE(inRecentLines("debug at warn Y"));
+    EXPECT_FALSE(inRecentLines("error at silent Y"));
+}
+
+// Many threads log into a small ring while the output is blocked (a pipe nobody reads yet): no
+// line is torn or mixed with another, each thread's lines keep their order, and every line is
+// either written or counted in an "N log lines dropped" line.
+TEST(LogRingTest, ManyWritersLoseNoLineSilentlyAndNeverTearOne) {
+    constexpr int kThreads = 8;
+    constexpr int kLinesPerThread = 2000;
+    int fds[2];
+    ASSERT_EQ(0, pipe(fds));
+    LogRing ring(16 * 1024);
+    RecentLines recent(kThreads * kLinesPerThread + 1000);
+    LogWriter writer(ring, fds[1], false, &recent);
+    writer.start();
+
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&ring, t] {
+            for (int i = 0; i < kLinesPerThread; ++i) {
+                // Lengths vary so that lines wrap around the ring's end at every offset.
+                const std::string text = "w" + std::to_string(t) + " n" + std::to_string(i) + " " +
+                                         std::string(i % 97, static_cast<char>('a' + t));
+                ipc_platform::LogRecordHeader header;
+                header.tagLength = 3;
+                header.textLength = static_cast<uint32_t>(text.size());
+                header.timeUs = 1000000 + i;
+                header.priority = DLOG_INFO;
+                ring.push(header, "TAG", text.c_str());
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::string output;
+    std::thread reader([&output, fd = fds[0]] {
+        char buffer[65536];
+        for (ssize_t count; (count = read(fd, buffer, sizeof buffer)) > 0;) {
+            output.append(buffer, static_cast<size_t>(count));
+        }
+    });
+    writer.stop();  // writes everything queued first
+    close(fds[1]);
+    reader.join();
+    close(fds[0]);
+
+    const std::regex logged(R"(\d\d:\d\d:\d\d\.\d{3} I TAG: w(\d) n(\d+) ([a-h]*))");
+    const std::regex dropped(R"(\d\d:\d\d:\d\d\.\d{3} W IPC_PLATFORM: (\d+) log lines dropped)");
+    std::vector<int> lastSeen(kThreads, -1);
+    long written = 0;
+    long droppedCount = 0;
+    size_t lineCount = 0;
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines, line); ++lineCount) {
+        std::smatch match;
+        if (std::regex_match(line, match, dropped)) {
+            droppedCount += std::stol(match[1]);
+            continue;
+        }
+        ASSERT_TRUE(std::regex_match(line, match, logged)) << line;
+        const int t = std::stoi(match[1]);
+        const int i = std::stoi(match[2]);
+        ASSERT_EQ(std::string(i % 97, static_cast<char>('a' + t)), match[3].str()) << line;
+        ASSERT_LT(lastSeen[t], i) << line;
+        lastSeen[t] = i;
+        ++written;
+    }
+    EXPECT_LT(0, droppedCount);  // the blocked output did make the ring overflow
+    EXPECT_EQ(kThreads * kLinesPerThread, written + droppedCount);
+    // The recent lines got every line written, the drop reports among them.
+    EXPECT_EQ(lineCount, recent.lines(DLOG_DEBUG).size());
 }
 
 }  // namespace

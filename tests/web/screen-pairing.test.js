@@ -1,7 +1,8 @@
 // Real-browser test of the TV screen page: a client's pairing request shows the pop-up, a click on
-// Allow answers it, and the waiting client receives its token. With the command-line client it
-// goes on: the client pairs through the page, its volume change shows on the screen and in the
-// request log, and once the page revokes it its next call is refused.
+// Allow answers it, the waiting client receives its token, and the log panel shows the service's
+// lines. With the command-line client it goes on: the client pairs through the page, its volume
+// change shows on the screen and in the request log, and once the page revokes it its next call
+// is refused.
 // Usage: node screen-pairing.test.js <path of ipcontrold> [<path of ipcontrol>].
 // Exit 0 passed, 1 failed, 77 skipped.
 'use strict';
@@ -207,6 +208,12 @@ async function run(playwright, daemonPath, cliPath, dirs) {
     await page.locator('#popup-layer').waitFor({ state: 'hidden' });
     await page.waitForFunction((prefix) => Array.from(document.querySelectorAll('#clients td'))
       .some((cell) => cell.textContent === prefix), reply.result.AccessToken.slice(0, 6) + '\u2026');
+
+    // The log panel follows the service's lines and shows only those at the level chosen.
+    await page.waitForFunction(() => Array.from(document.querySelectorAll('#log-lines li'))
+      .some((line) => line.textContent.includes('pop-up 1 taken down')));
+    await page.selectOption('#log-level', 'error');
+    await page.waitForFunction(() => document.querySelector('#log-lines li.info') === null);
 
     if (cliPath) {
       await cliThroughPage(page, cliPath, rpcPort, dirs.config);

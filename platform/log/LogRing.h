@@ -1,0 +1,100 @@
+// A bounded byte ring of log lines between the threads that log and the one thread that writes.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace ipc_platform {
+
+// What travels with each line through the ring; the tag and the text follow it.
+struct LogRecordHeader {
+    uint32_t tagLength = 0;
+    uint32_t textLength = 0;
+    int64_t timeUs = 0;    // wall clock when the line was logged, microseconds since the epoch
+    uint8_t priority = 0;  // a log_priority
+    bool toOutput = true;  // false: kept among the recent lines only, never written out
+};
+
+// Many threads push, one thread takes. A push copies the line in under a lock held only for the
+// copy, never waits for the taker, and when the line does not fit it is dropped and counted. The
+// taker sleeps while the ring is empty and is woken by the push that finds it asleep only, so a
+// taker that is busy or behind costs the pushers nothing more.
+//
+// Thread-safe: push and waitForWritten from any thread; take and markWritten from the one taking
+// thread.
+class LogRing {
+public:
+    // One decoded line of a batch; tag and text point into the batch's bytes.
+    struct Line {
+        LogRecordHeader header;
+        const char* tag;
+        const char* text;
+    };
+    // What one take hands over: the lines pushed since the previous take, in order, and how many
+    // were dropped meanwhile (those meant for the output; lines only kept as recent apart).
+    struct Batch {
+        std::vector<char> bytes;
+        std::vector<Line> lines;
+        uint64_t droppedOutput = 0;
+        uint64_t droppedRecent = 0;
+        uint64_t end = 0;  // the position to hand to markWritten once the batch is out
+    };
+
+    // A take hands over about this much at most (at least one line).
+    static constexpr uint64_t kMaxBatchBytes = 64 * 1024;
+
+    // capacity: bytes, rounded up to a power of two.
+    explicit LogRing(size_t capacity);
+    LogRing(const LogRing&) = delete;
+    LogRing& operator=(const LogRing&) = delete;
+
+    // False when the line did not fit and was counted as dropped.
+    bool push(const LogRecordHeader& header, const char* tag, const char* text);
+
+    // Waits until lines are queued or a drop is to be reported (or stop() was called), then moves
+    // the oldest lines (about kMaxBatchBytes) into batch. False once stopped with nothing left.
+    bool take(Batch& batch);
+    // Everything up to end (a batch's end) has been written: wakes waitForWritten.
+    void markWritten(uint64_t end);
+    // Blocks until every line pushed before the call has been taken and marked written, and the
+    // count of any line dropped before it too.
+    void waitForWritten();
+    // The same for at most limit, and without waiting for the lock beyond it (for a crashing
+    // thread, which may hold it). False when the time ran out.
+    bool waitForWrittenFor(std::chrono::milliseconds limit);
+    // Ends take() once the ring is empty.
+    void stop();
+
+    size_t capacity() const { return m_capacity; }
+
+private:
+    // Needs m_mutex.
+    bool _isWrittenUpTo(uint64_t target) const;
+    void _copyIn(uint64_t position, const void* data, size_t size);
+    void _copyOut(uint64_t position, void* data, size_t size) const;
+
+    const size_t m_capacity;
+    const std::unique_ptr<char[]> m_buffer;  // not cleared: pages are touched as lines come
+    const uint64_t m_mask;
+
+    // Protects the positions, the counters and the flags below. The bytes between m_tail and
+    // m_head belong to the taker from the take that hands them over until the next take.
+    std::mutex m_mutex;
+    std::condition_variable m_queued;   // the taker waits for lines
+    std::condition_variable m_written;  // waitForWritten waits for the taker
+    uint64_t m_head = 0;                // where the next line goes
+    uint64_t m_tail = 0;                // the first byte not yet taken
+    uint64_t m_writtenUpTo = 0;         // the end of the last batch written
+    uint64_t m_droppedOutput = 0;
+    uint64_t m_droppedRecent = 0;
+    bool m_batchOut = false;  // taken and not yet marked written
+    bool m_takerSleeping = false;
+    bool m_stopped = false;
+};
+
+}  // namespace ipc_platform

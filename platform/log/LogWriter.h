@@ -1,0 +1,55 @@
+// The log's writing thread: takes the lines out of the ring and writes them out in batches.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <thread>
+
+#include "LogRing.h"
+
+namespace ipc_platform {
+
+class RecentLines;
+
+// Drains a LogRing to a file descriptor on its own thread ("log-writer"): each batch of lines is
+// one write, and after each it waits kGatherTime before taking the next.
+// Lines go out as "HH:MM:SS.mmm L TAG: text", or as "<N>TAG: text" with the syslog level when the
+// descriptor is the journal (which records the time itself). Lines dropped because the ring was
+// full are reported as "N log lines dropped" once the thread gets to them. Every line taken,
+// written out or not, is added to the recent lines.
+//
+// Threads: start, stop and the destructor from one owner thread; the rest runs on its own thread.
+class LogWriter {
+public:
+    // How long the thread stays awake after a write, gathering lines before it looks again.
+    static constexpr std::chrono::milliseconds kGatherTime{2};
+
+    LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent);
+    ~LogWriter();
+    LogWriter(const LogWriter&) = delete;
+    LogWriter& operator=(const LogWriter&) = delete;
+
+    void start();
+    // Writes what is queued, then ends the thread.
+    void stop();
+    bool isWriterThread() const { return std::this_thread::get_id() == m_thread.get_id(); }
+
+    // Appends one line as the thread writes it (also for lines written directly, at exit).
+    static void appendLine(std::string& out, bool journal, int priority, int64_t timeUs,
+                           const char* tag, size_t tagLength, const char* text, size_t textLength);
+    // Writes all of text to fd unless the descriptor fails.
+    static void writeAll(int fd, const std::string& text);
+
+private:
+    void _run();
+
+    LogRing& m_ring;
+    const int m_fd;
+    const bool m_journal;
+    RecentLines* const m_recent;
+    std::thread m_thread;
+};
+
+}  // namespace ipc_platform

@@ -1,0 +1,72 @@
+// The latest log lines for the admin API.
+#include "RecentLines.h"
+
+namespace ipc_platform {
+
+RecentLines::RecentLines(size_t capacity) : m_capacity(capacity > 0 ? capacity : 1) {}
+
+void RecentLines::add(int priority, int64_t timeUs, const char* tag, size_t tagLength,
+                      const char* text, size_t textLength) {
+    Entry entry;
+    entry.timeUs = timeUs;
+    entry.priority = priority;
+    entry.tag.assign(tag, tagLength);
+    if (textLength > kMaxText) {
+        // Back to the first byte of a character, so that the cut leaves valid UTF-8 valid.
+        size_t cut = kMaxText;
+        while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) {
+            --cut;
+        }
+        entry.text.assign(text, cut);
+        entry.text += "\u2026";
+    } else {
+        entry.text.assign(text, textLength);
+    }
+    std::lock_guard<std::mutex> lock(m_mutex);
+    entry.sequence = ++m_lastSequence;
+    if (m_entries.size() == m_capacity) {
+        m_entries.pop_front();
+    }
+    m_entries.push_back(std::move(entry));
+}
+
+void RecentLines::skip(uint64_t count) {
+    if (count > 0) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_lastSequence += count;
+    }
+}
+
+std::vector<RecentLines::Entry> RecentLines::lines(int minPriority) const {
+    std::vector<Entry> result;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (const Entry& entry : m_entries) {
+        if (entry.priority >= minPriority) {
+            result.push_back(entry);
+        }
+    }
+    return result;
+}
+
+uint64_t RecentLines::lastSequence() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_lastSequence;
+}
+
+void RecentLines::setListener(std::function<void()> listener) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_listener = std::move(listener);
+}
+
+void RecentLines::notifyListener() const {
+    std::function<void()> listener;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        listener = m_listener;
+    }
+    if (listener) {
+        listener();
+    }
+}
+
+}  // namespace ipc_platform
