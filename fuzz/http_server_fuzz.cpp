@@ -36,7 +36,7 @@ HttpServer& server() {
                 return true;
             },
             std::chrono::milliseconds(kAnswerWaitMs));
-        if (!self->start(0)) {
+        if (self->start(0) != 0) {
             abort();
         }
         return self;

@@ -355,18 +355,26 @@ bool hostIsOurs(GUPnPContext* context, const char* host) {
     return ours;
 }
 
+std::string serverId();
+
+// An answer the layer gives itself, before GUPnP's handlers (which name the server on theirs).
+void refuseWithStatus(SoupServerMessage* message, guint status, const char* reason) {
+    soup_message_headers_replace(soup_server_message_get_response_headers(message), "Server",
+                                 serverId().c_str());
+    soup_server_message_set_status(message, status, reason);
+}
+
 // A request naming another host gets GUPnP's own answer to that (412 "Host header mismatch").
 // A body above the limit is refused before it is read; so is a chunked one, whose size is not
 // known in advance (UPnP control points always send a length).
 void onGotHeaders(SoupServerMessage* message, gpointer context) {
     SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
     if (!hostIsOurs(GUPNP_CONTEXT(context), soup_message_headers_get_one(headers, "Host"))) {
-        soup_server_message_set_status(message, SOUP_STATUS_PRECONDITION_FAILED,
-                                       "Host header mismatch");
+        refuseWithStatus(message, SOUP_STATUS_PRECONDITION_FAILED, "Host header mismatch");
     } else if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CHUNKED) {
-        soup_server_message_set_status(message, SOUP_STATUS_LENGTH_REQUIRED, nullptr);
+        refuseWithStatus(message, SOUP_STATUS_LENGTH_REQUIRED, nullptr);
     } else if (soup_message_headers_get_content_length(headers) > kMaxBodyBytes) {
-        soup_server_message_set_status(message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, nullptr);
+        refuseWithStatus(message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, nullptr);
     }
 }
 
@@ -399,7 +407,7 @@ void refuseAction(SoupServerMessage* message, int code, const char* description)
         code, description);
     soup_server_message_set_response(message, "text/xml; charset=\"utf-8\"", SOUP_MEMORY_TAKE, body,
                                      std::strlen(body));
-    soup_server_message_set_status(message, SOUP_STATUS_INTERNAL_SERVER_ERROR, nullptr);
+    refuseWithStatus(message, SOUP_STATUS_INTERNAL_SERVER_ERROR, nullptr);
 }
 
 // The control request's body as far as the layer checks it before GUPnP parses it: a document
