@@ -9,6 +9,7 @@ set_target_properties(ipcontrol-platform ipcontrol-tv ipcontrol-http-server ipco
                       PROPERTIES INSTALL_RPATH "$ORIGIN")
 
 install(TARGETS ipcontrold ipcontrol RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(PROGRAMS tools/lab/ipcontrol-lab.py DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME ipcontrol-lab)
 install(TARGETS ipcontrol-platform ipcontrol-tv ipcontrol-http-server ipcontrol-plugin
         LIBRARY DESTINATION ${IPC_INSTALL_LIBDIR})
 install(DIRECTORY ${IPC_RESOURCE_DIR}/ DESTINATION ${CMAKE_INSTALL_DATADIR}/ipcontrol)
