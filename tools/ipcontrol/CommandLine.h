@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "TvSelection.h"
+
 // What the user asked for. A plain value; parsing has no side effects.
 struct CommandLine {
     enum class Command {
@@ -35,6 +37,8 @@ struct CommandLine {
     std::string url;                // launch --url
     std::string interface;          // discover --interface, "" for every interface
     std::chrono::milliseconds timeout{3000};  // discover --timeout
+    TvSelection selection;                    // --tv and --all: the command runs on each TV chosen
+    size_t parallel = 16;                     // --parallel: TVs handled at once
 
     // Parses the arguments after the program name. On a usage error returns false and sets
     // error to one line (helpTopic is set once the command is known). --help or -h anywhere

@@ -316,6 +316,14 @@ def admin_request(tv, method, path, body):
             connection.close()
 
 
+def name_tvs(tvs):
+    """Gives each TV its lab name as its device name, so discovery and --tv tell them apart."""
+    for tv in tvs:
+        status, text = admin_request(tv, "PUT", "/api/settings/deviceName", tv["name"])
+        if status != 200:
+            raise LabError("%s: cannot set its name: %s" % (tv["name"], text.strip()))
+
+
 # ---- the admin forwarder ----------------------------------------------------------------
 
 def forward(folder):
@@ -461,6 +469,8 @@ def cmd_up(options):
     lab.save()
     failed = wait_ready(notify, children, READY_TIMEOUT)
     notify.close()
+    if not failed:
+        name_tvs(lab.data["tvs"])
     elapsed = time.monotonic() - started
     if failed:
         names = [tv["name"] for tv in lab.data["tvs"] if tv["pid"] in failed]
@@ -683,6 +693,9 @@ def main():
     except LabError as e:
         sys.stderr.write("ipcontrol-lab: %s\n" % e)
         return e.code
+    except BrokenPipeError:  # the reader (head, grep -q) has had enough
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        return EXIT_OK
     except OSError as e:
         sys.stderr.write("ipcontrol-lab: %s\n" % e)
         return EXIT_FAILED
