@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 // A JSON object mapping "host:port" ("[v6-address]:port" for IPv6) to the token. The file is
@@ -13,6 +14,11 @@
 class TokenStore {
 public:
     explicit TokenStore(std::string path);
+    // Before it is shared between threads; the new store has a mutex of its own.
+    TokenStore(TokenStore&& other) noexcept
+        : m_path(std::move(other.m_path)),
+          m_tokens(std::move(other.m_tokens)),
+          m_deferred(other.m_deferred) {}
 
     // $XDG_CONFIG_HOME/ipcontrol/tokens.json when XDG_CONFIG_HOME is an absolute path, else
     // $HOME/.config/ipcontrol/tokens.json (the password database when HOME is unset).

@@ -20,7 +20,8 @@ std::string TvTarget::label() const {
 }
 
 bool TvSelection::add(const std::string& text, std::string& error) {
-    gchar** words = g_strsplit(text.c_str(), ",", -1);
+    // An empty text splits into no words at all, which would select nothing without a word.
+    gchar** words = g_strsplit(text.empty() ? "," : text.c_str(), ",", -1);
     bool good = true;
     for (gchar** part = words; *part != nullptr && good; ++part) {
         g_autofree gchar* stripped = g_strstrip(g_strdup(*part));

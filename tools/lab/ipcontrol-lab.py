@@ -10,7 +10,6 @@ lab.json in its folder before it is made, so `down` can undo a lab whose maker c
 
 import argparse
 import ctypes
-import errno
 import http.client
 import ipaddress
 import json
@@ -22,11 +21,13 @@ import subprocess
 import sys
 import time
 
+# Namespace names start with the lab's name (--name), so two labs never share one.
 PREFIX = "ipclab-"
 BRIDGE_NS = PREFIX + "bridge"
 CLIENT_NS = PREFIX + "client"
 BRIDGE = "br0"
-DEFAULT_DIR = "/run/ipcontrol-lab"
+DEFAULT_NAME = "ipclab"
+DEFAULT_DIR = "/run/ipcontrol-lab/"  # + the lab's name
 DEFAULT_SUBNET = "10.77.0.0/16"
 DEFAULT_ADMIN_BASE = 28500
 ADMIN_PORT = 8515  # the daemon's admin port inside each TV namespace
@@ -92,8 +93,10 @@ def ip_batch(commands, netns=None):
 
 def lab_namespaces():
     listing = run(["ip", "netns", "list"], check=False).stdout
-    return [line.split()[0] for line in listing.splitlines()
-            if line.split() and line.split()[0].startswith(PREFIX)]
+    names = [line.split()[0] for line in listing.splitlines() if line.split()]
+    # Exactly this lab's: a lab named "a" must not take "a-b-tv001" of a lab named "a-b".
+    return [name for name in names if name in (BRIDGE_NS, CLIENT_NS)
+            or (name.startswith(PREFIX + "tv") and name[len(PREFIX) + 2:].isdigit())]
 
 
 # ---- the record -------------------------------------------------------------------------
@@ -399,8 +402,9 @@ def forward(folder):
 
 def start_forwarder(lab):
     log = open(os.path.join(lab.folder, "forwarder.log"), "ab")
-    child = subprocess.Popen([sys.executable, os.path.realpath(sys.argv[0]), "--dir", lab.folder,
-                              "_forward"], stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+    command = [sys.executable, os.path.realpath(sys.argv[0]), "--dir", lab.folder, "--name",
+               PREFIX[:-1], "_forward"]
+    child = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                              start_new_session=True)
     log.close()
     lab.data["forwarder"] = child.pid
@@ -465,7 +469,8 @@ def cmd_up(options):
     for tv in lab.data["tvs"]:
         child = start_daemon(lab, tv, notify_path)
         children[child.pid] = child
-    start_forwarder(lab)
+    if options.admin_base:
+        start_forwarder(lab)
     lab.save()
     failed = wait_ready(notify, children, READY_TIMEOUT)
     notify.close()
@@ -540,9 +545,11 @@ def cmd_status(options):
         print("%-7s %-15s %-17s %-8s %-5d %-8s %-9s %s"
               % (row["name"], row["address"], row["mac"], row["profile"], row["port"],
                  row["pid"] or "-", "yes" if row["answering"] else "no",
-                 row["admin"] if forwarding else "- (forwarder not running)"))
-    print("%d of %d answering; client namespace %s at %s"
-          % (sum(r["answering"] for r in rows), len(rows), CLIENT_NS, lab.data["client"]["address"]))
+                 row["admin"] if forwarding else "-"))
+    print("%d of %d answering; client namespace %s at %s%s"
+          % (sum(r["answering"] for r in rows), len(rows), CLIENT_NS, lab.data["client"]["address"],
+             "" if forwarding else "; screens not forwarded (up --admin-base 0, or the "
+             "forwarder stopped: see forwarder.log)"))
     return EXIT_OK
 
 
@@ -641,8 +648,12 @@ def parser():
                     "(needs root).",
         epilog="Exit codes: 0 done, 1 failed, 2 usage, 3 not root, 4 no lab up / a lab is "
                "already up.")
-    top.add_argument("--dir", default=os.environ.get("IPCONTROL_LAB_DIR", DEFAULT_DIR),
-                     help="the lab's folder: record, data directories, logs (default %(default)s)")
+    top.add_argument("--name", default=DEFAULT_NAME,
+                     help="the lab's name, the start of its namespaces' names (default "
+                     "%(default)s); labs of other names run beside it")
+    top.add_argument("--dir", default=os.environ.get("IPCONTROL_LAB_DIR"),
+                     help="the lab's folder: record, data directories, logs (default "
+                     + DEFAULT_DIR + "NAME)")
     commands = top.add_subparsers(dest="command", metavar="COMMAND")
     up = commands.add_parser("up", help="create the network and start N TVs")
     up.add_argument("count", type=int, metavar="N")
@@ -653,9 +664,9 @@ def parser():
     up.add_argument("--subnet", default=DEFAULT_SUBNET, help="IPv4 network inside the lab "
                     "(default %(default)s)")
     up.add_argument("--admin-base", type=int, default=DEFAULT_ADMIN_BASE,
-                    help="TV n's screen is on 127.0.0.1:BASE+n of the host (default %(default)s)")
-    down = commands.add_parser("down", help="stop every TV and remove everything the lab made")
-    del down
+                    help="TV n's screen is on 127.0.0.1:BASE+n of the host (default %(default)s; "
+                    "0: not forwarded)")
+    commands.add_parser("down", help="stop every TV and remove everything the lab made")
     status = commands.add_parser("status", help="each TV: address, MAC, profile, port, pid, "
                                  "answering, screen address")
     status.add_argument("--json", action="store_true")
@@ -677,6 +688,13 @@ def parser():
 
 def main():
     options = parser().parse_args()
+    global PREFIX, BRIDGE_NS, CLIENT_NS
+    if not options.name.replace("-", "").isalnum() or len(options.name) > 20:
+        sys.stderr.write("ipcontrol-lab: --name takes up to 20 letters, digits and dashes\n")
+        return EXIT_USAGE
+    PREFIX = options.name + "-"
+    BRIDGE_NS, CLIENT_NS = PREFIX + "bridge", PREFIX + "client"
+    options.dir = options.dir or DEFAULT_DIR + options.name
     handlers = {"up": cmd_up, "down": cmd_down, "status": cmd_status, "exec": cmd_exec,
                 "logs": cmd_logs, "knob": cmd_knob, "power-cut": cmd_power_cut}
     if options.command is None:
