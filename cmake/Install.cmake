@@ -21,3 +21,5 @@ install(FILES host/ipcontrold.conf DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/ipcon
 
 configure_file(host/ipcontrold.service.in ${CMAKE_BINARY_DIR}/ipcontrold.service @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/ipcontrold.service DESTINATION lib/systemd/system)
+configure_file(host/ipcontrold@.service.in ${CMAKE_BINARY_DIR}/ipcontrold@.service @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/ipcontrold@.service DESTINATION lib/systemd/system)
