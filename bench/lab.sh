@@ -82,7 +82,7 @@ done
 left_mounts=$(grep -c "$folder" /proc/mounts || true)
 
 echo "lab of $count TVs ($(cut -d'(' -f2 "$folder/up.txt" | cut -d')' -f1))"
-printf '%-44s %s\n' \
+printf '%-48s %s\n' \
     "up $count: ready (every TV answering)" "$up_seconds s, $answering answering (target < 60 s)" \
     "RSS of the $count daemons" "$((rss_kib / 1024)) MiB (target < 2048 MiB)" \
     "idle CPU of the $count daemons, ${idle_window} s" "$idle_percent % of one core (target < 5 %)" \
