@@ -479,7 +479,8 @@ def cmd_up(options):
     elapsed = time.monotonic() - started
     if failed:
         names = [tv["name"] for tv in lab.data["tvs"] if tv["pid"] in failed]
-        raise LabError("%d of %d TVs did not start: %s (see ipcontrol-lab logs %s)"
+        raise LabError("%d of %d TVs did not start: %s (see ipcontrol-lab logs %s; the others "
+                       "run: ipcontrol-lab down removes the lab)"
                        % (len(names), len(assigned), " ".join(names), names[0]))
     counts = {}
     for profile in assigned:
@@ -518,6 +519,11 @@ def cmd_down(options):
             else:
                 os.unlink(path)
         os.rmdir(lab.folder)
+        try:  # the folder of all labs, when this was the last
+            if lab.folder.startswith(DEFAULT_DIR):
+                os.rmdir(DEFAULT_DIR)
+        except OSError:
+            pass
     print("lab removed: %d namespaces, %d TVs" % (len(namespaces), len(lab.data.get("tvs", []))))
     return EXIT_OK
 
