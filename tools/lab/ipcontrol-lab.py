@@ -137,8 +137,8 @@ class Lab:
             if name in (tv["name"], tv["address"]):
                 return tv
         names = [tv["name"] for tv in self.data["tvs"]]
-        raise LabError("no TV %s in the lab (%s)" % (name, ", ".join(names[:3] + ["..."] if len(names) > 3 else names)),
-                       EXIT_USAGE)
+        shown = names[:3] + ["..."] if len(names) > 3 else names
+        raise LabError("no TV %s in the lab (%s)" % (name, ", ".join(shown)), EXIT_USAGE)
 
 
 # ---- profiles ---------------------------------------------------------------------------
@@ -164,8 +164,9 @@ def load_profiles():
 
 
 def share_profiles(count, requests, known):
-    """Profile per TV from NAME, NAME:COUNT and NAME:PERCENT requests: counts and percents
-    first, the rest shared evenly among plain names (all known profiles when none is given)."""
+    """Profile per TV from NAME, NAME:COUNT and NAME:PERCENT% requests: counts and percents
+    (rounded down) first, the rest shared evenly among plain names, else among the percents
+    (all known profiles share the lab when none is given)."""
     fixed, open_names = [], []
     for request in requests:
         name, _, amount = request.partition(":")
@@ -175,22 +176,29 @@ def share_profiles(count, requests, known):
             open_names.append(name)
             continue
         try:
-            number = float(amount[:-1]) * count / 100 if amount.endswith("%") else int(amount)
+            percent = amount.endswith("%")
+            number = float(amount[:-1]) if percent else int(amount)
         except ValueError:
+            number = -1
+        if number < 0 or (percent and number > 100):
             raise LabError("--profile %s: give NAME, NAME:COUNT or NAME:PERCENT%%" % request,
                            EXIT_USAGE)
-        fixed.append((name, int(round(number))))
-    taken = sum(n for _, n in fixed)
-    if taken > count or (taken < count and not open_names and fixed):
-        raise LabError("the profiles add up to %d TVs, not %d" % (taken, count), EXIT_USAGE)
+        fixed.append([name, int(number * count / 100) if percent else number, percent])
     if not requests:
         open_names = sorted(known)
-    result = [name for name, n in fixed for _ in range(n)]
-    rest = count - taken
+    rest = count - sum(entry[1] for entry in fixed)
+    sharers = open_names or [entry for entry in fixed if entry[2]]
+    if rest < 0 or (rest > 0 and not sharers):
+        raise LabError("the profiles add up to %d TVs, not %d" % (count - rest, count),
+                       EXIT_USAGE)
+    result = []
     for i, name in enumerate(open_names):
         share = rest // len(open_names) + (1 if i < rest % len(open_names) else 0)
         result += [name] * share
-    return result
+    if not open_names:
+        for i in range(rest):  # what rounding down left, one more each
+            sharers[i % len(sharers)][1] += 1
+    return [name for name, n, _ in fixed for _ in range(n)] + result
 
 
 # ---- daemons ----------------------------------------------------------------------------
@@ -393,7 +401,8 @@ def forward(folder):
                 close(key.fileobj)
                 continue
             try:
-                peer.setblocking(True)
+                # A reader that stops reading would hold every screen: it gets 5 s.
+                peer.settimeout(5)
                 peer.sendall(chunk)
                 peer.setblocking(False)
             except OSError:
