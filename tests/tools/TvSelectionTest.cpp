@@ -1,12 +1,15 @@
-// Choosing TVs with --tv and --all, and how a command on many TVs reports.
+// Choosing TVs with --tv and --all, how a command on many TVs reports, and the MAC discovery
+// shows.
+#include <glib.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <mutex>
 
 #include "CommandLine.h"
+#include "DiscoverCommand.h"
 #include "JsonValue.h"
 #include "TvBatch.h"
+#include "support/PlatformFixture.h"
 
 namespace {
 
@@ -162,6 +165,25 @@ TEST(TvBatch, RunsEveryTvOnceWithNoMoreAtOnceThanAllowed) {
         EXPECT_EQ(tvs[i].name, results[i].outcome.output);
     }
     EXPECT_LE(most.load(), 3);
+}
+
+TEST(Discovery, TheMacOfATvComesFromTheNeighbourTableOnceResolved) {
+    testsupport::TempDir dir;
+    const std::string table = dir.file("arp");
+    g_file_set_contents(
+        table.c_str(),
+        "IP address       HW type     Flags       HW address            Mask     Device\n"
+        "10.77.0.11       0x1         0x2         02:1a:b0:00:00:01     *        eth0\n"
+        "10.77.0.111      0x1         0x2         02:1a:b0:00:00:65     *        eth0\n"
+        "10.77.0.12       0x1         0x0         00:00:00:00:00:00     *        eth0\n",
+        -1, nullptr);
+    EXPECT_EQ("02:1a:b0:00:00:01", DiscoverCommand::neighbourMac("10.77.0.11", table));
+    EXPECT_EQ("02:1a:b0:00:00:65", DiscoverCommand::neighbourMac("10.77.0.111", table));
+    EXPECT_EQ("", DiscoverCommand::neighbourMac("10.77.0.12", table));  // not resolved
+    EXPECT_EQ("", DiscoverCommand::neighbourMac("127.0.0.1", table));
+    EXPECT_EQ("", DiscoverCommand::neighbourMac("10.77.0.11", dir.file("missing")));
+    g_file_set_contents(table.c_str(), "", 0, nullptr);
+    EXPECT_EQ("", DiscoverCommand::neighbourMac("10.77.0.11", table));
 }
 
 }  // namespace

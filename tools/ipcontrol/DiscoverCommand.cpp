@@ -51,6 +51,7 @@ bool DiscoverCommand::find(std::vector<TvTarget>& tvs, Outcome& failure) const {
             tv.model = description.modelName;
         }
         tv.port = tv.address.empty() ? 0 : probe(tv.address);
+        tv.mac = neighbourMac(tv.address);  // known once the probe or the fetch has talked to it
     });
     // Answers arrive in any order; a listing that does not change between runs is easier to read.
     std::sort(tvs.begin(), tvs.end(), [](const TvTarget& a, const TvTarget& b) {
@@ -94,17 +95,45 @@ unsigned short DiscoverCommand::probe(const std::string& address) const {
     return 0;
 }
 
+std::string DiscoverCommand::neighbourMac(const std::string& address, const std::string& table) {
+    g_autofree gchar* text = nullptr;
+    if (address.empty() || !g_file_get_contents(table.c_str(), &text, nullptr, nullptr)) {
+        return "";
+    }
+    // "IP address  HW type  Flags  HW address  Mask  Device", one line per neighbour.
+    gchar** lines = g_strsplit(text, "\n", -1);
+    std::string mac;
+    // The first line is the header; an empty file has none.
+    for (gchar** line = lines[0] == nullptr ? lines : lines + 1; *line != nullptr && mac.empty();
+         ++line) {
+        gchar** fields = g_strsplit_set(*line, " \t", -1);
+        std::vector<std::string> words;
+        for (gchar** field = fields; *field != nullptr; ++field) {
+            if (**field != '\0') {
+                words.push_back(*field);
+            }
+        }
+        g_strfreev(fields);
+        // Flags 0x0: an entry still being resolved or failed, without a usable address.
+        if (words.size() >= 4 && words[0] == address && words[2] != "0x0") {
+            mac = words[3];
+        }
+    }
+    g_strfreev(lines);
+    return mac;
+}
+
 std::string DiscoverCommand::_table(const std::vector<TvTarget>& tvs) const {
-    std::vector<std::vector<std::string>> rows = {{"NAME", "ADDRESS", "PORT", "MODEL"}};
+    std::vector<std::vector<std::string>> rows = {{"NAME", "ADDRESS", "MAC", "PORT", "MODEL"}};
     for (const TvTarget& tv : tvs) {
         auto orDash = [](const std::string& text) { return text.empty() ? "-" : text; };
-        rows.push_back({orDash(tv.name), orDash(tv.address),
+        rows.push_back({orDash(tv.name), orDash(tv.address), orDash(tv.mac),
                         tv.port == 0 ? "-" : std::to_string(tv.port), orDash(tv.model)});
     }
     if (rows.size() == 1) {
         return "";
     }
-    std::vector<size_t> widths(4, 0);
+    std::vector<size_t> widths(rows[0].size(), 0);
     for (const auto& row : rows) {
         for (size_t column = 0; column < row.size(); ++column) {
             widths[column] = std::max(widths[column], row[column].size());
@@ -128,6 +157,7 @@ std::string DiscoverCommand::_json(const std::vector<TvTarget>& tvs) const {
         entry["address"] = tv.address;
         entry["port"] = tv.port == 0 ? JsonValue() : JsonValue(tv.port);
         entry["model"] = tv.model;
+        entry["mac"] = tv.mac.empty() ? JsonValue() : JsonValue(tv.mac);
         entry["udn"] = tv.udn;
         entry["location"] = tv.location;
         list.append(entry);

@@ -30,6 +30,11 @@ public:
     // then 1515), or 0.
     unsigned short probe(const std::string& address) const;
 
+    // The MAC address the neighbour table (/proc/net/arp) holds for an IPv4 address, or "":
+    // each TV is a device of its own to the TV's access control, told apart by it.
+    static std::string neighbourMac(const std::string& address,
+                                    const std::string& table = "/proc/net/arp");
+
 private:
     std::string _table(const std::vector<TvTarget>& tvs) const;
     std::string _json(const std::vector<TvTarget>& tvs) const;

@@ -11,6 +11,7 @@ struct TvTarget {
     std::string address;      // IP address or host name
     unsigned short port = 0;  // JSON-RPC port; 0 when none accepted a connection
     std::string model;
+    std::string mac;  // from this machine's neighbour table; "" on loopback or IPv6
     std::string udn;
     std::string location;
 
