@@ -243,51 +243,82 @@ def open_notify_socket(lab):
     return sock, path
 
 
+def pidfds(pids):
+    """A pidfd per process still there: readable once it has ended, whoever its parent is."""
+    fds = {}
+    for pid in pids:
+        try:
+            fds[pid] = os.pidfd_open(pid)
+        except ProcessLookupError:
+            pass
+    return fds
+
+
 def wait_ready(sock, children, timeout):
     """Reads READY=1 datagrams (the sender's pid from its credentials) until every child has
-    sent one; returns the pids that did not: exited or out of time."""
+    sent one; returns the pids that did not: ended first, or out of time."""
     deadline = time.monotonic() + timeout
     waiting, failed = set(children), set()
-    sock.settimeout(0.5)
+    selector = selectors.DefaultSelector()
+    selector.register(sock, selectors.EVENT_READ, None)
+    fds = pidfds(children)
+    for pid, fd in fds.items():
+        selector.register(fd, selectors.EVENT_READ, pid)
+    failed |= waiting - set(fds)
+    waiting &= set(fds)
     while waiting and time.monotonic() < deadline:
-        try:
+        for key, _ in selector.select(deadline - time.monotonic()):
+            if key.data is not None:  # a daemon that ended will never be ready
+                selector.unregister(key.fileobj)
+                if key.data in waiting:
+                    waiting.discard(key.data)
+                    failed.add(key.data)
+                continue
             message, ancillary, _, _ = sock.recvmsg(4096, socket.CMSG_SPACE(12))
-        except socket.timeout:
-            stopped = {pid for pid in waiting if children[pid].poll() is not None}
-            failed |= stopped
-            waiting -= stopped
-            continue
-        for level, kind, data in ancillary:
-            if level == socket.SOL_SOCKET and kind == socket.SCM_CREDENTIALS:
-                if b"READY=1" in message.split(b"\n"):
-                    waiting.discard(int.from_bytes(data[0:4], sys.byteorder))
+            for level, kind, data in ancillary:
+                if level == socket.SOL_SOCKET and kind == socket.SCM_CREDENTIALS:
+                    if b"READY=1" in message.split(b"\n"):
+                        waiting.discard(int.from_bytes(data[0:4], sys.byteorder))
+    selector.close()
+    for fd in fds.values():
+        os.close(fd)
     return failed | waiting
 
 
+def wait_gone(pids, timeout):
+    """Waits until the processes have ended; returns those still running at the timeout."""
+    fds = pidfds(pids)
+    selector = selectors.DefaultSelector()
+    for pid, fd in fds.items():
+        selector.register(fd, selectors.EVENT_READ, pid)
+    deadline = time.monotonic() + timeout
+    running = set(fds)
+    while running and time.monotonic() < deadline:
+        for key, _ in selector.select(deadline - time.monotonic()):
+            selector.unregister(key.fileobj)
+            running.discard(key.data)
+    selector.close()
+    for fd in fds.values():
+        os.close(fd)
+    return running
+
+
 def stop_pids(pids, word, grace=5.0):
+    """SIGTERM, then SIGKILL after grace seconds; only processes whose command line holds word
+    (a recorded pid may belong to another program by now)."""
     alive = [pid for pid in pids if pid and process_is(pid, word)]
     for pid in alive:
         try:
             os.kill(pid, signal.SIGTERM)
         except ProcessLookupError:
             pass
-    deadline = time.monotonic() + grace
-    while alive and time.monotonic() < deadline:
-        alive = [pid for pid in alive if os.path.exists("/proc/%d" % pid) and not zombie(pid)]
-        time.sleep(0.05)
-    for pid in alive:
+    stubborn = wait_gone(alive, grace)
+    for pid in stubborn:
         try:
             os.kill(pid, signal.SIGKILL)
         except ProcessLookupError:
             pass
-
-
-def zombie(pid):
-    try:
-        with open("/proc/%d/stat" % pid) as f:
-            return f.read().rsplit(")", 1)[1].split()[0] == "Z"
-    except OSError:
-        return True
+    wait_gone(stubborn, grace)
 
 
 # ---- probing ----------------------------------------------------------------------------
@@ -641,8 +672,7 @@ def cmd_power_cut(options):
     tv = lab.tv(options.tv)
     if tv["pid"] and process_is(tv["pid"], "ipcontrold"):
         os.kill(tv["pid"], signal.SIGKILL)
-        while not zombie(tv["pid"]) and os.path.exists("/proc/%d" % tv["pid"]):
-            time.sleep(0.02)
+        wait_gone([tv["pid"]], 10.0)
     print("%s: power cut for %g s" % (tv["name"], options.seconds), flush=True)
     time.sleep(options.seconds)
     notify, notify_path = open_notify_socket(lab)
