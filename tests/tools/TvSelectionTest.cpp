@@ -92,7 +92,7 @@ TEST(TvSelection, CommandLineTakesAllAfterTheCommandAndRefusesBadWords) {
         {"--tv", "", "state"},         {"--tv", "tv001,,tv002", "state"},
         {"--tv", "profile:", "state"}, {"--parallel", "0", "state"},
         {"--tv", "all", "discover"},   {"tokens", "list", "--all"},
-        {"state", "--tv", "tv001"},
+        {"state", "--tv", "tv001"},    {"--host", "tv.local", "--tv", "tv001", "state"},
     };
     for (const auto& args : refused) {
         CommandLine other;

@@ -95,6 +95,7 @@ bool CommandLine::parse(const std::vector<std::string>& argv, std::string& error
             return false;
         } else if (name == "--host") {
             host = value;
+            hostGiven = true;
         } else if (name == "--tv") {
             if (!selection.add(value, error)) {
                 return false;
@@ -170,6 +171,10 @@ bool CommandLine::parse(const std::vector<std::string>& argv, std::string& error
     }
     if (info->command == Command::Launch && !url.empty() && args[0] != "Internet") {
         error = "--url works only with launch Internet (the web browser)";
+        return false;
+    }
+    if (!selection.empty() && hostGiven) {
+        error = "--host names one TV and --tv several: give the host to --tv";
         return false;
     }
     if (!selection.empty() &&

@@ -27,6 +27,7 @@ struct CommandLine {
 
     std::string host = "127.0.0.1";
     unsigned short port = 1516;
+    bool hostGiven = false;  // --host was on the line
     bool portGiven = false;  // --port was on the line (discover then probes only that port)
     bool json = false;       // print raw response bodies
     Command command = Command::Help;
