@@ -87,12 +87,21 @@ TEST(TvSelection, CommandLineTakesAllAfterTheCommandAndRefusesBadWords) {
     EXPECT_EQ(CommandLine::Command::Pair, commandLine.command);
     EXPECT_TRUE(commandLine.selection.needsDiscovery());
     EXPECT_EQ(4u, commandLine.parallel);
+    CommandLine after;
+    ASSERT_TRUE(after.parse({"power", "off", "--tv", "10.0.0.9", "--tv=10.0.0.8"}, error)) << error;
+    EXPECT_EQ((std::vector<std::string>{"off"}), after.args);
+    std::vector<std::string> unmatched;
+    EXPECT_EQ(2u, after.selection.select({}, kProfiles, unmatched).size());
 
     const std::vector<std::vector<std::string>> refused = {
-        {"--tv", "", "state"},         {"--tv", "tv001,,tv002", "state"},
-        {"--tv", "profile:", "state"}, {"--parallel", "0", "state"},
-        {"--tv", "all", "discover"},   {"tokens", "list", "--all"},
-        {"state", "--tv", "tv001"},    {"--host", "tv.local", "--tv", "tv001", "state"},
+        {"--tv", "", "state"},
+        {"--tv", "tv001,,tv002", "state"},
+        {"--tv", "profile:", "state"},
+        {"--parallel", "0", "state"},
+        {"--tv", "all", "discover"},
+        {"tokens", "list", "--all"},
+        {"state", "--tv"},
+        {"--host", "tv.local", "state", "--tv", "tv001"},
     };
     for (const auto& args : refused) {
         CommandLine other;

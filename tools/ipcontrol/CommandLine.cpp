@@ -133,13 +133,22 @@ bool CommandLine::parse(const std::vector<std::string>& argv, std::string& error
             selection.add("all", error);
             continue;
         }
+        if (arg.rfind("--tv", 0) == 0 && (arg.size() == 4 || arg[4] == '=')) {
+            // The TVs are part of what the command does: "power off --tv profile:wall".
+            std::string option;
+            std::string value;
+            if (!optionValue(argv, i, option, value, error) || !selection.add(value, error)) {
+                return false;
+            }
+            continue;
+        }
         std::string option;
         std::string value;
         const std::string optionName = arg.substr(0, arg.find('='));
         if (std::find(info->options.begin(), info->options.end(), optionName) ==
             info->options.end()) {
             bool global = optionName == "--host" || optionName == "--port" || arg == "--json" ||
-                          optionName == "--tv" || optionName == "--parallel";
+                          optionName == "--parallel";
             error = global ? arg + " is a global option: put it before the command"
                            : name + " has no option '" + arg + "'";
             return false;
@@ -211,7 +220,8 @@ std::string CommandLine::usage(const std::string& topic) {
            "                earlier)\n"
            "  --tv WHICH    run on several TVs: a name or address, all, or profile:NAME (the\n"
            "                TVs of that profile); comma-separated, or --tv again; found by a\n"
-           "                search except addresses. --all after the command means --tv all\n"
+           "                search except addresses. --tv may also follow the command, and\n"
+           "                --all after it means --tv all (ipcontrol pair --all)\n"
            "  --parallel N  TVs handled at once with --tv (default 16)\n"
            "  --json        print the TV's raw response bodies, for scripts\n"
            "  -h, --help    print this text; 'ipcontrol COMMAND --help' explains a command\n"
