@@ -9,6 +9,7 @@ set_target_properties(ipcontrol-platform ipcontrol-tv ipcontrol-http-server ipco
                       PROPERTIES INSTALL_RPATH "$ORIGIN")
 
 install(TARGETS ipcontrold ipcontrol RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(PROGRAMS tools/lab/ipcontrol-lab.py DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME ipcontrol-lab)
 install(TARGETS ipcontrol-platform ipcontrol-tv ipcontrol-http-server ipcontrol-plugin
         LIBRARY DESTINATION ${IPC_INSTALL_LIBDIR})
 install(DIRECTORY ${IPC_RESOURCE_DIR}/ DESTINATION ${CMAKE_INSTALL_DATADIR}/ipcontrol)
@@ -20,3 +21,5 @@ install(FILES host/ipcontrold.conf DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/ipcon
 
 configure_file(host/ipcontrold.service.in ${CMAKE_BINARY_DIR}/ipcontrold.service @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/ipcontrold.service DESTINATION lib/systemd/system)
+configure_file(host/ipcontrold@.service.in ${CMAKE_BINARY_DIR}/ipcontrold@.service @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/ipcontrold@.service DESTINATION lib/systemd/system)

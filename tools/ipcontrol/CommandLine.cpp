@@ -9,7 +9,18 @@
 
 namespace {
 
-const char* const kGlobalSynopsis = "ipcontrol [--host H] [--port N] [--json] ";
+const char* const kGlobalSynopsis =
+    "ipcontrol [--host H] [--port N] [--tv NAME|ADDRESS|all|profile:NAME] [--json] ";
+
+bool parseCount(const std::string& text, size_t& count) {
+    char* end = nullptr;
+    long value = std::strtol(text.c_str(), &end, 10);
+    if (text.empty() || *end != '\0' || value < 1 || value > 256) {
+        return false;
+    }
+    count = static_cast<size_t>(value);
+    return true;
+}
 
 bool parsePort(const std::string& text, unsigned short& port) {
     char* end = nullptr;
@@ -72,7 +83,9 @@ bool CommandLine::parse(const std::vector<std::string>& argv, std::string& error
         std::string value;
         if (arg == "--json") {
             json = true;
-        } else if (name != "--host" && name != "--port") {
+        } else if (arg == "--all") {
+            selection.add("all", error);
+        } else if (name != "--host" && name != "--port" && name != "--tv" && name != "--parallel") {
             error = "unknown option '" + arg + "'";
             return false;
         } else if (!optionValue(argv, i, name, value, error)) {
@@ -82,6 +95,16 @@ bool CommandLine::parse(const std::vector<std::string>& argv, std::string& error
             return false;
         } else if (name == "--host") {
             host = value;
+            hostGiven = true;
+        } else if (name == "--tv") {
+            if (!selection.add(value, error)) {
+                return false;
+            }
+        } else if (name == "--parallel") {
+            if (!parseCount(value, parallel)) {
+                error = "--parallel takes a whole number from 1 to 256, got '" + value + "'";
+                return false;
+            }
         } else if (!parsePort(value, port)) {
             error = "--port must be a TCP port from 1 to 65535, got '" + value + "'";
             return false;
@@ -106,12 +129,26 @@ bool CommandLine::parse(const std::vector<std::string>& argv, std::string& error
             args.push_back(arg);
             continue;
         }
+        if (arg == "--all") {  // "pair --all" reads better than "--tv all pair"
+            selection.add("all", error);
+            continue;
+        }
+        if (arg.rfind("--tv", 0) == 0 && (arg.size() == 4 || arg[4] == '=')) {
+            // The TVs are part of what the command does: "power off --tv profile:wall".
+            std::string option;
+            std::string value;
+            if (!optionValue(argv, i, option, value, error) || !selection.add(value, error)) {
+                return false;
+            }
+            continue;
+        }
         std::string option;
         std::string value;
         const std::string optionName = arg.substr(0, arg.find('='));
         if (std::find(info->options.begin(), info->options.end(), optionName) ==
             info->options.end()) {
-            bool global = optionName == "--host" || optionName == "--port" || arg == "--json";
+            bool global = optionName == "--host" || optionName == "--port" || arg == "--json" ||
+                          optionName == "--parallel";
             error = global ? arg + " is a global option: put it before the command"
                            : name + " has no option '" + arg + "'";
             return false;
@@ -145,6 +182,15 @@ bool CommandLine::parse(const std::vector<std::string>& argv, std::string& error
         error = "--url works only with launch Internet (the web browser)";
         return false;
     }
+    if (!selection.empty() && hostGiven) {
+        error = "--host names one TV and --tv several: give the host to --tv";
+        return false;
+    }
+    if (!selection.empty() &&
+        (info->command == Command::Discover || info->command == Command::Tokens)) {
+        error = name + " does not take --tv or --all";
+        return false;
+    }
     command = info->command;
     return true;
 }
@@ -172,6 +218,11 @@ std::string CommandLine::usage(const std::string& topic) {
            "  --host H      the TV's host name or address (default 127.0.0.1)\n"
            "  --port N      the TV's JSON-RPC port (default 1516; 1515 for model year 19 or\n"
            "                earlier)\n"
+           "  --tv WHICH    run on several TVs: a name or address, all, or profile:NAME (the\n"
+           "                TVs of that profile); comma-separated, or --tv again; found by a\n"
+           "                search except addresses. --tv may also follow the command, and\n"
+           "                --all after it means --tv all (ipcontrol pair --all)\n"
+           "  --parallel N  TVs handled at once with --tv (default 16)\n"
            "  --json        print the TV's raw response bodies, for scripts\n"
            "  -h, --help    print this text; 'ipcontrol COMMAND --help' explains a command\n"
            "\n"

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "TvSelection.h"
+
 // What the user asked for. A plain value; parsing has no side effects.
 struct CommandLine {
     enum class Command {
@@ -25,6 +27,7 @@ struct CommandLine {
 
     std::string host = "127.0.0.1";
     unsigned short port = 1516;
+    bool hostGiven = false;  // --host was on the line
     bool portGiven = false;  // --port was on the line (discover then probes only that port)
     bool json = false;       // print raw response bodies
     Command command = Command::Help;
@@ -35,6 +38,8 @@ struct CommandLine {
     std::string url;                // launch --url
     std::string interface;          // discover --interface, "" for every interface
     std::chrono::milliseconds timeout{3000};  // discover --timeout
+    TvSelection selection;                    // --tv and --all: the command runs on each TV chosen
+    size_t parallel = 16;                     // --parallel: TVs handled at once
 
     // Parses the arguments after the program name. On a usage error returns false and sets
     // error to one line (helpTopic is set once the command is known). --help or -h anywhere

@@ -76,19 +76,23 @@ bool TokenStore::load(std::string& error) {
 }
 
 std::string TokenStore::find(const std::string& key) const {
+    std::lock_guard<std::mutex> lock(m_mutex);
     auto it = m_tokens.find(key);
     return it == m_tokens.end() ? std::string() : it->second;
 }
 
 void TokenStore::put(const std::string& key, const std::string& token) {
+    std::lock_guard<std::mutex> lock(m_mutex);
     m_tokens[key] = token;
 }
 
 bool TokenStore::remove(const std::string& key) {
+    std::lock_guard<std::mutex> lock(m_mutex);
     return m_tokens.erase(key) > 0;
 }
 
 std::vector<std::string> TokenStore::keys() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<std::string> keys;
     for (const auto& entry : m_tokens) {
         keys.push_back(entry.first);
@@ -96,7 +100,16 @@ std::vector<std::string> TokenStore::keys() const {
     return keys;
 }
 
+void TokenStore::deferSaves(bool deferred) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_deferred = deferred;
+}
+
 bool TokenStore::save(std::string& error) const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_deferred) {
+        return true;
+    }
     g_autofree gchar* folder = g_path_get_dirname(m_path.c_str());
     if (g_mkdir_with_parents(folder, 0700) != 0) {
         error = std::string(folder) + ": " + g_strerror(errno);

@@ -10,6 +10,7 @@
 #include "PairCommand.h"
 #include "SettingCommand.h"
 #include "TokensCommand.h"
+#include "TvBatch.h"
 #include "dlog.h"
 
 namespace {
@@ -20,16 +21,9 @@ void print(FILE* stream, const std::string& text) {
     }
 }
 
-Outcome runCommand(const CommandLine& commandLine) {
+// One TV command; store is shared by every TV of a selection.
+Outcome runOnTv(const CommandLine& commandLine, TokenStore& store) {
     using Command = CommandLine::Command;
-    if (commandLine.command == Command::Discover) {
-        return DiscoverCommand(commandLine).run();
-    }
-    TokenStore store(TokenStore::defaultPath());
-    std::string error;
-    if (!store.load(error)) {
-        return {ExitCode::Failure, "The token file cannot be used: " + error + ".", ""};
-    }
     switch (commandLine.command) {
         case Command::Pair:
             return PairCommand(commandLine, store).run();
@@ -40,6 +34,72 @@ Outcome runCommand(const CommandLine& commandLine) {
         default:
             return SettingCommand(commandLine, store).run();
     }
+}
+
+// The command on each TV of --tv: one line per TV as the results are in, then the summary.
+Outcome runOnSelection(const CommandLine& commandLine, TokenStore& store) {
+    const DiscoverCommand discovery(commandLine);
+    std::vector<TvTarget> found;
+    Outcome outcome;
+    if (commandLine.selection.needsDiscovery() && !discovery.find(found, outcome)) {
+        return outcome;
+    }
+    std::vector<std::string> unmatched;
+    std::vector<TvTarget> tvs =
+        commandLine.selection.select(found, shippedProfileModels(), unmatched);
+    if (!unmatched.empty()) {
+        std::string words;
+        for (const std::string& word : unmatched) {
+            words += (words.empty() ? "" : ", ") + word;
+        }
+        return {ExitCode::Unreachable,
+                "No TV answered the search for " + words + " (" + std::to_string(found.size()) +
+                    " found); 'ipcontrol discover' lists the TVs, by name, address and model.",
+                ""};
+    }
+    store.deferSaves(true);
+    const std::vector<TvBatch::Result> results =
+        TvBatch::run(tvs, commandLine.parallel, [&](const TvTarget& tv) {
+            CommandLine one = commandLine;
+            one.host = tv.address;
+            one.port = tv.port != 0 ? tv.port : discovery.probe(tv.address);
+            if (one.port == 0) {
+                return Outcome{ExitCode::Unreachable,
+                               "No JSON-RPC port of the TV at " + tv.address +
+                                   " accepts a "
+                                   "connection.",
+                               ""};
+            }
+            return runOnTv(one, store);
+        });
+    store.deferSaves(false);
+    std::string error;
+    if (commandLine.command == CommandLine::Command::Pair && !store.save(error)) {
+        return {ExitCode::Failure, "The tokens could not be saved: " + error + ".", ""};
+    }
+    outcome.code = TvBatch::exitCode(results);
+    if (commandLine.json) {
+        outcome.output = TvBatch::json(results);
+        return outcome;
+    }
+    for (const TvBatch::Result& result : results) {
+        outcome.output += TvBatch::line(result) + "\n";
+    }
+    outcome.output += TvBatch::summary(results);
+    return outcome;
+}
+
+Outcome runCommand(const CommandLine& commandLine) {
+    if (commandLine.command == CommandLine::Command::Discover) {
+        return DiscoverCommand(commandLine).run();
+    }
+    TokenStore store(TokenStore::defaultPath());
+    std::string error;
+    if (!store.load(error)) {
+        return {ExitCode::Failure, "The token file cannot be used: " + error + ".", ""};
+    }
+    return commandLine.selection.empty() ? runOnTv(commandLine, store)
+                                         : runOnSelection(commandLine, store);
 }
 
 }  // namespace
