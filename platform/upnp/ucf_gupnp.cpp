@@ -754,8 +754,15 @@ int ucf_start_framework_core(void) {
     const char* iface = std::getenv("IPC_UPNP_INTERFACE");
     if (iface != nullptr && *iface != '\0') {
         GError* error = nullptr;
-        GUPnPContext* context = gupnp_context_new_full(
-            iface, nullptr, static_cast<guint16>(g_state.port), GSSDP_UDA_VERSION_1_0, &error);
+        GUPnPContext* context = nullptr;
+        // Asked for any port, GSSDP draws one at random and GUPnP's HTTP server then takes the
+        // same number, which another program may hold: a few draws make that failure unlikely.
+        const int attempts = g_state.port == 0 ? 8 : 1;
+        for (int attempt = 0; attempt < attempts && context == nullptr; ++attempt) {
+            g_clear_error(&error);
+            context = gupnp_context_new_full(iface, nullptr, static_cast<guint16>(g_state.port),
+                                             GSSDP_UDA_VERSION_1_0, &error);
+        }
         if (context == nullptr) {
             g_warning("ucf: no UPnP context on %s: %s", iface, error->message);
             g_error_free(error);
