@@ -151,6 +151,8 @@ TEST_F(PairingEndToEndTest, HardenedServiceRefusesTheEmptyTokenAfterADenyAndHide
     ASSERT_TRUE(m_tv->start("allow", {"--security", "hardened"})) << m_tv->output();
     const std::string token = pair();
     EXPECT_EQ(200, m_tv->post(unknownMethodWith(token)).status);
+    // Lines reach stderr from the log's own thread; after the stop every one is there.
+    EXPECT_EQ(0, m_tv->stop());
     const std::string output = m_tv->output();
     EXPECT_NE(std::string::npos, output.find("issued AccessToken:" + token.substr(0, 4) + "\u2026"))
         << output;
