@@ -3,6 +3,9 @@
 
 #include <json-glib/json-glib.h>
 
+#include <algorithm>
+#include <string_view>
+
 #include "JsonException.h"
 #include "JsonNodeFix.h"
 #include "JsonNodeTree.h"
@@ -58,6 +61,47 @@ void repairExponents(std::string& text) {
             i = end - 1;
         }
     }
+}
+
+// json-glib leaks the value it has begun when a second value follows the first ("{}[0]",
+// "1{}"): such text is malformed anyway, and is refused before it reaches the parser, so that a
+// client cannot make the service lose memory with it. Text up to its first NUL, as the parser
+// reads it.
+bool holdsAtMostOneValue(const char* text) {
+    const std::string_view view(text);
+    const char* const blanks = " \t\r\n";
+    size_t at = view.find_first_not_of(blanks);
+    if (at == std::string_view::npos) {
+        return true;
+    }
+    size_t end = view.size();
+    if (view[at] == '{' || view[at] == '[' || view[at] == '"') {
+        int depth = 0;
+        bool inString = false;
+        for (size_t i = at; i < view.size(); ++i) {
+            const char c = view[i];
+            if (inString) {
+                if (c == '\\') {
+                    ++i;
+                } else if (c == '"') {
+                    inString = false;
+                }
+            } else if (c == '"') {
+                inString = true;
+            } else if (c == '{' || c == '[') {
+                ++depth;
+            } else if (c == '}' || c == ']') {
+                --depth;
+            }
+            if (!inString && depth <= 0) {
+                end = i + 1;
+                break;
+            }
+        }
+    } else {
+        end = std::min(view.find_first_of(" \t\r\n{}[],:\"", at), view.size());
+    }
+    return view.find_first_not_of(blanks, end) == std::string_view::npos;
 }
 
 std::shared_ptr<JsonNode> own(JsonNode* root) {
@@ -302,7 +346,9 @@ SharedJson SharedJson::Create(const std::string& text) {
     JsonParser* parser = json_parser_new();
     GError* error = nullptr;
     SharedJson result;
-    if (json_parser_load_from_data(parser, text.c_str(), -1, &error)) {
+    if (!holdsAtMostOneValue(text.c_str())) {
+        LOGE("failed to parse: more than one value");
+    } else if (json_parser_load_from_data(parser, text.c_str(), -1, &error)) {
         JsonNode* root = json_parser_steal_root(parser);
         if (root != nullptr && node_tree::holds_unprintable(root)) {
             LOGE(
