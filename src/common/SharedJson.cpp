@@ -3,7 +3,6 @@
 
 #include <json-glib/json-glib.h>
 
-#include <algorithm>
 #include <string_view>
 
 #include "JsonException.h"
@@ -63,46 +62,156 @@ void repairExponents(std::string& text) {
     }
 }
 
-// json-glib leaks the value it has begun when a second value follows the first ("{}[0]",
-// "1{}"): such text is malformed anyway, and is refused before it reaches the parser, so that a
-// client cannot make the service lose memory with it. Text up to its first NUL, as the parser
-// reads it.
-bool holdsAtMostOneValue(const char* text) {
-    const std::string_view view(text);
-    const char* const blanks = " \t\r\n";
-    size_t at = view.find_first_not_of(blanks);
-    if (at == std::string_view::npos) {
+// Strict JSON syntax (RFC 8259), nesting at most kMaxDepth deep. json-glib leaks memory on some
+// of its error paths (a second value after the first, a broken \u escape ...), so a text is
+// checked here and only well-formed text reaches it: a client cannot make the service lose
+// memory, or run the parser's recursion deep, with malformed requests.
+class SyntaxCheck {
+public:
+    explicit SyntaxCheck(std::string_view text) : m_text(text) {}
+
+    bool wellFormed() {
+        _blanks();
+        if (!_value(0)) {
+            return false;
+        }
+        _blanks();
+        return m_at == m_text.size();
+    }
+
+private:
+    static constexpr int kMaxDepth = 512;
+
+    bool _more() const { return m_at < m_text.size(); }
+    char _peek() const { return _more() ? m_text[m_at] : '\0'; }
+    void _blanks() {
+        while (_more() && (m_text[m_at] == ' ' || m_text[m_at] == '\t' || m_text[m_at] == '\n' ||
+                           m_text[m_at] == '\r')) {
+            ++m_at;
+        }
+    }
+    bool _word(std::string_view word) {
+        if (m_text.substr(m_at, word.size()) != word) {
+            return false;
+        }
+        m_at += word.size();
         return true;
     }
-    size_t end = view.size();
-    if (view[at] == '{' || view[at] == '[' || view[at] == '"') {
-        int depth = 0;
-        bool inString = false;
-        for (size_t i = at; i < view.size(); ++i) {
-            const char c = view[i];
-            if (inString) {
-                if (c == '\\') {
-                    ++i;
-                } else if (c == '"') {
-                    inString = false;
-                }
-            } else if (c == '"') {
-                inString = true;
-            } else if (c == '{' || c == '[') {
-                ++depth;
-            } else if (c == '}' || c == ']') {
-                --depth;
-            }
-            if (!inString && depth <= 0) {
-                end = i + 1;
-                break;
+    bool _digits() {
+        const size_t from = m_at;
+        while (_more() && g_ascii_isdigit(m_text[m_at])) {
+            ++m_at;
+        }
+        return m_at > from;
+    }
+    bool _number() {
+        if (_peek() == '-') {
+            ++m_at;
+        }
+        if (_peek() == '0') {
+            ++m_at;
+        } else if (!_digits()) {
+            return false;
+        }
+        if (_peek() == '.') {
+            ++m_at;
+            if (!_digits()) {
+                return false;
             }
         }
-    } else {
-        end = std::min(view.find_first_of(" \t\r\n{}[],:\"", at), view.size());
+        if (_peek() == 'e' || _peek() == 'E') {
+            ++m_at;
+            if (_peek() == '+' || _peek() == '-') {
+                ++m_at;
+            }
+            return _digits();
+        }
+        return true;
     }
-    return view.find_first_not_of(blanks, end) == std::string_view::npos;
-}
+    bool _string() {
+        ++m_at;  // the opening quote
+        while (_more()) {
+            const unsigned char c = static_cast<unsigned char>(m_text[m_at++]);
+            if (c == '"') {
+                return true;
+            }
+            if (c < 0x20) {
+                return false;
+            }
+            if (c != '\\') {
+                continue;
+            }
+            const char escaped = _peek();
+            ++m_at;
+            if (escaped == 'u') {
+                for (int i = 0; i < 4; ++i, ++m_at) {
+                    if (!g_ascii_isxdigit(_peek())) {
+                        return false;
+                    }
+                }
+            } else if (std::string_view("\"\\/bfnrt").find(escaped) == std::string_view::npos ||
+                       escaped == '\0') {
+                return false;
+            }
+        }
+        return false;
+    }
+    bool _container(int depth, char close) {
+        ++m_at;  // the opening bracket
+        _blanks();
+        if (_peek() == close) {
+            ++m_at;
+            return true;
+        }
+        for (;;) {
+            _blanks();
+            if (close == '}') {
+                if (_peek() != '"' || !_string()) {
+                    return false;
+                }
+                _blanks();
+                if (_peek() != ':') {
+                    return false;
+                }
+                ++m_at;
+                _blanks();
+            }
+            if (!_value(depth + 1)) {
+                return false;
+            }
+            _blanks();
+            if (_peek() == close) {
+                ++m_at;
+                return true;
+            }
+            if (_peek() != ',') {
+                return false;
+            }
+            ++m_at;
+        }
+    }
+    bool _value(int depth) {
+        switch (_peek()) {
+            case '{':
+                return depth < kMaxDepth && _container(depth, '}');
+            case '[':
+                return depth < kMaxDepth && _container(depth, ']');
+            case '"':
+                return _string();
+            case 't':
+                return _word("true");
+            case 'f':
+                return _word("false");
+            case 'n':
+                return _word("null");
+            default:
+                return _number();
+        }
+    }
+
+    const std::string_view m_text;
+    size_t m_at = 0;
+};
 
 std::shared_ptr<JsonNode> own(JsonNode* root) {
     return std::shared_ptr<JsonNode>(root, json_node_unref);
@@ -346,8 +455,11 @@ SharedJson SharedJson::Create(const std::string& text) {
     JsonParser* parser = json_parser_new();
     GError* error = nullptr;
     SharedJson result;
-    if (!holdsAtMostOneValue(text.c_str())) {
-        LOGE("failed to parse: more than one value");
+    const std::string_view view(text.c_str());  // the parser, too, stops at a NUL
+    const bool blank = view.find_first_not_of(" \t\r\n") == std::string_view::npos;
+    if (!blank && (!g_utf8_validate(view.data(), static_cast<gssize>(view.size()), nullptr) ||
+                   !SyntaxCheck(view).wellFormed())) {
+        LOGE("failed to parse: not one well-formed JSON value");
     } else if (json_parser_load_from_data(parser, text.c_str(), -1, &error)) {
         JsonNode* root = json_parser_steal_root(parser);
         if (root != nullptr && node_tree::holds_unprintable(root)) {
