@@ -128,6 +128,16 @@ private:
         }
         return true;
     }
+    bool _hex4(unsigned& unit) {
+        for (int i = 0; i < 4; ++i, ++m_at) {
+            const int digit = g_ascii_xdigit_value(_peek());
+            if (digit < 0) {
+                return false;
+            }
+            unit = unit * 16 + static_cast<unsigned>(digit);
+        }
+        return true;
+    }
     bool _string() {
         ++m_at;  // the opening quote
         while (_more()) {
@@ -144,8 +154,14 @@ private:
             const char escaped = _peek();
             ++m_at;
             if (escaped == 'u') {
-                for (int i = 0; i < 4; ++i, ++m_at) {
-                    if (!g_ascii_isxdigit(_peek())) {
+                // A surrogate escape must come as a pair (json-glib leaks on a broken one).
+                unsigned unit = 0;
+                if (!_hex4(unit) || (unit >= 0xDC00 && unit <= 0xDFFF)) {
+                    return false;
+                }
+                if (unit >= 0xD800 && unit <= 0xDBFF) {
+                    unsigned low = 0;
+                    if (!_word("\\u") || !_hex4(low) || low < 0xDC00 || low > 0xDFFF) {
                         return false;
                     }
                 }
