@@ -89,20 +89,15 @@ bool isWellFormedToken(const std::string& token) {
 }
 
 // A new token: made from the clock by default; in the hardened mode random and carried by no
-// record of authList yet.
-std::string makeToken(const std::vector<AuthRecord>& authList) {
+// record yet (the index answers as the list would).
+std::string makeToken(const AuthTokenIndex& index) {
     std::string token;
     if (!SecurityMode::hardened()) {
         token = clockToken();
     } else {
-        auto inUse = [&authList](const std::string& candidate) {
-            return std::any_of(authList.begin(), authList.end(), [&](const AuthRecord& record) {
-                return record.accessToken == candidate;
-            });
-        };
         do {
             token = randomToken();
-        } while (!token.empty() && inUse(token));
+        } while (!token.empty() && index.firstWith(token) != AuthTokenIndex::npos);
     }
     LOGI("generated AToken:%s", SecurityMode::token(token).c_str());
     return token;
@@ -303,7 +298,7 @@ bool AccessManager::notifyAccessToken(const std::string& result) {
 
 std::string AccessManager::generateAccessToken() {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    std::string token = makeToken(m_authList);
+    std::string token = makeToken(m_tokenIndex);
     bool found = false;
     for (size_t position = 0; position < m_authList.size(); ++position) {
         AuthRecord& record = m_authList[position];
