@@ -89,10 +89,11 @@ protected:
     }
     std::string controlText(const std::string& soapAction, const std::string& body,
                             const std::string& headers = "") const {
-        return requestText("POST", kControlPath,
-                           "Content-Type: text/xml; charset=\"utf-8\"\r\nSOAPACTION: \"" +
-                               soapAction + "\"\r\n" + headers,
-                           body);
+        return requestText("POST", kControlPath, controlHeaders(soapAction) + headers, body);
+    }
+    static std::string controlHeaders(const std::string& soapAction) {
+        return "Content-Type: text/xml; charset=\"utf-8\"\r\nSOAPACTION: \"" + soapAction +
+               "\"\r\n";
     }
     // One request on a connection of its own.
     HttpResponse send(const std::string& text) {
@@ -124,13 +125,7 @@ protected:
     }
     HttpResponse control(const std::string& soapAction, const std::string& body,
                          HttpClient* kept = nullptr) {
-        if (kept == nullptr) {
-            return send(controlText(soapAction, body));
-        }
-        return request("POST", kControlPath,
-                       "Content-Type: text/xml; charset=\"utf-8\"\r\nSOAPACTION: \"" +
-                           soapAction + "\"\r\n",
-                       body, kept);
+        return request("POST", kControlPath, controlHeaders(soapAction), body, kept);
     }
     HttpResponse subscribe(const std::string& headers) {
         return request("SUBSCRIBE", kEventPath, headers + "TIMEOUT: Second-300\r\n");
