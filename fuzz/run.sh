@@ -3,7 +3,8 @@
 # Usage: fuzz/run.sh BUILD_DIR SECONDS [TARGET...]
 # New inputs go to BUILD_DIR/fuzz/corpus/NAME (the seeds in fuzz/corpus/NAME are only read); a
 # crashing input is kept as BUILD_DIR/fuzz/artifacts/NAME-crash-*. Exit 1 when any target failed.
-# FUZZ_SEED=N fixes libFuzzer's random seed (CI does, so that a run can be repeated).
+# FUZZ_SEED=N fixes libFuzzer's random seed (CI does, so that a run can be repeated); FUZZ_RUNS=N
+# ends a target after N executions if that comes before SECONDS.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
@@ -31,7 +32,7 @@ for name in "${targets[@]}"; do
     mkdir -p "$corpus" "$artifacts"
     log=$build/fuzz/$name.log
     # Bounds that a hostile input must stay within: 512 MB and 10 s per input.
-    "$program" ${FUZZ_SEED:+-seed=$FUZZ_SEED} -max_total_time="$seconds" -rss_limit_mb=512 -timeout=10 -print_final_stats=1 \
+    "$program" ${FUZZ_SEED:+-seed=$FUZZ_SEED} ${FUZZ_RUNS:+-runs=$FUZZ_RUNS} -max_total_time="$seconds" -rss_limit_mb=512 -timeout=10 -print_final_stats=1 \
         -artifact_prefix="$artifacts/$name-" "$corpus" "fuzz/corpus/$name" >"$log" 2>&1
     status=$?
     runs=$(awk '/stat::number_of_executed_units/ { print $2 }' "$log" | tail -n 1)
