@@ -1,10 +1,12 @@
 // KPI event log: one JSON object per line in <data dir>/kpi.log, kept to two bounded files.
 #include "KPILogFramework.h"
 
+#include <cstdio>
+#include <ctime>
 #include <string>
 #include <utility>
 
-#include <json-glib/json-glib.h>
+#include <glib.h>
 
 #include "PlatformObjects.h"
 #include "RotatingFile.h"
@@ -17,36 +19,84 @@ constexpr char kLogFileName[] = "kpi.log";
 // kpi.log and kpi.log.1 each stay within this size.
 constexpr long kRotateBytes = 1024 * 1024;
 
-std::string utcNow() {
-    GDateTime* now = g_date_time_new_now_utc();
-    gchar* text = g_date_time_format_iso8601(now);
-    std::string result = text != nullptr ? text : "";
-    g_free(text);
-    g_date_time_unref(now);
-    return result;
+// ISO 8601 in UTC as GLib writes it: microseconds only when there are any, then "Z".
+void appendUtcNow(std::string& out) {
+    const gint64 now = g_get_real_time();
+    const time_t seconds = static_cast<time_t>(now / G_USEC_PER_SEC);
+    const int micros = static_cast<int>(now % G_USEC_PER_SEC);
+    struct tm parts {};
+    gmtime_r(&seconds, &parts);
+    char text[40];
+    int length =
+        snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d", parts.tm_year + 1900,
+                 parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
+    if (micros != 0) {
+        length += snprintf(text + length, sizeof text - length, ".%06d", micros);
+    }
+    out.append(text, length);
+    out += 'Z';
 }
 
-// {"time":..,"kpiName":..,"eventName":..,"eventId":..,"description":..} and a newline.
+// A JSON string; control characters escaped as json-glib escapes them (and U+001F, which it
+// drops), other bytes as they are.
+void appendJsonString(std::string& out, const std::string& value) {
+    out += '"';
+    for (const char c : value) {
+        switch (c) {
+            case '"':
+                out += "\\\"";
+                break;
+            case '\\':
+                out += "\\\\";
+                break;
+            case '\b':
+                out += "\\b";
+                break;
+            case '\f':
+                out += "\\f";
+                break;
+            case '\n':
+                out += "\\n";
+                break;
+            case '\r':
+                out += "\\r";
+                break;
+            case '\t':
+                out += "\\t";
+                break;
+            default:
+                if ((c >= 0 && c < 0x20) || c == 0x7f) {
+                    char escaped[8];
+                    snprintf(escaped, sizeof escaped, "\\u%04x", c);
+                    out += escaped;
+                } else {
+                    out += c;
+                }
+        }
+    }
+    out += '"';
+}
+
+// {"time":..,"kpiName":..,"eventName":..,"eventId":..,"description":..} and a newline. Written
+// by hand: an event per command, and a JSON builder costs ten times as much.
 std::string eventLine(const std::string& kpiName, const std::string& eventName,
                       const std::string& eventId, const std::string& description) {
-    JsonBuilder* builder = json_builder_new();
-    json_builder_begin_object(builder);
-    const std::pair<const char*, std::string> members[] = {{"time", utcNow()},
-                                                           {"kpiName", kpiName},
-                                                           {"eventName", eventName},
-                                                           {"eventId", eventId},
-                                                           {"description", description}};
+    std::string line;
+    line.reserve(96 + kpiName.size() + eventName.size() + eventId.size() + description.size());
+    line += "{\"time\":\"";
+    appendUtcNow(line);
+    const std::pair<const char*, const std::string*> members[] = {{"kpiName", &kpiName},
+                                                                  {"eventName", &eventName},
+                                                                  {"eventId", &eventId},
+                                                                  {"description", &description}};
+    line += '"';
     for (const auto& [name, value] : members) {
-        json_builder_set_member_name(builder, name);
-        json_builder_add_string_value(builder, value.c_str());
+        line += ",\"";
+        line += name;
+        line += "\":";
+        appendJsonString(line, *value);
     }
-    json_builder_end_object(builder);
-    JsonNode* root = json_builder_get_root(builder);
-    gchar* text = json_to_string(root, FALSE);
-    std::string line = std::string(text) + "\n";
-    g_free(text);
-    json_node_unref(root);
-    g_object_unref(builder);
+    line += "}\n";
     return line;
 }
 

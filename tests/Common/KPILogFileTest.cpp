@@ -36,8 +36,8 @@ protected:
 
 TEST_F(KPILogFileTest, EachEventIsOneJsonLine) {
     ASSERT_EQ(1, m_logger->AddEventLogSync("23_ip_control", "COMMAND", "EV002", "{cm=get}"));
-    ASSERT_EQ(1, m_logger->AddEventLogSync("23_ip_control", "APPLICATION", "EV003",
-                                           "two\nlines and \"quotes\""));
+    const std::string awkward = "two\nlines, \"quotes\", \\ \t\x01\x1f\x7f and \xc3\xa9";
+    ASSERT_EQ(1, m_logger->AddEventLogSync("23_ip_control", "APPLICATION", "EV003", awkward));
     std::vector<std::string> written = lines("kpi.log");
     ASSERT_EQ(2u, written.size());
     JsonValue first = JsonValue::Create(written[0]);
@@ -46,7 +46,7 @@ TEST_F(KPILogFileTest, EachEventIsOneJsonLine) {
     EXPECT_EQ("EV002", first["eventId"].asString());
     EXPECT_EQ("{cm=get}", first["description"].asString());
     EXPECT_EQ('Z', first["time"].asString().back());  // ISO 8601 in UTC
-    EXPECT_EQ("two\nlines and \"quotes\"", JsonValue::Create(written[1])["description"].asString());
+    EXPECT_EQ(awkward, JsonValue::Create(written[1])["description"].asString());
 }
 
 TEST_F(KPILogFileTest, FullLogIsRotatedOnceAndNeverPastItsBound) {
