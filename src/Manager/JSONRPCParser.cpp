@@ -49,7 +49,7 @@ std::vector<std::string> valueMemberNames(const JsonValue& params) {
 
 JSONRPCParser::JSONRPCParser() : m_bBatch(false) {}
 
-bool JSONRPCParser::parse(const std::string& text) {
+bool JSONRPCParser::parse(const std::string& text, JsonValue* parsed) {
     if (text.empty()) {
         LOGE("parse got empty data!");
         return false;
@@ -59,7 +59,7 @@ bool JSONRPCParser::parse(const std::string& text) {
         return false;
     }
     try {
-        m_root = JsonValue::Create(text);
+        m_root = parsed != nullptr ? std::move(*parsed) : JsonValue::Create(text);
         if (m_root.isNull()) {
             LOGE("parse failed!");
             return false;
@@ -279,4 +279,8 @@ std::string JSONRPCParser::_serialise(const JsonValue& response) {
 std::string JSONRPCParser::_serialise(std::string text) {
     LOGI("done, response:%s", SecurityMode::json(text).c_str());
     return text;
+}
+
+JsonValue JSONRPCParser::takeDocument() {
+    return std::move(m_root);
 }

@@ -13,8 +13,12 @@ class JSONRPCParser {
 public:
     JSONRPCParser();
 
-    // True for a JSON object whose "jsonrpc" member is the text "2.0". Never throws.
-    bool parse(const std::string& text);
+    // True for a JSON object whose "jsonrpc" member is the text "2.0". Never throws. With
+    // parsed, the tree another parser read from the same text is taken over instead of reading
+    // it again (see takeDocument()).
+    bool parse(const std::string& text, common::json::JsonValue* parsed = nullptr);
+    // Gives up the tree read by parse(), for a parser of the same text on another thread.
+    common::json::JsonValue takeDocument();
 
     bool getMethodName(std::string& out);
     bool getJsonID(std::string& out);

@@ -80,7 +80,7 @@ void ServiceManager::processDataVerification(unsigned int clientId, JSONRPCParse
                                              const requestMsg& msg) {
     std::string token;
     if (parser.getAccessToken(token) && accessTokenCheckInAuthGroup(token) != 0) {
-        enqueueData(msg);
+        enqueueData(msg, parser.takeDocument());
         return;
     }
     LOGE("Invalid access found!");
@@ -150,9 +150,9 @@ void ServiceManager::enqueueData(const requestMsg& msg) {
     _enqueueJob([this, msg] { processCommand(msg); });
 }
 
-void ServiceManager::processCommand(const requestMsg& msg) {
+void ServiceManager::processCommand(const requestMsg& msg, JsonValue* parsed) {
     JSONRPCParser parser;
-    parser.parse(msg.jsonData);
+    parser.parse(msg.jsonData, parsed);
     auto* cmd = new CmdRequest;
     cmd->clientId = msg.clientId;
     parser.getJsonID(cmd->jsonId);
@@ -271,4 +271,10 @@ bool ServiceManager::_releaseDispatcher() {
 bool ServiceManager::_takeFromInFlight(CmdRequest* cmd) {
     std::lock_guard<std::mutex> lock(m_inFlightMutex);
     return m_commandsInFlight.erase(cmd) > 0;
+}
+
+void ServiceManager::enqueueData(const requestMsg& msg, JsonValue&& parsed) {
+    // The tree has no other handle left: from here on only the worker thread touches it.
+    _enqueueJob(
+        [this, msg, parsed = std::move(parsed)]() mutable { processCommand(msg, &parsed); });
 }

@@ -49,7 +49,11 @@ public:
     bool handleAccessToken(const std::string& result);
 
     void enqueueData(const requestMsg& msg);
-    void processCommand(const requestMsg& msg);
+    // The same with the tree the verification read from msg's text, which the worker then
+    // takes over instead of reading the text a second time.
+    void enqueueData(const requestMsg& msg, common::json::JsonValue&& parsed);
+    // With parsed, the tree of msg's text read on the server thread (see enqueueData).
+    void processCommand(const requestMsg& msg, common::json::JsonValue* parsed = nullptr);
     void runCommand(CmdRequest* cmd);
     void enqueueResponseData(CmdRequest* cmd);
 
