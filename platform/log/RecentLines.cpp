@@ -7,27 +7,30 @@ RecentLines::RecentLines(size_t capacity) : m_capacity(capacity > 0 ? capacity :
 
 void RecentLines::add(int priority, int64_t timeUs, const char* tag, size_t tagLength,
                       const char* text, size_t textLength) {
-    Entry entry;
-    entry.timeUs = timeUs;
-    entry.priority = priority;
-    entry.tag.assign(tag, tagLength);
+    size_t kept = textLength;
     if (textLength > kMaxText) {
         // Back to the first byte of a character, so that the cut leaves valid UTF-8 valid.
-        size_t cut = kMaxText;
-        while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) {
-            --cut;
+        kept = kMaxText;
+        while (kept > 0 && (static_cast<unsigned char>(text[kept]) & 0xC0) == 0x80) {
+            --kept;
         }
-        entry.text.assign(text, cut);
-        entry.text += "\u2026";
-    } else {
-        entry.text.assign(text, textLength);
     }
     std::lock_guard<std::mutex> lock(m_mutex);
-    entry.sequence = ++m_lastSequence;
-    if (m_entries.size() == m_capacity) {
-        m_entries.pop_front();
+    Entry* entry = nullptr;
+    if (m_entries.size() < m_capacity) {
+        entry = &m_entries.emplace_back();
+    } else {
+        entry = &m_entries[m_oldest];
+        m_oldest = (m_oldest + 1) % m_capacity;
     }
-    m_entries.push_back(std::move(entry));
+    entry->sequence = ++m_lastSequence;
+    entry->timeUs = timeUs;
+    entry->priority = priority;
+    entry->tag.assign(tag, tagLength);
+    entry->text.assign(text, kept);
+    if (kept < textLength) {
+        entry->text += "\u2026";
+    }
 }
 
 void RecentLines::skip(uint64_t count) {
@@ -40,7 +43,8 @@ void RecentLines::skip(uint64_t count) {
 std::vector<RecentLines::Entry> RecentLines::lines(int minPriority) const {
     std::vector<Entry> result;
     std::lock_guard<std::mutex> lock(m_mutex);
-    for (const Entry& entry : m_entries) {
+    for (size_t i = 0; i < m_entries.size(); ++i) {
+        const Entry& entry = m_entries[(m_oldest + i) % m_entries.size()];
         if (entry.priority >= minPriority) {
             result.push_back(entry);
         }

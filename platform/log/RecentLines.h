@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -45,8 +44,11 @@ public:
 
 private:
     const size_t m_capacity;
-    mutable std::mutex m_mutex;  // protects m_entries, m_lastSequence and m_listener
-    std::deque<Entry> m_entries;
+    mutable std::mutex m_mutex;  // protects m_entries, m_oldest, m_lastSequence and m_listener
+    // A ring, oldest at m_oldest once full: a new line takes over the oldest one's strings, so
+    // that a line costs no allocation once the ring has filled.
+    std::vector<Entry> m_entries;
+    size_t m_oldest = 0;
     uint64_t m_lastSequence = 0;
     std::function<void()> m_listener;
 };

@@ -16,6 +16,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "LineFormat.h"
 #include "LogRing.h"
 #include "LogWriter.h"
 #include "RecentLines.h"
@@ -164,14 +165,14 @@ int dlog_vprint(log_priority prio, const char* tag, const char* fmt, va_list ap)
     const char* text = stackText;
     va_list copy;
     va_copy(copy, ap);
-    const int length = vsnprintf(stackText, sizeof stackText, fmt, copy);
+    const int length = ipc_platform::formatLine(stackText, sizeof stackText, fmt, copy);
     va_end(copy);
     if (length < 0) {
         return -1;
     }
     if (static_cast<size_t>(length) >= sizeof stackText) {
         heapText.resize(static_cast<size_t>(length));
-        vsnprintf(heapText.data(), heapText.size() + 1, fmt, ap);
+        ipc_platform::formatLine(heapText.data(), heapText.size() + 1, fmt, ap);
         text = heapText.c_str();
     }
     bool queuedForOutput = toOutput;

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "LineFormat.h"
 #include "LogRing.h"
 #include "LogWriter.h"
 #include "RecentLines.h"
@@ -210,6 +211,69 @@ TEST(LogRingTest, ManyWritersLoseNoLineSilentlyAndNeverTearOne) {
     EXPECT_EQ(kThreads * kLinesPerThread, written + droppedCount);
     // The recent lines got every line written, the drop reports among them.
     EXPECT_EQ(lineCount, recent.lines(DLOG_DEBUG).size());
+}
+
+// The recent lines are a ring: once full, each line replaces the oldest, and the order stays
+// oldest first.
+TEST(RecentLinesTest, KeepsTheLatestLinesInOrderAndCutsLongTexts) {
+    RecentLines recent(3);
+    const std::string accented = std::string(RecentLines::kMaxText - 1, 'a') + "\xc3\xa9 tail";
+    for (int i = 1; i <= 5; ++i) {
+        const std::string text = i == 4 ? accented : "line " + std::to_string(i);
+        recent.add(i == 2 ? DLOG_WARN : DLOG_INFO, i, "TAG", 3, text.c_str(), text.size());
+    }
+    std::vector<RecentLines::Entry> lines = recent.lines(DLOG_DEBUG);
+    ASSERT_EQ(3u, lines.size());
+    EXPECT_EQ(3u, lines[0].sequence);
+    EXPECT_EQ("line 3", lines[0].text);
+    EXPECT_EQ(std::string(RecentLines::kMaxText - 1, 'a') + "\u2026", lines[1].text);
+    EXPECT_EQ("line 5", lines[2].text);
+    EXPECT_EQ(5, lines[2].timeUs);
+    EXPECT_EQ(5u, recent.lastSequence());
+    recent.add(DLOG_WARN, 6, "TAG", 3, "six", 3);
+    lines = recent.lines(DLOG_WARN);
+    ASSERT_EQ(1u, lines.size());
+    EXPECT_EQ("six", lines[0].text);
+}
+
+// Lines are formatted without vsnprintf where the format allows: the text must be the same, also
+// when it does not fit.
+// Both formatters into a buffer of size (nullptr when 0) with guard bytes behind it.
+using Formatter = int (*)(char*, size_t, const char*, va_list);
+
+std::string formatWith(Formatter formatter, size_t size, int* length, const char* fmt, ...) {
+    std::string out(size + 8, '#');
+    va_list ap;
+    va_start(ap, fmt);
+    *length = formatter(size > 0 ? out.data() : nullptr, size, fmt, ap);
+    va_end(ap);
+    return out;
+}
+
+TEST(LineFormatTest, WritesWhatVsnprintfWrites) {
+    const char* nullText = nullptr;
+#define SAME_AS_VSNPRINTF(fmt, ...)                                                   \
+    for (size_t size : {0, 1, 5, 17, 200}) {                                          \
+        int got = 0;                                                                  \
+        int want = 0;                                                                 \
+        EXPECT_EQ(formatWith(vsnprintf, size, &want, fmt, __VA_ARGS__),               \
+                  formatWith(ipc_platform::formatLine, size, &got, fmt, __VA_ARGS__)) \
+            << fmt << " in " << size;                                                 \
+        EXPECT_EQ(want, got) << fmt << " in " << size;                                \
+    }
+    SAME_AS_VSNPRINTF("%s : %s(%d)  methodName:%s", "File.cpp", "parse", 68, "powerControl");
+    SAME_AS_VSNPRINTF("[%s] [%-8s|%8s] %c%%", nullText, "ab", "cd", 'z');
+    SAME_AS_VSNPRINTF("%d %i %05d %-5d| %u %x %X %04x", -2147483647 - 1, 0, -42, -7, 4294967295u,
+                      48879u, 48879u, 10u);
+    SAME_AS_VSNPRINTF("%ld %lu %lld %llu %zu %zd %hhd %hu %jd %td", -1L, 18446744073709551615UL,
+                      -9223372036854775807LL - 1, 1ULL, static_cast<size_t>(12),
+                      static_cast<ssize_t>(-3), 300, 70000, static_cast<intmax_t>(-5),
+                      static_cast<ptrdiff_t>(9));
+    SAME_AS_VSNPRINTF("%p %p %20p|", static_cast<const void*>(nullptr),
+                      static_cast<const void*>(&nullText), static_cast<const void*>(&nullText));
+    // Formats it leaves to vsnprintf.
+    SAME_AS_VSNPRINTF("%.4f %+d %*s %.3s %#x % d %", 3.14159, 5, 6, "x", "abcdef", 255u, 4);
+#undef SAME_AS_VSNPRINTF
 }
 
 }  // namespace

@@ -1,0 +1,267 @@
+// printf formatting of log lines: the conversions the service's lines use, written directly;
+// anything else through vsnprintf.
+#include "LineFormat.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+namespace ipc_platform {
+
+namespace {
+
+enum class Length { kDefault, kChar, kShort, kLong, kLongLong, kSize, kMax, kPtrDiff };
+
+struct Spec {
+    bool leftAlign = false;
+    bool zeroPad = false;
+    size_t width = 0;
+    Length length = Length::kDefault;
+    char conversion = 0;
+};
+
+// Reads the conversion after a '%'; false for anything the direct path does not write exactly
+// as vsnprintf would (other flags, '*', a precision, floating point, wide characters ...).
+bool readSpec(const char*& p, Spec& spec) {
+    for (;; ++p) {
+        if (*p == '-') {
+            spec.leftAlign = true;
+        } else if (*p == '0') {
+            spec.zeroPad = true;
+        } else {
+            break;
+        }
+    }
+    while (*p >= '0' && *p <= '9') {
+        spec.width = spec.width * 10 + static_cast<size_t>(*p++ - '0');
+        if (spec.width > 4096) {
+            return false;
+        }
+    }
+    switch (*p) {
+        case 'h':
+            ++p;
+            spec.length = *p == 'h' ? (++p, Length::kChar) : Length::kShort;
+            break;
+        case 'l':
+            ++p;
+            spec.length = *p == 'l' ? (++p, Length::kLongLong) : Length::kLong;
+            break;
+        case 'z':
+            ++p, spec.length = Length::kSize;
+            break;
+        case 'j':
+            ++p, spec.length = Length::kMax;
+            break;
+        case 't':
+            ++p, spec.length = Length::kPtrDiff;
+            break;
+        default:
+            break;
+    }
+    spec.conversion = *p;
+    switch (spec.conversion) {
+        case 'd':
+        case 'i':
+        case 'u':
+        case 'x':
+        case 'X':
+            return true;
+        case 's':
+        case 'c':
+        case 'p':
+            return spec.length == Length::kDefault && !spec.zeroPad;
+        case '%':
+            return spec.length == Length::kDefault && spec.width == 0 && !spec.zeroPad &&
+                   !spec.leftAlign;
+        default:
+            return false;
+    }
+}
+
+// Writes into [out, out + size - 1) and counts what would have been written beyond it.
+class Output {
+public:
+    Output(char* out, size_t size)
+        : m_out(size > 0 ? out : nullptr), m_room(size > 0 ? size - 1 : 0) {}
+
+    void put(const char* text, size_t length) {
+        if (m_used < m_room) {
+            const size_t copied = length < m_room - m_used ? length : m_room - m_used;
+            memcpy(m_out + m_used, text, copied);
+        }
+        m_used += length;
+    }
+    void fill(char c, size_t count) {
+        for (size_t i = 0; i < count; ++i) {
+            put(&c, 1);
+        }
+    }
+    void padded(const Spec& spec, const char* text, size_t length) {
+        const size_t pad = spec.width > length ? spec.width - length : 0;
+        if (spec.leftAlign) {
+            put(text, length);
+            fill(' ', pad);
+            return;
+        }
+        if (spec.zeroPad && pad > 0 && length > 0 && text[0] == '-') {
+            put(text, 1);
+            fill('0', pad);
+            put(text + 1, length - 1);
+            return;
+        }
+        fill(spec.zeroPad ? '0' : ' ', pad);
+        put(text, length);
+    }
+    size_t finish() {
+        if (m_out != nullptr) {
+            m_out[m_used < m_room ? m_used : m_room] = '\0';
+        }
+        return m_used;
+    }
+
+private:
+    char* m_out;
+    size_t m_room;
+    size_t m_used = 0;
+};
+
+// Digits of value in base 10 or 16 at the end of buffer; returns where they start.
+char* digits(uintmax_t value, unsigned base, bool upper, char* end) {
+    const char* set = upper ? "0123456789ABCDEF" : "0123456789abcdef";
+    char* p = end;
+    do {
+        *--p = set[value % base];
+        value /= base;
+    } while (value != 0);
+    return p;
+}
+
+intmax_t signedArg(Length length, va_list& ap) {
+    switch (length) {
+        case Length::kChar:
+            return static_cast<signed char>(va_arg(ap, int));
+        case Length::kShort:
+            return static_cast<short>(va_arg(ap, int));
+        case Length::kLong:
+            return va_arg(ap, long);
+        case Length::kLongLong:
+            return va_arg(ap, long long);
+        case Length::kSize:
+            return va_arg(ap, ssize_t);
+        case Length::kMax:
+            return va_arg(ap, intmax_t);
+        case Length::kPtrDiff:
+            return va_arg(ap, ptrdiff_t);
+        default:
+            return va_arg(ap, int);
+    }
+}
+
+uintmax_t unsignedArg(Length length, va_list& ap) {
+    switch (length) {
+        case Length::kChar:
+            return static_cast<unsigned char>(va_arg(ap, unsigned int));
+        case Length::kShort:
+            return static_cast<unsigned short>(va_arg(ap, unsigned int));
+        case Length::kLong:
+            return va_arg(ap, unsigned long);
+        case Length::kLongLong:
+            return va_arg(ap, unsigned long long);
+        case Length::kSize:
+            return va_arg(ap, size_t);
+        case Length::kMax:
+            return va_arg(ap, uintmax_t);
+        case Length::kPtrDiff:
+            return static_cast<uintmax_t>(va_arg(ap, ptrdiff_t));
+        default:
+            return va_arg(ap, unsigned int);
+    }
+}
+
+void writeConversion(Output& output, const Spec& spec, va_list& ap) {
+    char buffer[32];
+    char* end = buffer + sizeof buffer;
+    switch (spec.conversion) {
+        case 'd':
+        case 'i': {
+            const intmax_t value = signedArg(spec.length, ap);
+            const uintmax_t magnitude =
+                value < 0 ? static_cast<uintmax_t>(0) - static_cast<uintmax_t>(value)
+                          : static_cast<uintmax_t>(value);
+            char* start = digits(magnitude, 10, false, end);
+            if (value < 0) {
+                *--start = '-';
+            }
+            output.padded(spec, start, static_cast<size_t>(end - start));
+            return;
+        }
+        case 'u':
+        case 'x':
+        case 'X': {
+            const unsigned base = spec.conversion == 'u' ? 10 : 16;
+            char* start = digits(unsignedArg(spec.length, ap), base, spec.conversion == 'X', end);
+            output.padded(spec, start, static_cast<size_t>(end - start));
+            return;
+        }
+        case 'c': {
+            const char c = static_cast<char>(va_arg(ap, int));
+            output.padded(spec, &c, 1);
+            return;
+        }
+        case 's': {
+            const char* text = va_arg(ap, const char*);
+            if (text == nullptr) {
+                text = "(null)";
+            }
+            output.padded(spec, text, strlen(text));
+            return;
+        }
+        case 'p': {
+            const void* pointer = va_arg(ap, const void*);
+            if (pointer == nullptr) {
+                output.padded(spec, "(nil)", 5);
+                return;
+            }
+            char* start = digits(reinterpret_cast<uintptr_t>(pointer), 16, false, end);
+            *--start = 'x';
+            *--start = '0';
+            output.padded(spec, start, static_cast<size_t>(end - start));
+            return;
+        }
+        default:
+            output.put("%", 1);
+            return;
+    }
+}
+
+}  // namespace
+
+int formatLine(char* out, size_t size, const char* fmt, va_list ap) {
+    va_list args;
+    va_copy(args, ap);
+    Output output(out, size);
+    const char* p = fmt;
+    while (*p != '\0') {
+        const char* percent = strchr(p, '%');
+        if (percent == nullptr) {
+            output.put(p, strlen(p));
+            break;
+        }
+        output.put(p, static_cast<size_t>(percent - p));
+        p = percent + 1;
+        Spec spec;
+        if (!readSpec(p, spec)) {
+            // Nothing has been taken from ap itself.
+            va_end(args);
+            return vsnprintf(out, size, fmt, ap);
+        }
+        writeConversion(output, spec, args);
+        ++p;
+    }
+    va_end(args);
+    const size_t length = output.finish();
+    return length > static_cast<size_t>(INT32_MAX) ? -1 : static_cast<int>(length);
+}
+
+}  // namespace ipc_platform
