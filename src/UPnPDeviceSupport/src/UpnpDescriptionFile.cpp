@@ -15,8 +15,10 @@ namespace ip_control {
 
 namespace {
 
-// Blank text nodes are dropped so that stored files come out evenly indented.
-constexpr int kParseOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET;
+// Blank text nodes are dropped so that stored files come out evenly indented. libxml2's own
+// messages would go to stderr unprefixed; a failure is logged here instead.
+constexpr int kParseOptions =
+    XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
 
 const xmlChar* xc(const std::string& s) {
     return reinterpret_cast<const xmlChar*>(s.c_str());
