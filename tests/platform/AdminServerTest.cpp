@@ -564,7 +564,7 @@ TEST(AdminServerLimitsTest, HalfRequestsFromSeveralAddressesCannotLockOutTheScre
     ASSERT_TRUE(server.start(0, error)) << error;
     std::vector<std::unique_ptr<testsupport::HttpClient>> slow;
     // 20: the 12 cut may all still be closing, on threads of their own, when the screen comes,
-    // and libmicrohttpd counts them against its own limit of the total and 16.
+    // and libmicrohttpd counts them against its own limit.
     for (int i = 0; i < 20; ++i) {
         slow.push_back(std::make_unique<testsupport::HttpClient>());
         ASSERT_TRUE(
