@@ -1,6 +1,7 @@
 // Keeps slow or idle connections from taking all of a libmicrohttpd server's connections.
 #include "ConnectionGuard.h"
 
+#include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 
@@ -13,6 +14,22 @@ namespace {
 // Descriptors kept for everything else the process opens: files, the main loop, libraries.
 constexpr rlim_t kReserve = 64;
 constexpr unsigned int kAtLeast = 8;
+
+// The address bytes of a peer, without its port: the key its connections are counted under.
+std::string peerAddress(const sockaddr* address) {
+    if (address == nullptr) {
+        return std::string();
+    }
+    if (address->sa_family == AF_INET) {
+        const auto* ipv4 = reinterpret_cast<const sockaddr_in*>(address);
+        return std::string(reinterpret_cast<const char*>(&ipv4->sin_addr), sizeof ipv4->sin_addr);
+    }
+    if (address->sa_family == AF_INET6) {
+        const auto* ipv6 = reinterpret_cast<const sockaddr_in6*>(address);
+        return std::string(reinterpret_cast<const char*>(&ipv6->sin6_addr), sizeof ipv6->sin6_addr);
+    }
+    return std::string();
+}
 
 }  // namespace
 
@@ -46,12 +63,19 @@ void ConnectionGuard::notify(void* guard, MHD_Connection* connection, void** /*s
                              MHD_ConnectionNotificationCode code) {
     auto* self = static_cast<ConnectionGuard*>(guard);
     if (code == MHD_CONNECTION_NOTIFY_STARTED) {
-        const MHD_ConnectionInfo* info =
+        const MHD_ConnectionInfo* fd =
             MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
-        self->_opened(connection, info != nullptr ? info->connect_fd : -1);
+        const MHD_ConnectionInfo* peer =
+            MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+        self->_opened(connection, fd != nullptr ? fd->connect_fd : -1,
+                      peer != nullptr ? peerAddress(peer->client_addr) : std::string());
     } else if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
         self->_closed(connection);
     }
+}
+
+MHD_Result ConnectionGuard::admit(void* guard, const sockaddr* address, socklen_t /*length*/) {
+    return static_cast<ConnectionGuard*>(guard)->_admits(peerAddress(address)) ? MHD_YES : MHD_NO;
 }
 
 void ConnectionGuard::arrived(MHD_Connection* connection) {
@@ -62,32 +86,57 @@ void ConnectionGuard::answered(MHD_Connection* connection) {
     _setComplete(connection, false);
 }
 
-void ConnectionGuard::_opened(MHD_Connection* connection, int socket) {
+void ConnectionGuard::_opened(MHD_Connection* connection, int socket, const std::string& peer) {
     bool wake = false;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         wake = m_idle;
-        m_entries[connection] = Entry{socket, Clock::now() + m_limits.arrival};
+        auto& fromPeer = *m_perPeer.try_emplace(peer, 0).first;
+        ++fromPeer.second;
+        m_entries[connection] = Entry{socket, Clock::now() + m_limits.arrival, &fromPeer};
         ++m_open;
         if (m_open > m_limits.total) {
-            // Room for the newcomer: the connection that has waited longest for its request,
-            // which is the newcomer itself only when every other one has a complete request.
-            Entry* oldest = nullptr;
+            // Room for the newcomer: of the peers holding the most connections, the connection
+            // that has waited longest for its request. Peers flooding with many connections lose
+            // theirs first, however fast they come back, and a client with fewer is not pushed
+            // out before its request is read. The newcomer itself goes when nothing else waits
+            // for a request, or when it is the waiting one of the busiest peer.
+            Entry* victim = nullptr;
             for (auto& [key, entry] : m_entries) {
-                if (!entry.cut && !entry.complete &&
-                    (oldest == nullptr || entry.deadline < oldest->deadline)) {
-                    oldest = &entry;
+                if (entry.cut || entry.complete) {
+                    continue;
+                }
+                const unsigned int count = entry.fromPeer->second;
+                if (victim == nullptr || count > victim->fromPeer->second ||
+                    (count == victim->fromPeer->second && entry.deadline < victim->deadline)) {
+                    victim = &entry;
                 }
             }
-            if (oldest != nullptr) {
-                _cut(*oldest);
-                --m_open;
+            if (victim != nullptr) {
+                _cut(*victim);
             }
         }
     }
     if (wake) {
         m_sweeper.sweepBy(Clock::now());
     }
+}
+
+bool ConnectionGuard::_admits(const std::string& peer) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_open < m_limits.total) {
+        return true;
+    }
+    const auto it = m_perPeer.find(peer);
+    if (it == m_perPeer.end()) {
+        return true;
+    }
+    for (const auto& [other, count] : m_perPeer) {
+        if (count > it->second) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void ConnectionGuard::_closed(MHD_Connection* connection) {
@@ -97,7 +146,7 @@ void ConnectionGuard::_closed(MHD_Connection* connection) {
         return;
     }
     if (!it->second.cut) {
-        --m_open;
+        _release(it->second);
     }
     m_entries.erase(it);
 }
@@ -126,6 +175,15 @@ void ConnectionGuard::_cut(Entry& entry) {
     if (entry.socket >= 0) {
         shutdown(entry.socket, SHUT_RDWR);
     }
+    _release(entry);
+}
+
+void ConnectionGuard::_release(Entry& entry) {
+    --m_open;
+    if (--entry.fromPeer->second == 0) {
+        m_perPeer.erase(m_perPeer.find(entry.fromPeer->first));
+    }
+    entry.fromPeer = nullptr;
 }
 
 std::optional<ConnectionGuard::Clock::time_point> ConnectionGuard::_sweep(Clock::time_point now) {
@@ -137,7 +195,6 @@ std::optional<ConnectionGuard::Clock::time_point> ConnectionGuard::_sweep(Clock:
         }
         if (entry.deadline <= now) {
             _cut(entry);
-            --m_open;
         } else if (!next || entry.deadline < *next) {
             next = entry.deadline;
         }

@@ -212,12 +212,12 @@ int HttpServer::start(unsigned short port) {
     // not, and it also ends idle keep-alive connections.
     const auto idleSeconds = std::chrono::ceil<std::chrono::seconds>(limits.arrival).count() + 1;
     m_daemon = MHD_start_daemon(
-        flags, 0, nullptr, nullptr, &Handlers::access, this, MHD_OPTION_LISTEN_SOCKET, listener,
-        MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory, MHD_OPTION_CONNECTION_LIMIT,
-        ConnectionGuard::daemonLimit(limits), MHD_OPTION_PER_IP_CONNECTION_LIMIT, limits.perAddress,
-        MHD_OPTION_CONNECTION_TIMEOUT, static_cast<unsigned int>(idleSeconds),
-        MHD_OPTION_NOTIFY_COMPLETED, &Handlers::completed, this, MHD_OPTION_NOTIFY_CONNECTION,
-        &ConnectionGuard::notify, &m_guard, MHD_OPTION_END);
+        flags, 0, &ConnectionGuard::admit, &m_guard, &Handlers::access, this,
+        MHD_OPTION_LISTEN_SOCKET, listener, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory,
+        MHD_OPTION_CONNECTION_LIMIT, ConnectionGuard::daemonLimit(limits),
+        MHD_OPTION_PER_IP_CONNECTION_LIMIT, limits.perAddress, MHD_OPTION_CONNECTION_TIMEOUT,
+        static_cast<unsigned int>(idleSeconds), MHD_OPTION_NOTIFY_COMPLETED, &Handlers::completed,
+        this, MHD_OPTION_NOTIFY_CONNECTION, &ConnectionGuard::notify, &m_guard, MHD_OPTION_END);
     if (m_daemon == nullptr) {
         close(listener);
         return EIO;

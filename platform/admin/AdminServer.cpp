@@ -300,12 +300,16 @@ bool AdminServer::start(unsigned short port, std::string& error) {
         return false;
     }
     m_broadcaster->open();
+    // A cut connection counts against libmicrohttpd's limit until its thread has ended, which
+    // under a flood of reconnections lags behind the cuts: room for as many again as the total.
+    const ipsvr::ConnectionGuard::Limits& limits = m_guard->limits();
+    const unsigned int daemonLimit = ipsvr::ConnectionGuard::daemonLimit(limits) + limits.total;
     m_daemon = MHD_start_daemon(
-        MHD_USE_THREAD_PER_CONNECTION | MHD_USE_POLL_INTERNAL_THREAD | MHD_USE_ITC, 0, nullptr,
-        nullptr, &Handlers::access, this, MHD_OPTION_EXTERNAL_LOGGER, &logServerMessage, nullptr,
-        MHD_OPTION_LISTEN_SOCKET, fd, MHD_OPTION_CONNECTION_LIMIT,
-        ipsvr::ConnectionGuard::daemonLimit(m_guard->limits()), MHD_OPTION_PER_IP_CONNECTION_LIMIT,
-        m_guard->limits().perAddress, MHD_OPTION_CONNECTION_TIMEOUT, kIdleTimeoutSeconds,
+        MHD_USE_THREAD_PER_CONNECTION | MHD_USE_POLL_INTERNAL_THREAD | MHD_USE_ITC, 0,
+        &ipsvr::ConnectionGuard::admit, m_guard.get(), &Handlers::access, this,
+        MHD_OPTION_EXTERNAL_LOGGER, &logServerMessage, nullptr, MHD_OPTION_LISTEN_SOCKET, fd,
+        MHD_OPTION_CONNECTION_LIMIT, daemonLimit, MHD_OPTION_PER_IP_CONNECTION_LIMIT,
+        limits.perAddress, MHD_OPTION_CONNECTION_TIMEOUT, kIdleTimeoutSeconds,
         MHD_OPTION_NOTIFY_COMPLETED, &Handlers::completed, this, MHD_OPTION_NOTIFY_CONNECTION,
         &ipsvr::ConnectionGuard::notify, m_guard.get(), MHD_OPTION_END);
     if (m_daemon == nullptr) {
