@@ -93,11 +93,16 @@ public:
         m_used += length;
     }
     void fill(char c, size_t count) {
-        for (size_t i = 0; i < count; ++i) {
-            put(&c, 1);
+        if (m_used < m_room) {
+            memset(m_out + m_used, c, count < m_room - m_used ? count : m_room - m_used);
         }
+        m_used += count;
     }
     void padded(const Spec& spec, const char* text, size_t length) {
+        if (spec.width <= length) {
+            put(text, length);
+            return;
+        }
         const size_t pad = spec.width > length ? spec.width - length : 0;
         if (spec.leftAlign) {
             put(text, length);
@@ -135,6 +140,21 @@ char* digits(uintmax_t value, unsigned base, bool upper, char* end) {
         value /= base;
     } while (value != 0);
     return p;
+}
+
+// An int in decimal at the end of buffer; returns where it starts.
+char* decimal(int value, char* end) {
+    unsigned magnitude =
+        value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
+    char* start = end;
+    do {
+        *--start = static_cast<char>('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude != 0);
+    if (value < 0) {
+        *--start = '-';
+    }
+    return start;
 }
 
 intmax_t signedArg(Length length, va_list& ap) {
@@ -241,15 +261,31 @@ int formatLine(char* out, size_t size, const char* fmt, va_list ap) {
     va_list args;
     va_copy(args, ap);
     Output output(out, size);
-    const char* p = fmt;
-    while (*p != '\0') {
-        const char* percent = strchr(p, '%');
-        if (percent == nullptr) {
-            output.put(p, strlen(p));
+    for (const char* p = fmt;;) {
+        const char* percent = strchrnul(p, '%');
+        output.put(p, static_cast<size_t>(percent - p));
+        if (*percent == '\0') {
             break;
         }
-        output.put(p, static_cast<size_t>(percent - p));
         p = percent + 1;
+        // Plain %s and %d make up nearly every conversion the service's lines hold.
+        if (*p == 's') {
+            const char* text = va_arg(args, const char*);
+            if (text == nullptr) {
+                text = "(null)";
+            }
+            output.put(text, strlen(text));
+            ++p;
+            continue;
+        }
+        if (*p == 'd') {
+            char buffer[16];
+            char* end = buffer + sizeof buffer;
+            const char* start = decimal(va_arg(args, int), end);
+            output.put(start, static_cast<size_t>(end - start));
+            ++p;
+            continue;
+        }
         Spec spec;
         if (!readSpec(p, spec)) {
             // Nothing has been taken from ap itself.
