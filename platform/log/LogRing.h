@@ -23,13 +23,15 @@ struct LogRecordHeader {
 // Many threads push, one thread takes. A push copies the line in under a lock held only for the
 // copy, never waits for the taker, and when the line does not fit it is dropped and counted. The
 // taker sleeps while the ring is empty and is woken by the push that finds it asleep only, so a
-// taker that is busy or behind costs the pushers nothing more.
+// taker that is busy or behind costs the pushers nothing more. A line is never split at the end
+// of the buffer (the bytes left there are skipped), so that the taker reads lines where they lie.
 //
 // Thread-safe: push and waitForWritten from any thread; take and markWritten from the one taking
 // thread.
 class LogRing {
 public:
-    // One decoded line of a batch; tag and text point into the batch's bytes.
+    // One line of a batch; tag and text point into the ring, valid until the batch is marked
+    // written.
     struct Line {
         LogRecordHeader header;
         const char* tag;
@@ -38,7 +40,6 @@ public:
     // What one take hands over: the lines pushed since the previous take, in order, and how many
     // were dropped meanwhile (those meant for the output; lines only kept as recent apart).
     struct Batch {
-        std::vector<char> bytes;
         std::vector<Line> lines;
         uint64_t droppedOutput = 0;
         uint64_t droppedRecent = 0;
@@ -56,10 +57,11 @@ public:
     // False when the line did not fit and was counted as dropped.
     bool push(const LogRecordHeader& header, const char* tag, const char* text);
 
-    // Waits until lines are queued or a drop is to be reported (or stop() was called), then moves
-    // the oldest lines (about kMaxBatchBytes) into batch. False once stopped with nothing left.
+    // Waits until lines are queued or a drop is to be reported (or stop() was called), then hands
+    // over the oldest lines (about kMaxBatchBytes). False once stopped with nothing left.
     bool take(Batch& batch);
-    // Everything up to end (a batch's end) has been written: wakes waitForWritten.
+    // Everything up to end (a batch's end) has been written: its room is free again, and
+    // waitForWritten wakes.
     void markWritten(uint64_t end);
     // Blocks until every line pushed before the call has been taken and marked written, and the
     // count of any line dropped before it too.
@@ -75,21 +77,19 @@ public:
 private:
     // Needs m_mutex.
     bool _isWrittenUpTo(uint64_t target) const;
-    void _copyIn(uint64_t position, const void* data, size_t size);
-    void _copyOut(uint64_t position, void* data, size_t size) const;
 
     const size_t m_capacity;
     const std::unique_ptr<char[]> m_buffer;  // not cleared: pages are touched as lines come
     const uint64_t m_mask;
 
     // Protects the positions, the counters and the flags below. The bytes between m_tail and
-    // m_head belong to the taker from the take that hands them over until the next take.
+    // m_head are lines not yet written; those of a batch belong to the taker from the take that
+    // hands them over until markWritten.
     std::mutex m_mutex;
     std::condition_variable m_queued;   // the taker waits for lines
     std::condition_variable m_written;  // waitForWritten waits for the taker
     uint64_t m_head = 0;                // where the next line goes
-    uint64_t m_tail = 0;                // the first byte not yet taken
-    uint64_t m_writtenUpTo = 0;         // the end of the last batch written
+    uint64_t m_tail = 0;                // the first byte not yet written
     uint64_t m_droppedOutput = 0;
     uint64_t m_droppedRecent = 0;
     bool m_batchOut = false;  // taken and not yet marked written

@@ -213,6 +213,42 @@ TEST(LogRingTest, ManyWritersLoseNoLineSilentlyAndNeverTearOne) {
     EXPECT_EQ(lineCount, recent.lines(DLOG_DEBUG).size());
 }
 
+// Lines are never split at the ring's end: one that does not fit before it starts at the
+// beginning, and one longer than the room left there fits as soon as the ring is empty.
+TEST(LogRingTest, LinesThatDoNotFitBeforeTheEndStartAtTheBeginning) {
+    LogRing ring(1024);
+    auto push = [&ring](size_t length, char fill) {
+        const std::string text(length, fill);
+        ipc_platform::LogRecordHeader header;
+        header.tagLength = 3;
+        header.textLength = static_cast<uint32_t>(length);
+        return ring.push(header, "TAG", text.c_str());
+    };
+    auto takeAll = [&ring] {
+        std::string texts;
+        LogRing::Batch batch;
+        ring.take(batch);
+        for (const LogRing::Line& line : batch.lines) {
+            texts += std::string(line.text, line.header.textLength) + "|";
+        }
+        ring.markWritten(batch.end);
+        return texts;
+    };
+    ASSERT_TRUE(push(300, 'a'));
+    EXPECT_EQ(std::string(300, 'a') + "|", takeAll());
+    ASSERT_TRUE(push(600, 'b'));  // the room left before the end is skipped
+    ASSERT_TRUE(push(100, 'c'));
+    EXPECT_FALSE(push(500, 'd'));  // would need the room the first line still holds
+    EXPECT_EQ(std::string(600, 'b') + "|" + std::string(100, 'c') + "|", takeAll());
+    ASSERT_TRUE(push(900, 'e'));  // more than is left before the end, but the ring is empty
+    EXPECT_FALSE(push(2000, 'f'));
+    LogRing::Batch batch;
+    ASSERT_TRUE(ring.take(batch));
+    ASSERT_EQ(1u, batch.lines.size());
+    EXPECT_EQ(std::string(900, 'e'), std::string(batch.lines[0].text, 900));
+    EXPECT_EQ(1u, batch.droppedOutput);  // the longer one; the other went with the batch before
+}
+
 // The recent lines are a ring: once full, each line replaces the oldest, and the order stays
 // oldest first.
 TEST(RecentLinesTest, KeepsTheLatestLinesInOrderAndCutsLongTexts) {
