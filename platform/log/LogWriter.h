@@ -4,8 +4,8 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <thread>
+#include <vector>
 
 #include "LogRing.h"
 
@@ -36,19 +36,30 @@ public:
     void stop();
     bool isWriterThread() const { return std::this_thread::get_id() == m_thread.get_id(); }
 
-    // Appends one line as the thread writes it (also for lines written directly, at exit).
-    static void appendLine(std::string& out, bool journal, int priority, int64_t timeUs,
-                           const char* tag, size_t tagLength, const char* text, size_t textLength);
+    // The clock part of a line's time ("HH:MM:SS"), made again only when the second changes.
+    struct Clock {
+        int64_t second = -1;
+        char text[9] = "";
+    };
+    // The length of one line as written, and the line itself written at out (also for lines
+    // written directly, at exit); returns its end.
+    static size_t lineLength(bool journal, size_t tagLength, size_t textLength);
+    static char* putLine(char* out, bool journal, Clock& clock, int priority, int64_t timeUs,
+                         const char* tag, size_t tagLength, const char* text, size_t textLength);
     // Writes all of text to fd unless the descriptor fails.
-    static void writeAll(int fd, const std::string& text);
+    static void writeAll(int fd, const char* text, size_t length);
 
 private:
     void _run();
+    // m_out with room for length bytes after the first used ones.
+    char* _room(size_t used, size_t length);
 
     LogRing& m_ring;
     const int m_fd;
     const bool m_journal;
     RecentLines* const m_recent;
+    Clock m_clock;            // the thread's own
+    std::vector<char> m_out;  // the thread's own: a batch's lines, grown to the longest batch
     std::thread m_thread;
 };
 

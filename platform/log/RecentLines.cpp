@@ -5,8 +5,8 @@ namespace ipc_platform {
 
 RecentLines::RecentLines(size_t capacity) : m_capacity(capacity > 0 ? capacity : 1) {}
 
-void RecentLines::add(int priority, int64_t timeUs, const char* tag, size_t tagLength,
-                      const char* text, size_t textLength) {
+void RecentLines::_add(int priority, int64_t timeUs, const char* tag, size_t tagLength,
+                       const char* text, size_t textLength) {
     size_t kept = textLength;
     if (textLength > kMaxText) {
         // Back to the first byte of a character, so that the cut leaves valid UTF-8 valid.
@@ -15,7 +15,6 @@ void RecentLines::add(int priority, int64_t timeUs, const char* tag, size_t tagL
             --kept;
         }
     }
-    std::lock_guard<std::mutex> lock(m_mutex);
     Entry* entry = nullptr;
     if (m_entries.size() < m_capacity) {
         entry = &m_entries.emplace_back();
@@ -30,13 +29,6 @@ void RecentLines::add(int priority, int64_t timeUs, const char* tag, size_t tagL
     entry->text.assign(text, kept);
     if (kept < textLength) {
         entry->text += "\u2026";
-    }
-}
-
-void RecentLines::skip(uint64_t count) {
-    if (count > 0) {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_lastSequence += count;
     }
 }
 

@@ -28,10 +28,26 @@ public:
 
     explicit RecentLines(size_t capacity = kDefaultCapacity);
 
+    // Adds a run of lines under one lock (readers wait meanwhile: keep it to the adding).
+    class Batch {
+    public:
+        explicit Batch(RecentLines& recent) : m_recent(recent), m_lock(recent.m_mutex) {}
+        void add(int priority, int64_t timeUs, const char* tag, size_t tagLength, const char* text,
+                 size_t textLength) {
+            m_recent._add(priority, timeUs, tag, tagLength, text, textLength);
+        }
+        // Counts lines that are not kept (older ones of a run longer than the capacity).
+        void skip(uint64_t count) { m_recent.m_lastSequence += count; }
+
+    private:
+        RecentLines& m_recent;
+        std::lock_guard<std::mutex> m_lock;
+    };
+
     void add(int priority, int64_t timeUs, const char* tag, size_t tagLength, const char* text,
-             size_t textLength);
-    // Counts lines that are not kept (older ones of a run longer than the capacity).
-    void skip(uint64_t count);
+             size_t textLength) {
+        Batch(*this).add(priority, timeUs, tag, tagLength, text, textLength);
+    }
     size_t capacity() const { return m_capacity; }
     // The lines at or above minPriority, oldest first.
     std::vector<Entry> lines(int minPriority) const;
@@ -43,6 +59,10 @@ public:
     void notifyListener() const;
 
 private:
+    // Needs m_mutex.
+    void _add(int priority, int64_t timeUs, const char* tag, size_t tagLength, const char* text,
+              size_t textLength);
+
     const size_t m_capacity;
     mutable std::mutex m_mutex;  // protects m_entries, m_oldest, m_lastSequence and m_listener
     // A ring, oldest at m_oldest once full: a new line takes over the oldest one's strings, so
