@@ -63,12 +63,32 @@ private:
     void _add(int priority, int64_t timeUs, const char* tag, size_t tagLength, const char* text,
               size_t textLength);
 
+    // Where a kept line's tag and text lie in m_bytes, and the rest of it.
+    struct Slot {
+        uint64_t sequence = 0;
+        int64_t timeUs = 0;
+        int priority = 0;
+        uint32_t tagLength = 0;
+        uint32_t textLength = 0;
+        uint64_t at = 0;  // position of the tag, the text right after it
+    };
+
+    // Need m_mutex.
+    void _copyIn(uint64_t position, const char* data, size_t size);
+    std::string _copyOut(uint64_t position, size_t size) const;
+    // Makes m_bytes hold at least size more bytes besides those of the kept lines (from tail).
+    void _grow(uint64_t tail, size_t size);
+
     const size_t m_capacity;
-    mutable std::mutex m_mutex;  // protects m_entries, m_oldest, m_lastSequence and m_listener
-    // A ring, oldest at m_oldest once full: a new line takes over the oldest one's strings, so
-    // that a line costs no allocation once the ring has filled.
-    std::vector<Entry> m_entries;
+    // Protects every member below.
+    mutable std::mutex m_mutex;
+    // The lines, oldest at m_oldest once full; their tags and texts one after the other in a byte
+    // ring that grows until it holds the longest lines kept, so that a line costs no allocation
+    // and one copy.
+    std::vector<Slot> m_slots;
     size_t m_oldest = 0;
+    std::vector<char> m_bytes;  // a power of two in size
+    uint64_t m_bytesHead = 0;   // where the next line's tag goes
     uint64_t m_lastSequence = 0;
     std::function<void()> m_listener;
 };

@@ -272,6 +272,24 @@ TEST(RecentLinesTest, KeepsTheLatestLinesInOrderAndCutsLongTexts) {
     EXPECT_EQ("six", lines[0].text);
 }
 
+// Lines of every length pass through: their texts wrap around the end of the recent lines' bytes
+// and get moved when those grow for a longer line, and each comes back as it was added.
+TEST(RecentLinesTest, KeepsTextsWhileTheirBytesWrapAroundAndGrow) {
+    RecentLines recent(6);
+    std::vector<std::string> added;
+    for (size_t i = 0; i < 300; ++i) {
+        added.push_back(std::to_string(i) +
+                        std::string(i * 37 % 1000, static_cast<char>('a' + i % 26)));
+        recent.add(DLOG_INFO, 0, "T", 1, added.back().c_str(), added.back().size());
+        const std::vector<RecentLines::Entry> lines = recent.lines(DLOG_DEBUG);
+        ASSERT_EQ(std::min<size_t>(i + 1, 6), lines.size());
+        for (size_t k = 0; k < lines.size(); ++k) {
+            ASSERT_EQ(added[added.size() - lines.size() + k], lines[k].text) << i;
+            ASSERT_EQ("T", lines[k].tag);
+        }
+    }
+}
+
 // Lines are formatted without vsnprintf where the format allows: the text must be the same, also
 // when it does not fit.
 // Both formatters into a buffer of size (nullptr when 0) with guard bytes behind it.
