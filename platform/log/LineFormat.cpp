@@ -255,9 +255,8 @@ void writeConversion(Output& output, const Spec& spec, va_list& ap) {
     }
 }
 
-}  // namespace
-
-int formatLine(char* out, size_t size, const char* fmt, va_list ap) {
+// The whole format with every piece cut to the room left: for a text that does not fit.
+int formatBounded(char* out, size_t size, const char* fmt, va_list ap) {
     va_list args;
     va_copy(args, ap);
     Output output(out, size);
@@ -268,24 +267,6 @@ int formatLine(char* out, size_t size, const char* fmt, va_list ap) {
             break;
         }
         p = percent + 1;
-        // Plain %s and %d make up nearly every conversion the service's lines hold.
-        if (*p == 's') {
-            const char* text = va_arg(args, const char*);
-            if (text == nullptr) {
-                text = "(null)";
-            }
-            output.put(text, strlen(text));
-            ++p;
-            continue;
-        }
-        if (*p == 'd') {
-            char buffer[16];
-            char* end = buffer + sizeof buffer;
-            const char* start = decimal(va_arg(args, int), end);
-            output.put(start, static_cast<size_t>(end - start));
-            ++p;
-            continue;
-        }
         Spec spec;
         if (!readSpec(p, spec)) {
             // Nothing has been taken from ap itself.
@@ -298,6 +279,79 @@ int formatLine(char* out, size_t size, const char* fmt, va_list ap) {
     va_end(args);
     const size_t length = output.finish();
     return length > static_cast<size_t>(INT32_MAX) ? -1 : static_cast<int>(length);
+}
+
+}  // namespace
+
+int formatLine(char* out, size_t size, const char* fmt, va_list ap) {
+    if (size == 0) {
+        return formatBounded(out, size, fmt, ap);
+    }
+    // Written straight on while every piece fits; the first that does not starts over, cutting.
+    va_list args;
+    va_copy(args, ap);
+    char* at = out;
+    char* const last = out + size - 1;  // the room ends here, where the NUL goes at the latest
+    for (const char* p = fmt;;) {
+        const char* percent = strchrnul(p, '%');
+        size_t length = static_cast<size_t>(percent - p);
+        if (length > static_cast<size_t>(last - at)) {
+            break;
+        }
+        memcpy(at, p, length);
+        at += length;
+        if (*percent == '\0') {
+            va_end(args);
+            *at = '\0';
+            return static_cast<int>(at - out);
+        }
+        p = percent + 1;
+        // Plain %s and %d make up nearly every conversion the service's lines hold.
+        if (*p == 's') {
+            const char* text = va_arg(args, const char*);
+            if (text == nullptr) {
+                text = "(null)";
+            }
+            length = strlen(text);
+            if (length > static_cast<size_t>(last - at)) {
+                break;
+            }
+            memcpy(at, text, length);
+            at += length;
+            ++p;
+            continue;
+        }
+        if (*p == 'd') {
+            char buffer[16];
+            char* end = buffer + sizeof buffer;
+            const char* start = decimal(va_arg(args, int), end);
+            if (end - start > last - at) {
+                break;
+            }
+            while (start < end) {
+                *at++ = *start++;
+            }
+            ++p;
+            continue;
+        }
+        Spec spec;
+        if (!readSpec(p, spec)) {
+            // Nothing has been taken from ap itself.
+            va_end(args);
+            return vsnprintf(out, size, fmt, ap);
+        }
+        const size_t room = static_cast<size_t>(last - at);
+        Output piece(at, room + 1);
+        writeConversion(piece, spec, args);
+        length = piece.finish();
+        if (length > room) {
+            break;
+        }
+        at += length;
+        ++p;
+    }
+    va_end(args);
+    return formatBounded(out, size, fmt, ap);
 }
 
 }  // namespace ipc_platform
