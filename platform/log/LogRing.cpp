@@ -28,7 +28,8 @@ LogRing::LogRing(size_t capacity)
       m_mask(m_capacity - 1) {}
 
 bool LogRing::push(const LogRecordHeader& header, const char* tag, const char* text) {
-    const uint64_t size = sizeof header + uint64_t{header.tagLength} + header.textLength;
+    const uint64_t size =
+        sizeof header + uint64_t{header.tagLength} + kSeparatorBytes + header.textLength;
     bool stored = false;
     bool wake = false;
     {
@@ -52,8 +53,13 @@ bool LogRing::push(const LogRecordHeader& header, const char* tag, const char* t
             }
             at = m_buffer.get() + ((m_head + skip) & m_mask);
             std::memcpy(at, &header, sizeof header);
-            std::memcpy(at + sizeof header, tag, header.tagLength);
-            std::memcpy(at + sizeof header + header.tagLength, text, header.textLength);
+            at += sizeof header;
+            std::memcpy(at, tag, header.tagLength);
+            at += header.tagLength;
+            *at++ = ':';
+            *at++ = ' ';
+            std::memcpy(at, text, header.textLength);
+            at[header.textLength] = '\n';
             m_head += skip + size;
         } else {
             ++(header.toOutput ? m_droppedOutput : m_droppedRecent);
@@ -106,8 +112,8 @@ bool LogRing::take(Batch& batch) {
             continue;
         }
         line.tag = m_buffer.get() + offset + sizeof line.header;
-        line.text = line.tag + line.header.tagLength;
-        at += sizeof line.header + line.header.tagLength + line.header.textLength;
+        line.text = line.tag + line.header.tagLength + 2;
+        at += sizeof line.header + line.header.tagLength + kSeparatorBytes + line.header.textLength;
         batch.lines.push_back(line);
     }
     batch.end = at;

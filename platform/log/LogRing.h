@@ -11,7 +11,8 @@
 
 namespace ipc_platform {
 
-// What travels with each line through the ring; the tag and the text follow it.
+// What travels with each line through the ring; the tag and the text follow it as the line ends
+// when written out, "TAG: text\n", so that the writer copies them in one piece.
 struct LogRecordHeader {
     uint32_t tagLength = 0;
     uint32_t textLength = 0;
@@ -31,12 +32,14 @@ struct LogRecordHeader {
 class LogRing {
 public:
     // One line of a batch; tag and text point into the ring, valid until the batch is marked
-    // written.
+    // written. From tag on, the line's end as written out: "TAG: text\n".
     struct Line {
         LogRecordHeader header;
         const char* tag;
         const char* text;
     };
+    // The bytes of "TAG: text\n" besides the tag and the text.
+    static constexpr size_t kSeparatorBytes = 3;
     // What one take hands over: the lines pushed since the previous take, in order, and how many
     // were dropped meanwhile (those meant for the output; lines only kept as recent apart).
     struct Batch {

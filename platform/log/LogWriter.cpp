@@ -71,30 +71,28 @@ void LogWriter::stop() {
     }
 }
 
-size_t LogWriter::lineLength(bool journal, size_t tagLength, size_t textLength) {
-    return (journal ? 3 : 15) + tagLength + 2 + textLength + 1;
-}
-
-char* LogWriter::putLine(char* out, bool journal, Clock& clock, int priority, int64_t timeUs,
-                         const char* tag, size_t tagLength, const char* text, size_t textLength) {
-    // "HH:MM:SS.mmm L " (or "<N>" for the journal), the tag, ": ", the text, "\n".
-    char* p = out;
+char* LogWriter::putPrefix(char* out, bool journal, Prefix& prefix, int priority, int64_t timeUs) {
     if (journal) {
-        *p++ = '<';
-        *p++ = static_cast<char>('0' + syslogLevel(priority));
-        *p++ = '>';
-    } else {
-        // The time zone is looked up once a second only.
-        const int64_t second = timeUs / 1000000;
-        if (second != clock.second) {
+        out[0] = '<';
+        out[1] = static_cast<char>('0' + syslogLevel(priority));
+        out[2] = '>';
+        return out + 3;
+    }
+    // A busy service logs many lines within a millisecond.
+    const int64_t millisecond = timeUs / 1000;
+    if (millisecond != prefix.millisecond || priority != prefix.priority) {
+        const int64_t second = millisecond / 1000;
+        if (second != prefix.second) {
+            // The time zone is looked up once a second only.
             const time_t time = static_cast<time_t>(second);
             tm local{};
             localtime_r(&time, &local);
-            strftime(clock.text, sizeof clock.text, "%H:%M:%S", &local);
-            clock.second = second;
+            strftime(prefix.clock, sizeof prefix.clock, "%H:%M:%S", &local);
+            prefix.second = second;
         }
-        const int millis = static_cast<int>(timeUs % 1000000 / 1000);
-        memcpy(p, clock.text, 8);
+        const int millis = static_cast<int>(millisecond - second * 1000);
+        char* p = prefix.text;
+        memcpy(p, prefix.clock, 8);
         p[8] = '.';
         p[9] = static_cast<char>('0' + millis / 100);
         p[10] = static_cast<char>('0' + millis / 10 % 10);
@@ -102,8 +100,17 @@ char* LogWriter::putLine(char* out, bool journal, Clock& clock, int priority, in
         p[12] = ' ';
         p[13] = levelLetter(priority);
         p[14] = ' ';
-        p += 15;
+        prefix.millisecond = millisecond;
+        prefix.priority = priority;
     }
+    memcpy(out, prefix.text, kPrefixLength);
+    return out + kPrefixLength;
+}
+
+char* LogWriter::putLine(char* out, bool journal, Prefix& prefix, int priority, int64_t timeUs,
+                         const char* tag, size_t tagLength, const char* text, size_t textLength) {
+    // The prefix, then "TAG: text\n" as the ring holds it.
+    char* p = putPrefix(out, journal, prefix, priority, timeUs);
     memcpy(p, tag, tagLength);
     p += tagLength;
     *p++ = ':';
@@ -126,11 +133,8 @@ void LogWriter::writeAll(int fd, const char* text, size_t length) {
     }
 }
 
-char* LogWriter::_room(size_t used, size_t length) {
-    if (m_out.size() - used < length) {
-        m_out.resize(std::max(m_out.size() * 2, used + length));
-    }
-    return m_out.data() + used;
+void LogWriter::_grow(size_t size) {
+    m_out.resize(std::max(m_out.size() * 2, size));
 }
 
 void LogWriter::_run() {
@@ -151,11 +155,12 @@ void LogWriter::_run() {
             const LogRing::Line& line = batch.lines[i];
             const LogRecordHeader& header = line.header;
             if (header.toOutput) {
-                char* at = _room(used, lineLength(m_journal, header.tagLength, header.textLength));
-                used = static_cast<size_t>(putLine(at, m_journal, m_clock, header.priority,
-                                                   header.timeUs, line.tag, header.tagLength,
-                                                   line.text, header.textLength) -
-                                           m_out.data());
+                // The ring holds the line's end as it is written out.
+                const size_t end = header.tagLength + LogRing::kSeparatorBytes + header.textLength;
+                char* at = _room(used, kPrefixLength + end);
+                at = putPrefix(at, m_journal, m_prefix, header.priority, header.timeUs);
+                memcpy(at, line.tag, end);
+                used = static_cast<size_t>(at + end - m_out.data());
             }
             if (recent && i >= firstRecent) {
                 recent->add(header.priority, header.timeUs, line.tag, header.tagLength, line.text,
@@ -171,7 +176,7 @@ void LogWriter::_run() {
                 const size_t length = static_cast<size_t>(snprintf(
                     text, sizeof text, "%" PRIu64 " log lines dropped", batch.droppedOutput));
                 char* at = _room(used, lineLength(m_journal, sizeof kLogTag - 1, length));
-                used = static_cast<size_t>(putLine(at, m_journal, m_clock, DLOG_WARN, timeUs,
+                used = static_cast<size_t>(putLine(at, m_journal, m_prefix, DLOG_WARN, timeUs,
                                                    kLogTag, sizeof kLogTag - 1, text, length) -
                                            m_out.data());
             }

@@ -36,15 +36,23 @@ public:
     void stop();
     bool isWriterThread() const { return std::this_thread::get_id() == m_thread.get_id(); }
 
-    // The clock part of a line's time ("HH:MM:SS"), made again only when the second changes.
-    struct Clock {
+    // What the lines of one millisecond and level start with ("HH:MM:SS.mmm L " or "<N>"), made
+    // again only when those change; the clock part ("HH:MM:SS") only when the second does.
+    struct Prefix {
         int64_t second = -1;
-        char text[9] = "";
+        char clock[9] = "";
+        int64_t millisecond = -1;
+        int priority = -1;
+        char text[16] = "";
     };
-    // The length of one line as written, and the line itself written at out (also for lines
-    // written directly, at exit); returns its end.
-    static size_t lineLength(bool journal, size_t tagLength, size_t textLength);
-    static char* putLine(char* out, bool journal, Clock& clock, int priority, int64_t timeUs,
+    static constexpr size_t kPrefixLength = 15;  // 3 for the journal
+    static size_t lineLength(bool journal, size_t tagLength, size_t textLength) {
+        return (journal ? 3 : kPrefixLength) + tagLength + LogRing::kSeparatorBytes + textLength;
+    }
+    // Writes a line's prefix at out; returns its end.
+    static char* putPrefix(char* out, bool journal, Prefix& prefix, int priority, int64_t timeUs);
+    // Writes one line at out (also for lines written directly, at exit); returns its end.
+    static char* putLine(char* out, bool journal, Prefix& prefix, int priority, int64_t timeUs,
                          const char* tag, size_t tagLength, const char* text, size_t textLength);
     // Writes all of text to fd unless the descriptor fails.
     static void writeAll(int fd, const char* text, size_t length);
@@ -52,13 +60,19 @@ public:
 private:
     void _run();
     // m_out with room for length bytes after the first used ones.
-    char* _room(size_t used, size_t length);
+    char* _room(size_t used, size_t length) {
+        if (m_out.size() - used < length) {
+            _grow(used + length);
+        }
+        return m_out.data() + used;
+    }
+    void _grow(size_t size);
 
     LogRing& m_ring;
     const int m_fd;
     const bool m_journal;
     RecentLines* const m_recent;
-    Clock m_clock;            // the thread's own
+    Prefix m_prefix;          // the thread's own
     std::vector<char> m_out;  // the thread's own: a batch's lines, grown to the longest batch
     std::thread m_thread;
 };

@@ -100,8 +100,8 @@ void queueLine(log_priority prio, const char* tag, const char* text, size_t text
         if (toOutput) {
             const bool journal = stderrIsJournal();
             std::string line(LogWriter::lineLength(journal, tagLength, textLength), '\0');
-            LogWriter::Clock clock;
-            LogWriter::putLine(line.data(), journal, clock, prio, timeUs, tag, tagLength, text,
+            LogWriter::Prefix prefix;
+            LogWriter::putLine(line.data(), journal, prefix, prio, timeUs, tag, tagLength, text,
                                textLength);
             LogWriter::writeAll(STDERR_FILENO, line.data(), line.size());
         }

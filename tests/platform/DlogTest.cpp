@@ -236,8 +236,8 @@ TEST(LogRingTest, LinesThatDoNotFitBeforeTheEndStartAtTheBeginning) {
     };
     ASSERT_TRUE(push(300, 'a'));
     EXPECT_EQ(std::string(300, 'a') + "|", takeAll());
-    ASSERT_TRUE(push(600, 'b'));  // the room left before the end is skipped
-    ASSERT_TRUE(push(100, 'c'));
+    ASSERT_TRUE(push(600, 'b'));
+    ASSERT_TRUE(push(100, 'c'));  // the room left before the end is skipped
     EXPECT_FALSE(push(500, 'd'));  // would need the room the first line still holds
     EXPECT_EQ(std::string(600, 'b') + "|" + std::string(100, 'c') + "|", takeAll());
     ASSERT_TRUE(push(900, 'e'));  // more than is left before the end, but the ring is empty
