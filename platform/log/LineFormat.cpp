@@ -146,11 +146,21 @@ char* digits(uintmax_t value, unsigned base, bool upper, char* end) {
 char* decimal(int value, char* end) {
     unsigned magnitude =
         value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
+    static constexpr char kPairs[] =
+        "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+        "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+        "8081828384858687888990919293949596979899";
     char* start = end;
-    do {
-        *--start = static_cast<char>('0' + magnitude % 10);
-        magnitude /= 10;
-    } while (magnitude != 0);
+    // Two digits at a time.
+    while (magnitude >= 10) {
+        const unsigned pair = magnitude % 100 * 2;
+        magnitude /= 100;
+        *--start = kPairs[pair + 1];
+        *--start = kPairs[pair];
+    }
+    if (magnitude > 0 || start == end) {
+        *--start = static_cast<char>('0' + magnitude);
+    }
     if (value < 0) {
         *--start = '-';
     }
