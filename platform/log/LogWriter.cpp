@@ -49,29 +49,8 @@ int syslogLevel(int priority) {
     }
 }
 
-}  // namespace
-
-LogWriter::LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent)
-    : m_ring(ring), m_fd(fd), m_journal(journal), m_recent(recent) {}
-
-LogWriter::~LogWriter() {
-    stop();
-}
-
-void LogWriter::start() {
-    if (!m_thread.joinable()) {
-        m_thread = std::thread([this] { _run(); });
-    }
-}
-
-void LogWriter::stop() {
-    if (m_thread.joinable()) {
-        m_ring.stop();
-        m_thread.join();
-    }
-}
-
-char* LogWriter::putPrefix(char* out, bool journal, Prefix& prefix, int priority, int64_t timeUs) {
+// Writes a line's prefix at out; returns its end.
+char* putPrefix(char* out, bool journal, LogWriter::Prefix& prefix, int priority, int64_t timeUs) {
     if (journal) {
         out[0] = '<';
         out[1] = static_cast<char>('0' + syslogLevel(priority));
@@ -103,8 +82,30 @@ char* LogWriter::putPrefix(char* out, bool journal, Prefix& prefix, int priority
         prefix.millisecond = millisecond;
         prefix.priority = priority;
     }
-    memcpy(out, prefix.text, kPrefixLength);
-    return out + kPrefixLength;
+    memcpy(out, prefix.text, LogWriter::kPrefixLength);
+    return out + LogWriter::kPrefixLength;
+}
+
+}  // namespace
+
+LogWriter::LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent)
+    : m_ring(ring), m_fd(fd), m_journal(journal), m_recent(recent) {}
+
+LogWriter::~LogWriter() {
+    stop();
+}
+
+void LogWriter::start() {
+    if (!m_thread.joinable()) {
+        m_thread = std::thread([this] { _run(); });
+    }
+}
+
+void LogWriter::stop() {
+    if (m_thread.joinable()) {
+        m_ring.stop();
+        m_thread.join();
+    }
 }
 
 char* LogWriter::putLine(char* out, bool journal, Prefix& prefix, int priority, int64_t timeUs,

@@ -49,8 +49,6 @@ public:
     static size_t lineLength(bool journal, size_t tagLength, size_t textLength) {
         return (journal ? 3 : kPrefixLength) + tagLength + LogRing::kSeparatorBytes + textLength;
     }
-    // Writes a line's prefix at out; returns its end.
-    static char* putPrefix(char* out, bool journal, Prefix& prefix, int priority, int64_t timeUs);
     // Writes one line at out (also for lines written directly, at exit); returns its end.
     static char* putLine(char* out, bool journal, Prefix& prefix, int priority, int64_t timeUs,
                          const char* tag, size_t tagLength, const char* text, size_t textLength);
