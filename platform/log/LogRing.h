@@ -9,6 +9,8 @@
 #include <mutex>
 #include <vector>
 
+#include "RingLock.h"
+
 namespace ipc_platform {
 
 // What travels with each line through the ring; the tag and the text follow it as the line ends
@@ -78,7 +80,7 @@ public:
     size_t capacity() const { return m_capacity; }
 
 private:
-    // Needs m_mutex.
+    // Needs m_lock.
     bool _isWrittenUpTo(uint64_t target) const;
 
     const size_t m_capacity;
@@ -88,11 +90,11 @@ private:
     // Protects the positions, the counters and the flags below. The bytes between m_tail and
     // m_head are lines not yet written; those of a batch belong to the taker from the take that
     // hands them over until markWritten.
-    std::mutex m_mutex;
-    std::condition_variable m_queued;   // the taker waits for lines
-    std::condition_variable m_written;  // waitForWritten waits for the taker
-    uint64_t m_head = 0;                // where the next line goes
-    uint64_t m_tail = 0;                // the first byte not yet written
+    RingLock m_lock;
+    std::condition_variable_any m_queued;   // the taker waits for lines
+    std::condition_variable_any m_written;  // waitForWritten waits for the taker
+    uint64_t m_head = 0;                    // where the next line goes
+    uint64_t m_tail = 0;                    // the first byte not yet written
     uint64_t m_droppedOutput = 0;
     uint64_t m_droppedRecent = 0;
     bool m_batchOut = false;  // taken and not yet marked written
