@@ -9,9 +9,6 @@ namespace ipc_platform {
 
 namespace {
 
-// A header with this tag length only says that the rest of the buffer is skipped.
-constexpr uint32_t kSkipToStart = UINT32_MAX;
-
 size_t powerOfTwoAtLeast(size_t value) {
     size_t result = 64;
     while (result < value) {
@@ -75,7 +72,6 @@ bool LogRing::push(const LogRecordHeader& header, const char* tag, const char* t
 }
 
 bool LogRing::take(Batch& batch) {
-    batch.lines.clear();
     uint64_t begin = 0;
     uint64_t head = 0;
     {
@@ -96,27 +92,9 @@ bool LogRing::take(Batch& batch) {
         m_droppedRecent = 0;
         m_batchOut = true;
     }
-    // The bytes up to head stay as they are until markWritten, so they are read in place without
-    // the lock. A batch stops at about kMaxBatchBytes so that room comes back while a long backlog
-    // is written.
-    uint64_t at = begin;
-    while (at < head && (at == begin || at - begin < kMaxBatchBytes)) {
-        const size_t offset = at & m_mask;
-        const size_t toEnd = m_capacity - offset;
-        Line line{};
-        if (toEnd >= sizeof line.header) {
-            std::memcpy(&line.header, m_buffer.get() + offset, sizeof line.header);
-        }
-        if (toEnd < sizeof line.header || line.header.tagLength == kSkipToStart) {
-            at += toEnd;
-            continue;
-        }
-        line.tag = m_buffer.get() + offset + sizeof line.header;
-        line.text = line.tag + line.header.tagLength + 2;
-        at += sizeof line.header + line.header.tagLength + kSeparatorBytes + line.header.textLength;
-        batch.lines.push_back(line);
-    }
-    batch.end = at;
+    batch.begin = begin;
+    batch.head = head;
+    batch.end = begin;
     return true;
 }
 

@@ -5,9 +5,9 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "RingLock.h"
 
@@ -42,13 +42,14 @@ public:
     };
     // The bytes of "TAG: text\n" besides the tag and the text.
     static constexpr size_t kSeparatorBytes = 3;
-    // What one take hands over: the lines pushed since the previous take, in order, and how many
-    // were dropped meanwhile (those meant for the output; lines only kept as recent apart).
+    // What one take hands over: the lines pushed before it, read one by one with next(), and how
+    // many were dropped meanwhile (those meant for the output; lines only kept as recent apart).
     struct Batch {
-        std::vector<Line> lines;
         uint64_t droppedOutput = 0;
         uint64_t droppedRecent = 0;
-        uint64_t end = 0;  // the position to hand to markWritten once the batch is out
+        uint64_t begin = 0;
+        uint64_t head = 0;  // the end of the lines queued at the take
+        uint64_t end = 0;   // how far next() has read: the position to hand to markWritten
     };
 
     // A take hands over about this much at most (at least one line).
@@ -63,8 +64,31 @@ public:
     bool push(const LogRecordHeader& header, const char* tag, const char* text);
 
     // Waits until lines are queued or a drop is to be reported (or stop() was called), then hands
-    // over the oldest lines (about kMaxBatchBytes). False once stopped with nothing left.
+    // them over. False once stopped with nothing left.
     bool take(Batch& batch);
+    // The batch's next line, where it lies in the ring; false after its last (the last queued at
+    // the take, or the one that passes kMaxBatchBytes, so that room comes back while a long
+    // backlog is written). No lock: the bytes of a batch stay as they are until markWritten.
+    bool next(Batch& batch, Line& line) const {
+        while (batch.end < batch.head &&
+               (batch.end == batch.begin || batch.end - batch.begin < kMaxBatchBytes)) {
+            const size_t offset = batch.end & m_mask;
+            const size_t toEnd = m_capacity - offset;
+            if (toEnd >= sizeof line.header) {
+                std::memcpy(&line.header, m_buffer.get() + offset, sizeof line.header);
+            }
+            if (toEnd < sizeof line.header || line.header.tagLength == kSkipToStart) {
+                batch.end += toEnd;
+                continue;
+            }
+            line.tag = m_buffer.get() + offset + sizeof line.header;
+            line.text = line.tag + line.header.tagLength + 2;
+            batch.end += sizeof line.header + line.header.tagLength + kSeparatorBytes +
+                         line.header.textLength;
+            return true;
+        }
+        return false;
+    }
     // Everything up to end (a batch's end) has been written: its room is free again, and
     // waitForWritten wakes.
     void markWritten(uint64_t end);
@@ -80,6 +104,9 @@ public:
     size_t capacity() const { return m_capacity; }
 
 private:
+    // A header with this tag length only says that the rest of the buffer is skipped.
+    static constexpr uint32_t kSkipToStart = UINT32_MAX;
+
     // Needs m_lock.
     bool _isWrittenUpTo(uint64_t target) const;
 

@@ -143,17 +143,14 @@ void LogWriter::_run() {
     LogRing::Batch batch;
     while (m_ring.take(batch)) {
         size_t used = 0;
-        // Of a long batch only the newest lines can stay among the recent ones.
-        const size_t firstRecent = m_recent != nullptr && batch.lines.size() > m_recent->capacity()
-                                       ? batch.lines.size() - m_recent->capacity()
-                                       : 0;
+        size_t lines = 0;
+        // Of a backlog longer than the recent lines hold only the newest stay there; a batch is
+        // short enough to add them all.
         std::optional<RecentLines::Batch> recent;
         if (m_recent != nullptr) {
             recent.emplace(*m_recent);
-            recent->skip(firstRecent);
         }
-        for (size_t i = 0; i < batch.lines.size(); ++i) {
-            const LogRing::Line& line = batch.lines[i];
+        for (LogRing::Line line; m_ring.next(batch, line); ++lines) {
             const LogRecordHeader& header = line.header;
             if (header.toOutput) {
                 // The ring holds the line's end as it is written out.
@@ -163,7 +160,7 @@ void LogWriter::_run() {
                 memcpy(at, line.tag, end);
                 used = static_cast<size_t>(at + end - m_out.data());
             }
-            if (recent && i >= firstRecent) {
+            if (recent) {
                 recent->add(header.priority, header.timeUs, line.tag, header.tagLength, line.text,
                             header.textLength);
             }
@@ -191,7 +188,7 @@ void LogWriter::_run() {
         recent.reset();
         writeAll(m_fd, m_out.data(), used);
         m_ring.markWritten(batch.end);
-        if (m_recent != nullptr && (!batch.lines.empty() || lost > 0)) {
+        if (m_recent != nullptr && (lines > 0 || lost > 0)) {
             m_recent->notifyListener();
         }
         // A busy service logs a few lines at a time: left awake for a moment, this thread finds

@@ -36,8 +36,6 @@ public:
                  size_t textLength) {
             m_recent._add(priority, timeUs, tag, tagLength, text, textLength);
         }
-        // Counts lines that are not kept (older ones of a run longer than the capacity).
-        void skip(uint64_t count) { m_recent.m_lastSequence += count; }
 
     private:
         RecentLines& m_recent;

@@ -228,7 +228,7 @@ TEST(LogRingTest, LinesThatDoNotFitBeforeTheEndStartAtTheBeginning) {
         std::string texts;
         LogRing::Batch batch;
         ring.take(batch);
-        for (const LogRing::Line& line : batch.lines) {
+        for (LogRing::Line line; ring.next(batch, line);) {
             texts += std::string(line.text, line.header.textLength) + "|";
         }
         ring.markWritten(batch.end);
@@ -237,15 +237,17 @@ TEST(LogRingTest, LinesThatDoNotFitBeforeTheEndStartAtTheBeginning) {
     ASSERT_TRUE(push(300, 'a'));
     EXPECT_EQ(std::string(300, 'a') + "|", takeAll());
     ASSERT_TRUE(push(600, 'b'));
-    ASSERT_TRUE(push(100, 'c'));  // the room left before the end is skipped
+    ASSERT_TRUE(push(100, 'c'));   // the room left before the end is skipped
     EXPECT_FALSE(push(500, 'd'));  // would need the room the first line still holds
     EXPECT_EQ(std::string(600, 'b') + "|" + std::string(100, 'c') + "|", takeAll());
     ASSERT_TRUE(push(900, 'e'));  // more than is left before the end, but the ring is empty
     EXPECT_FALSE(push(2000, 'f'));
     LogRing::Batch batch;
+    LogRing::Line line;
     ASSERT_TRUE(ring.take(batch));
-    ASSERT_EQ(1u, batch.lines.size());
-    EXPECT_EQ(std::string(900, 'e'), std::string(batch.lines[0].text, 900));
+    ASSERT_TRUE(ring.next(batch, line));
+    EXPECT_EQ(std::string(900, 'e'), std::string(line.text, line.header.textLength));
+    EXPECT_FALSE(ring.next(batch, line));
     EXPECT_EQ(1u, batch.droppedOutput);  // the longer one; the other went with the batch before
 }
 
