@@ -111,18 +111,20 @@ uint64_t RecentLines::lastSequence() const {
 }
 
 void RecentLines::setListener(std::function<void()> listener) {
+    auto shared =
+        listener ? std::make_shared<const std::function<void()>>(std::move(listener)) : nullptr;
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_listener = std::move(listener);
+    m_listener = std::move(shared);
 }
 
 void RecentLines::notifyListener() const {
-    std::function<void()> listener;
+    std::shared_ptr<const std::function<void()>> listener;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         listener = m_listener;
     }
     if (listener) {
-        listener();
+        (*listener)();
     }
 }
 

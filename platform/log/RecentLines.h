@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -88,7 +89,8 @@ private:
     std::vector<char> m_bytes;  // a power of two in size
     uint64_t m_bytesHead = 0;   // where the next line's tag goes
     uint64_t m_lastSequence = 0;
-    std::function<void()> m_listener;
+    // Shared with a notifyListener that calls it outside the lock.
+    std::shared_ptr<const std::function<void()>> m_listener;
 };
 
 // The recent lines of the process's log (dlog_print): every line at or above info, or at or
