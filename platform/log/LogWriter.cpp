@@ -49,8 +49,34 @@ int syslogLevel(int priority) {
     }
 }
 
+// Makes the prefix of lines of this millisecond and level.
+void remakePrefix(LogWriter::Prefix& prefix, int64_t millisecond, int priority) {
+    const int64_t second = millisecond / 1000;
+    if (second != prefix.second) {
+        // The time zone is looked up once a second only.
+        const time_t time = static_cast<time_t>(second);
+        tm local{};
+        localtime_r(&time, &local);
+        strftime(prefix.clock, sizeof prefix.clock, "%H:%M:%S", &local);
+        prefix.second = second;
+    }
+    const int millis = static_cast<int>(millisecond - second * 1000);
+    char* p = prefix.text;
+    memcpy(p, prefix.clock, 8);
+    p[8] = '.';
+    p[9] = static_cast<char>('0' + millis / 100);
+    p[10] = static_cast<char>('0' + millis / 10 % 10);
+    p[11] = static_cast<char>('0' + millis % 10);
+    p[12] = ' ';
+    p[13] = levelLetter(priority);
+    p[14] = ' ';
+    prefix.millisecond = millisecond;
+    prefix.priority = priority;
+}
+
 // Writes a line's prefix at out; returns its end.
-char* putPrefix(char* out, bool journal, LogWriter::Prefix& prefix, int priority, int64_t timeUs) {
+inline char* putPrefix(char* out, bool journal, LogWriter::Prefix& prefix, int priority,
+                       int64_t timeUs) {
     if (journal) {
         out[0] = '<';
         out[1] = static_cast<char>('0' + syslogLevel(priority));
@@ -60,27 +86,7 @@ char* putPrefix(char* out, bool journal, LogWriter::Prefix& prefix, int priority
     // A busy service logs many lines within a millisecond.
     const int64_t millisecond = timeUs / 1000;
     if (millisecond != prefix.millisecond || priority != prefix.priority) {
-        const int64_t second = millisecond / 1000;
-        if (second != prefix.second) {
-            // The time zone is looked up once a second only.
-            const time_t time = static_cast<time_t>(second);
-            tm local{};
-            localtime_r(&time, &local);
-            strftime(prefix.clock, sizeof prefix.clock, "%H:%M:%S", &local);
-            prefix.second = second;
-        }
-        const int millis = static_cast<int>(millisecond - second * 1000);
-        char* p = prefix.text;
-        memcpy(p, prefix.clock, 8);
-        p[8] = '.';
-        p[9] = static_cast<char>('0' + millis / 100);
-        p[10] = static_cast<char>('0' + millis / 10 % 10);
-        p[11] = static_cast<char>('0' + millis % 10);
-        p[12] = ' ';
-        p[13] = levelLetter(priority);
-        p[14] = ' ';
-        prefix.millisecond = millisecond;
-        prefix.priority = priority;
+        remakePrefix(prefix, millisecond, priority);
     }
     memcpy(out, prefix.text, LogWriter::kPrefixLength);
     return out + LogWriter::kPrefixLength;
