@@ -213,6 +213,43 @@ TEST(LogRingTest, ManyWritersLoseNoLineSilentlyAndNeverTearOne) {
     EXPECT_EQ(lineCount, recent.lines(DLOG_DEBUG).size());
 }
 
+// Lines of one millisecond share their prefix: a line of another level or millisecond in between
+// gets its own. Under the journal the prefix is the syslog level alone.
+TEST(LogWriterTest, EachLineGetsItsOwnLevelAndTime) {
+    auto written = [](bool journal) {
+        int fds[2];
+        EXPECT_EQ(0, pipe(fds));
+        LogRing ring(4096);
+        LogWriter writer(ring, fds[1], journal, nullptr);
+        const std::pair<int, int64_t> lines[] = {{DLOG_INFO, 1'000'000},
+                                                 {DLOG_WARN, 1'000'400},
+                                                 {DLOG_WARN, 1'001'000},
+                                                 {DLOG_ERROR, 1'001'999}};
+        for (const auto& [priority, timeUs] : lines) {
+            ipc_platform::LogRecordHeader header;
+            header.tagLength = 3;
+            header.textLength = 1;
+            header.timeUs = timeUs;
+            header.priority = static_cast<uint8_t>(priority);
+            ring.push(header, "TAG", "x");
+        }
+        writer.start();
+        writer.stop();
+        close(fds[1]);
+        char buffer[512];
+        const ssize_t count = read(fds[0], buffer, sizeof buffer);
+        close(fds[0]);
+        return std::string(buffer, count > 0 ? static_cast<size_t>(count) : 0);
+    };
+    const std::string plain = written(false);
+    EXPECT_TRUE(std::regex_match(plain, std::regex(R"(\d\d:\d\d:01\.000 I TAG: x\n)"
+                                                   R"(\d\d:\d\d:01\.000 W TAG: x\n)"
+                                                   R"(\d\d:\d\d:01\.001 W TAG: x\n)"
+                                                   R"(\d\d:\d\d:01\.001 E TAG: x\n)")))
+        << plain;
+    EXPECT_EQ("<6>TAG: x\n<4>TAG: x\n<4>TAG: x\n<3>TAG: x\n", written(true));
+}
+
 // Lines are never split at the ring's end: one that does not fit before it starts at the
 // beginning, and one longer than the room left there fits as soon as the ring is empty.
 TEST(LogRingTest, LinesThatDoNotFitBeforeTheEndStartAtTheBeginning) {
