@@ -82,7 +82,7 @@ public:
                 continue;
             }
             line.tag = m_buffer.get() + offset + sizeof line.header;
-            line.text = line.tag + line.header.tagLength + 2;
+            line.text = line.tag + line.header.tagLength + 2;  // after "TAG: "
             batch.end += sizeof line.header + line.header.tagLength + kSeparatorBytes +
                          line.header.textLength;
             return true;
