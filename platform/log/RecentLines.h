@@ -47,7 +47,6 @@ public:
              size_t textLength) {
         Batch(*this).add(priority, timeUs, tag, tagLength, text, textLength);
     }
-    size_t capacity() const { return m_capacity; }
     // The lines at or above minPriority, oldest first.
     std::vector<Entry> lines(int minPriority) const;
     // The sequence number of the latest line; 0 before the first.
