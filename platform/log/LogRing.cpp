@@ -30,7 +30,7 @@ bool LogRing::push(const LogRecordHeader& header, const char* tag, const char* t
     bool stored = false;
     bool wake = false;
     {
-        std::lock_guard<RingLock> lock(m_lock);
+        std::lock_guard<std::mutex> lock(m_mutex);
         size_t toEnd = m_capacity - (m_head & m_mask);
         if (toEnd < size && m_head == m_tail) {
             // Empty: the line may as well start at the beginning.
@@ -75,7 +75,7 @@ bool LogRing::take(Batch& batch) {
     uint64_t begin = 0;
     uint64_t head = 0;
     {
-        std::unique_lock<RingLock> lock(m_lock);
+        std::unique_lock<std::mutex> lock(m_mutex);
         while (m_head == m_tail && m_droppedOutput == 0 && m_droppedRecent == 0 && !m_stopped) {
             m_takerSleeping = true;
             m_queued.wait(lock);
@@ -100,7 +100,7 @@ bool LogRing::take(Batch& batch) {
 
 void LogRing::markWritten(uint64_t end) {
     {
-        std::lock_guard<RingLock> lock(m_lock);
+        std::lock_guard<std::mutex> lock(m_mutex);
         // A push into the empty ring may have moved the tail past a batch of drop counts only.
         m_tail = std::max(m_tail, end);
         m_batchOut = false;
@@ -109,14 +109,14 @@ void LogRing::markWritten(uint64_t end) {
 }
 
 void LogRing::waitForWritten() {
-    std::unique_lock<RingLock> lock(m_lock);
+    std::unique_lock<std::mutex> lock(m_mutex);
     const uint64_t target = m_head;
     m_written.wait(lock, [&] { return _isWrittenUpTo(target); });
 }
 
 bool LogRing::waitForWrittenFor(std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
-    std::unique_lock<RingLock> lock(m_lock, std::defer_lock);
+    std::unique_lock<std::mutex> lock(m_mutex, std::defer_lock);
     while (!lock.try_lock()) {
         if (std::chrono::steady_clock::now() >= deadline) {
             return false;
@@ -129,7 +129,7 @@ bool LogRing::waitForWrittenFor(std::chrono::milliseconds limit) {
 
 void LogRing::stop() {
     {
-        std::lock_guard<RingLock> lock(m_lock);
+        std::lock_guard<std::mutex> lock(m_mutex);
         m_stopped = true;
     }
     m_queued.notify_all();

@@ -9,8 +9,6 @@
 #include <memory>
 #include <mutex>
 
-#include "RingLock.h"
-
 namespace ipc_platform {
 
 // What travels with each line through the ring; the tag and the text follow it as the line ends
@@ -107,7 +105,7 @@ private:
     // A header with this tag length only says that the rest of the buffer is skipped.
     static constexpr uint32_t kSkipToStart = UINT32_MAX;
 
-    // Needs m_lock.
+    // Needs m_mutex.
     bool _isWrittenUpTo(uint64_t target) const;
 
     const size_t m_capacity;
@@ -117,11 +115,11 @@ private:
     // Protects the positions, the counters and the flags below. The bytes between m_tail and
     // m_head are lines not yet written; those of a batch belong to the taker from the take that
     // hands them over until markWritten.
-    RingLock m_lock;
-    std::condition_variable_any m_queued;   // the taker waits for lines
-    std::condition_variable_any m_written;  // waitForWritten waits for the taker
-    uint64_t m_head = 0;                    // where the next line goes
-    uint64_t m_tail = 0;                    // the first byte not yet written
+    std::mutex m_mutex;
+    std::condition_variable m_queued;   // the taker waits for lines
+    std::condition_variable m_written;  // waitForWritten waits for the taker
+    uint64_t m_head = 0;                // where the next line goes
+    uint64_t m_tail = 0;                // the first byte not yet written
     uint64_t m_droppedOutput = 0;
     uint64_t m_droppedRecent = 0;
     bool m_batchOut = false;  // taken and not yet marked written
