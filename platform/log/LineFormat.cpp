@@ -93,11 +93,16 @@ public:
         m_used += length;
     }
     void fill(char c, size_t count) {
-        for (size_t i = 0; i < count; ++i) {
-            put(&c, 1);
+        if (m_used < m_room) {
+            memset(m_out + m_used, c, count < m_room - m_used ? count : m_room - m_used);
         }
+        m_used += count;
     }
     void padded(const Spec& spec, const char* text, size_t length) {
+        if (spec.width <= length) {
+            put(text, length);
+            return;
+        }
         const size_t pad = spec.width > length ? spec.width - length : 0;
         if (spec.leftAlign) {
             put(text, length);
@@ -135,6 +140,31 @@ char* digits(uintmax_t value, unsigned base, bool upper, char* end) {
         value /= base;
     } while (value != 0);
     return p;
+}
+
+// An int in decimal at the end of buffer; returns where it starts.
+char* decimal(int value, char* end) {
+    unsigned magnitude =
+        value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
+    static constexpr char kPairs[] =
+        "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+        "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+        "8081828384858687888990919293949596979899";
+    char* start = end;
+    // Two digits at a time.
+    while (magnitude >= 10) {
+        const unsigned pair = magnitude % 100 * 2;
+        magnitude /= 100;
+        *--start = kPairs[pair + 1];
+        *--start = kPairs[pair];
+    }
+    if (magnitude > 0 || start == end) {
+        *--start = static_cast<char>('0' + magnitude);
+    }
+    if (value < 0) {
+        *--start = '-';
+    }
+    return start;
 }
 
 intmax_t signedArg(Length length, va_list& ap) {
@@ -235,20 +265,17 @@ void writeConversion(Output& output, const Spec& spec, va_list& ap) {
     }
 }
 
-}  // namespace
-
-int formatLine(char* out, size_t size, const char* fmt, va_list ap) {
+// The whole format with every piece cut to the room left: for a text that does not fit.
+int formatBounded(char* out, size_t size, const char* fmt, va_list ap) {
     va_list args;
     va_copy(args, ap);
     Output output(out, size);
-    const char* p = fmt;
-    while (*p != '\0') {
-        const char* percent = strchr(p, '%');
-        if (percent == nullptr) {
-            output.put(p, strlen(p));
+    for (const char* p = fmt;;) {
+        const char* percent = strchrnul(p, '%');
+        output.put(p, static_cast<size_t>(percent - p));
+        if (*percent == '\0') {
             break;
         }
-        output.put(p, static_cast<size_t>(percent - p));
         p = percent + 1;
         Spec spec;
         if (!readSpec(p, spec)) {
@@ -262,6 +289,79 @@ int formatLine(char* out, size_t size, const char* fmt, va_list ap) {
     va_end(args);
     const size_t length = output.finish();
     return length > static_cast<size_t>(INT32_MAX) ? -1 : static_cast<int>(length);
+}
+
+}  // namespace
+
+int formatLine(char* out, size_t size, const char* fmt, va_list ap) {
+    if (size == 0) {
+        return formatBounded(out, size, fmt, ap);
+    }
+    // Written straight on while every piece fits; the first that does not starts over, cutting.
+    va_list args;
+    va_copy(args, ap);
+    char* at = out;
+    char* const last = out + size - 1;  // the room ends here, where the NUL goes at the latest
+    for (const char* p = fmt;;) {
+        const char* percent = strchrnul(p, '%');
+        size_t length = static_cast<size_t>(percent - p);
+        if (length > static_cast<size_t>(last - at)) {
+            break;
+        }
+        memcpy(at, p, length);
+        at += length;
+        if (*percent == '\0') {
+            va_end(args);
+            *at = '\0';
+            return static_cast<int>(at - out);
+        }
+        p = percent + 1;
+        // Plain %s and %d make up nearly every conversion the service's lines hold.
+        if (*p == 's') {
+            const char* text = va_arg(args, const char*);
+            if (text == nullptr) {
+                text = "(null)";
+            }
+            length = strlen(text);
+            if (length > static_cast<size_t>(last - at)) {
+                break;
+            }
+            memcpy(at, text, length);
+            at += length;
+            ++p;
+            continue;
+        }
+        if (*p == 'd') {
+            char buffer[16];
+            char* end = buffer + sizeof buffer;
+            const char* start = decimal(va_arg(args, int), end);
+            if (end - start > last - at) {
+                break;
+            }
+            while (start < end) {
+                *at++ = *start++;
+            }
+            ++p;
+            continue;
+        }
+        Spec spec;
+        if (!readSpec(p, spec)) {
+            // Nothing has been taken from ap itself.
+            va_end(args);
+            return vsnprintf(out, size, fmt, ap);
+        }
+        const size_t room = static_cast<size_t>(last - at);
+        Output piece(at, room + 1);
+        writeConversion(piece, spec, args);
+        length = piece.finish();
+        if (length > room) {
+            break;
+        }
+        at += length;
+        ++p;
+    }
+    va_end(args);
+    return formatBounded(out, size, fmt, ap);
 }
 
 }  // namespace ipc_platform

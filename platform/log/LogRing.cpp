@@ -25,17 +25,39 @@ LogRing::LogRing(size_t capacity)
       m_mask(m_capacity - 1) {}
 
 bool LogRing::push(const LogRecordHeader& header, const char* tag, const char* text) {
-    const uint64_t size = sizeof header + uint64_t{header.tagLength} + header.textLength;
+    const uint64_t size =
+        sizeof header + uint64_t{header.tagLength} + kSeparatorBytes + header.textLength;
     bool stored = false;
     bool wake = false;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        stored = !m_stopped && size <= m_capacity - (m_head - m_tail);
+        size_t toEnd = m_capacity - (m_head & m_mask);
+        if (toEnd < size && m_head == m_tail) {
+            // Empty: the line may as well start at the beginning.
+            m_head += toEnd;
+            m_tail = m_head;
+            toEnd = m_capacity;
+        }
+        // A line that does not fit before the end goes to the beginning; the taker skips the rest.
+        const uint64_t skip = toEnd < size ? toEnd : 0;
+        stored = !m_stopped && skip + size <= m_capacity - (m_head - m_tail);
         if (stored) {
-            _copyIn(m_head, &header, sizeof header);
-            _copyIn(m_head + sizeof header, tag, header.tagLength);
-            _copyIn(m_head + sizeof header + header.tagLength, text, header.textLength);
-            m_head += size;
+            char* at = m_buffer.get() + (m_head & m_mask);
+            if (skip >= sizeof header) {
+                LogRecordHeader marker;
+                marker.tagLength = kSkipToStart;
+                std::memcpy(at, &marker, sizeof marker);
+            }
+            at = m_buffer.get() + ((m_head + skip) & m_mask);
+            std::memcpy(at, &header, sizeof header);
+            at += sizeof header;
+            std::memcpy(at, tag, header.tagLength);
+            at += header.tagLength;
+            *at++ = ':';
+            *at++ = ' ';
+            std::memcpy(at, text, header.textLength);
+            at[header.textLength] = '\n';
+            m_head += skip + size;
         } else {
             ++(header.toOutput ? m_droppedOutput : m_droppedRecent);
         }
@@ -50,8 +72,6 @@ bool LogRing::push(const LogRecordHeader& header, const char* tag, const char* t
 }
 
 bool LogRing::take(Batch& batch) {
-    batch.bytes.clear();
-    batch.lines.clear();
     uint64_t begin = 0;
     uint64_t head = 0;
     {
@@ -72,36 +92,17 @@ bool LogRing::take(Batch& batch) {
         m_droppedRecent = 0;
         m_batchOut = true;
     }
-    // The bytes up to head are this thread's until m_tail moves, so they are read without the
-    // lock. A batch stops at about kMaxBatchBytes so that room comes back while a long backlog
-    // is written and the copy stays small.
+    batch.begin = begin;
+    batch.head = head;
     batch.end = begin;
-    while (batch.end < head && (batch.end == begin || batch.end - begin < kMaxBatchBytes)) {
-        LogRecordHeader header;
-        _copyOut(batch.end, &header, sizeof header);
-        batch.end += sizeof header + header.tagLength + header.textLength;
-    }
-    batch.bytes.resize(batch.end - begin);
-    _copyOut(begin, batch.bytes.data(), batch.bytes.size());
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_tail = batch.end;
-    }
-    for (size_t offset = 0; offset < batch.bytes.size();) {
-        Line line{};
-        std::memcpy(&line.header, batch.bytes.data() + offset, sizeof line.header);
-        line.tag = batch.bytes.data() + offset + sizeof line.header;
-        line.text = line.tag + line.header.tagLength;
-        offset += sizeof line.header + line.header.tagLength + line.header.textLength;
-        batch.lines.push_back(line);
-    }
     return true;
 }
 
 void LogRing::markWritten(uint64_t end) {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_writtenUpTo = std::max(m_writtenUpTo, end);
+        // A push into the empty ring may have moved the tail past a batch of drop counts only.
+        m_tail = std::max(m_tail, end);
         m_batchOut = false;
     }
     m_written.notify_all();
@@ -138,21 +139,7 @@ void LogRing::stop() {
 bool LogRing::_isWrittenUpTo(uint64_t target) const {
     // Lines dropped before are written too: as their count.
     return m_stopped ||
-           (m_writtenUpTo >= target && !m_batchOut && m_droppedOutput == 0 && m_droppedRecent == 0);
-}
-
-void LogRing::_copyIn(uint64_t position, const void* data, size_t size) {
-    const size_t start = position & m_mask;
-    const size_t first = std::min(size, m_capacity - start);
-    std::memcpy(m_buffer.get() + start, data, first);
-    std::memcpy(m_buffer.get(), static_cast<const char*>(data) + first, size - first);
-}
-
-void LogRing::_copyOut(uint64_t position, void* data, size_t size) const {
-    const size_t start = position & m_mask;
-    const size_t first = std::min(size, m_capacity - start);
-    std::memcpy(data, m_buffer.get() + start, first);
-    std::memcpy(static_cast<char*>(data) + first, m_buffer.get(), size - first);
+           (m_tail >= target && !m_batchOut && m_droppedOutput == 0 && m_droppedRecent == 0);
 }
 
 }  // namespace ipc_platform

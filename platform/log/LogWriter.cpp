@@ -5,11 +5,13 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <optional>
 
 #include "PlatformLog.h"
 #include "RecentLines.h"
@@ -47,6 +49,49 @@ int syslogLevel(int priority) {
     }
 }
 
+// Makes the prefix of lines of this millisecond and level.
+void remakePrefix(LogWriter::Prefix& prefix, int64_t millisecond, int priority) {
+    const int64_t second = millisecond / 1000;
+    if (second != prefix.second) {
+        // The time zone is looked up once a second only.
+        const time_t time = static_cast<time_t>(second);
+        tm local{};
+        localtime_r(&time, &local);
+        strftime(prefix.clock, sizeof prefix.clock, "%H:%M:%S", &local);
+        prefix.second = second;
+    }
+    const int millis = static_cast<int>(millisecond - second * 1000);
+    char* p = prefix.text;
+    memcpy(p, prefix.clock, 8);
+    p[8] = '.';
+    p[9] = static_cast<char>('0' + millis / 100);
+    p[10] = static_cast<char>('0' + millis / 10 % 10);
+    p[11] = static_cast<char>('0' + millis % 10);
+    p[12] = ' ';
+    p[13] = levelLetter(priority);
+    p[14] = ' ';
+    prefix.millisecond = millisecond;
+    prefix.priority = priority;
+}
+
+// Writes a line's prefix at out; returns its end.
+inline char* putPrefix(char* out, bool journal, LogWriter::Prefix& prefix, int priority,
+                       int64_t timeUs) {
+    if (journal) {
+        out[0] = '<';
+        out[1] = static_cast<char>('0' + syslogLevel(priority));
+        out[2] = '>';
+        return out + 3;
+    }
+    // A busy service logs many lines within a millisecond.
+    const int64_t millisecond = timeUs / 1000;
+    if (millisecond != prefix.millisecond || priority != prefix.priority) {
+        remakePrefix(prefix, millisecond, priority);
+    }
+    memcpy(out, prefix.text, LogWriter::kPrefixLength);
+    return out + LogWriter::kPrefixLength;
+}
+
 }  // namespace
 
 LogWriter::LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent)
@@ -69,56 +114,24 @@ void LogWriter::stop() {
     }
 }
 
-void LogWriter::appendLine(std::string& out, bool journal, int priority, int64_t timeUs,
-                           const char* tag, size_t tagLength, const char* text, size_t textLength) {
-    // "HH:MM:SS.mmm L " (or "<N>" for the journal), the tag, ": ", the text, "\n": put together
-    // in one piece, as this runs for every line the service logs.
-    char head[16];
-    size_t headLength = 0;
-    if (journal) {
-        head[0] = '<';
-        head[1] = static_cast<char>('0' + syslogLevel(priority));
-        head[2] = '>';
-        headLength = 3;
-    } else {
-        // The clock part changes once a second: the time zone is looked up only then.
-        thread_local time_t stampSecond = -1;
-        thread_local char stamp[9] = "";
-        const time_t second = static_cast<time_t>(timeUs / 1000000);
-        if (second != stampSecond) {
-            tm local{};
-            localtime_r(&second, &local);
-            strftime(stamp, sizeof stamp, "%H:%M:%S", &local);
-            stampSecond = second;
-        }
-        const int millis = static_cast<int>(timeUs % 1000000 / 1000);
-        memcpy(head, stamp, 8);
-        head[8] = '.';
-        head[9] = static_cast<char>('0' + millis / 100);
-        head[10] = static_cast<char>('0' + millis / 10 % 10);
-        head[11] = static_cast<char>('0' + millis % 10);
-        head[12] = ' ';
-        head[13] = levelLetter(priority);
-        head[14] = ' ';
-        headLength = 15;
-    }
-    const size_t at = out.size();
-    out.resize(at + headLength + tagLength + 2 + textLength + 1);
-    char* p = out.data() + at;
-    memcpy(p, head, headLength);
-    p += headLength;
+char* LogWriter::putLine(char* out, bool journal, Prefix& prefix, int priority, int64_t timeUs,
+                         const char* tag, size_t tagLength, const char* text, size_t textLength) {
+    // The prefix, then "TAG: text\n" as the ring holds it.
+    char* p = putPrefix(out, journal, prefix, priority, timeUs);
     memcpy(p, tag, tagLength);
     p += tagLength;
     *p++ = ':';
     *p++ = ' ';
     memcpy(p, text, textLength);
-    p[textLength] = '\n';
+    p += textLength;
+    *p++ = '\n';
+    return p;
 }
 
-void LogWriter::writeAll(int fd, const std::string& text) {
+void LogWriter::writeAll(int fd, const char* text, size_t length) {
     size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t written = write(fd, text.data() + done, text.size() - done);
+    while (done < length) {
+        const ssize_t written = write(fd, text + done, length - done);
         if (written > 0) {
             done += static_cast<size_t>(written);
         } else if (written < 0 && errno != EINTR) {
@@ -127,29 +140,35 @@ void LogWriter::writeAll(int fd, const std::string& text) {
     }
 }
 
+void LogWriter::_grow(size_t size) {
+    m_out.resize(std::max(m_out.size() * 2, size));
+}
+
 void LogWriter::_run() {
     pthread_setname_np(pthread_self(), "log-writer");
     LogRing::Batch batch;
-    std::string out;
     while (m_ring.take(batch)) {
-        out.clear();
-        // Of a long batch only the newest lines can stay among the recent ones.
-        const size_t firstRecent = m_recent != nullptr && batch.lines.size() > m_recent->capacity()
-                                       ? batch.lines.size() - m_recent->capacity()
-                                       : 0;
+        size_t used = 0;
+        size_t lines = 0;
+        // Of a backlog longer than the recent lines hold only the newest stay there; a batch is
+        // short enough to add them all.
+        std::optional<RecentLines::Batch> recent;
         if (m_recent != nullptr) {
-            m_recent->skip(firstRecent);
+            recent.emplace(*m_recent);
         }
-        for (size_t i = 0; i < batch.lines.size(); ++i) {
-            const LogRing::Line& line = batch.lines[i];
+        for (LogRing::Line line; m_ring.next(batch, line); ++lines) {
             const LogRecordHeader& header = line.header;
             if (header.toOutput) {
-                appendLine(out, m_journal, header.priority, header.timeUs, line.tag,
-                           header.tagLength, line.text, header.textLength);
+                // The ring holds the line's end as it is written out.
+                const size_t end = header.tagLength + LogRing::kSeparatorBytes + header.textLength;
+                char* at = _room(used, kPrefixLength + end);
+                at = putPrefix(at, m_journal, m_prefix, header.priority, header.timeUs);
+                memcpy(at, line.tag, end);
+                used = static_cast<size_t>(at + end - m_out.data());
             }
-            if (m_recent != nullptr && i >= firstRecent) {
-                m_recent->add(header.priority, header.timeUs, line.tag, header.tagLength, line.text,
-                              header.textLength);
+            if (recent) {
+                recent->add(header.priority, header.timeUs, line.tag, header.tagLength, line.text,
+                            header.textLength);
             }
         }
         // Lines lost to the output are counted there; the recent lines lost every dropped one.
@@ -158,21 +177,24 @@ void LogWriter::_run() {
             char text[64];
             const int64_t timeUs = g_get_real_time();
             if (batch.droppedOutput > 0) {
-                const int length = snprintf(text, sizeof text, "%" PRIu64 " log lines dropped",
-                                            batch.droppedOutput);
-                appendLine(out, m_journal, DLOG_WARN, timeUs, kLogTag, sizeof kLogTag - 1, text,
-                           static_cast<size_t>(length));
+                const size_t length = static_cast<size_t>(snprintf(
+                    text, sizeof text, "%" PRIu64 " log lines dropped", batch.droppedOutput));
+                char* at = _room(used, lineLength(m_journal, sizeof kLogTag - 1, length));
+                used = static_cast<size_t>(putLine(at, m_journal, m_prefix, DLOG_WARN, timeUs,
+                                                   kLogTag, sizeof kLogTag - 1, text, length) -
+                                           m_out.data());
             }
-            if (m_recent != nullptr) {
+            if (recent) {
                 const int length =
                     snprintf(text, sizeof text, "%" PRIu64 " log lines dropped", lost);
-                m_recent->add(DLOG_WARN, timeUs, kLogTag, sizeof kLogTag - 1, text,
-                              static_cast<size_t>(length));
+                recent->add(DLOG_WARN, timeUs, kLogTag, sizeof kLogTag - 1, text,
+                            static_cast<size_t>(length));
             }
         }
-        writeAll(m_fd, out);
+        recent.reset();
+        writeAll(m_fd, m_out.data(), used);
         m_ring.markWritten(batch.end);
-        if (m_recent != nullptr && (!batch.lines.empty() || lost > 0)) {
+        if (m_recent != nullptr && (lines > 0 || lost > 0)) {
             m_recent->notifyListener();
         }
         // A busy service logs a few lines at a time: left awake for a moment, this thread finds

@@ -4,8 +4,8 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <thread>
+#include <vector>
 
 #include "LogRing.h"
 
@@ -36,19 +36,42 @@ public:
     void stop();
     bool isWriterThread() const { return std::this_thread::get_id() == m_thread.get_id(); }
 
-    // Appends one line as the thread writes it (also for lines written directly, at exit).
-    static void appendLine(std::string& out, bool journal, int priority, int64_t timeUs,
-                           const char* tag, size_t tagLength, const char* text, size_t textLength);
+    // What the lines of one millisecond and level start with ("HH:MM:SS.mmm L " or "<N>"), made
+    // again only when those change; the clock part ("HH:MM:SS") only when the second does.
+    struct Prefix {
+        int64_t second = -1;
+        char clock[9] = "";
+        int64_t millisecond = -1;
+        int priority = -1;
+        char text[16] = "";
+    };
+    static constexpr size_t kPrefixLength = 15;  // 3 for the journal
+    static size_t lineLength(bool journal, size_t tagLength, size_t textLength) {
+        return (journal ? 3 : kPrefixLength) + tagLength + LogRing::kSeparatorBytes + textLength;
+    }
+    // Writes one line at out (also for lines written directly, at exit); returns its end.
+    static char* putLine(char* out, bool journal, Prefix& prefix, int priority, int64_t timeUs,
+                         const char* tag, size_t tagLength, const char* text, size_t textLength);
     // Writes all of text to fd unless the descriptor fails.
-    static void writeAll(int fd, const std::string& text);
+    static void writeAll(int fd, const char* text, size_t length);
 
 private:
     void _run();
+    // m_out with room for length bytes after the first used ones.
+    char* _room(size_t used, size_t length) {
+        if (m_out.size() - used < length) {
+            _grow(used + length);
+        }
+        return m_out.data() + used;
+    }
+    void _grow(size_t size);
 
     LogRing& m_ring;
     const int m_fd;
     const bool m_journal;
     RecentLines* const m_recent;
+    Prefix m_prefix;          // the thread's own
+    std::vector<char> m_out;  // the thread's own: a batch's lines, grown to the longest batch
     std::thread m_thread;
 };
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -28,11 +29,24 @@ public:
 
     explicit RecentLines(size_t capacity = kDefaultCapacity);
 
+    // Adds a run of lines under one lock (readers wait meanwhile: keep it to the adding).
+    class Batch {
+    public:
+        explicit Batch(RecentLines& recent) : m_recent(recent), m_lock(recent.m_mutex) {}
+        void add(int priority, int64_t timeUs, const char* tag, size_t tagLength, const char* text,
+                 size_t textLength) {
+            m_recent._add(priority, timeUs, tag, tagLength, text, textLength);
+        }
+
+    private:
+        RecentLines& m_recent;
+        std::lock_guard<std::mutex> m_lock;
+    };
+
     void add(int priority, int64_t timeUs, const char* tag, size_t tagLength, const char* text,
-             size_t textLength);
-    // Counts lines that are not kept (older ones of a run longer than the capacity).
-    void skip(uint64_t count);
-    size_t capacity() const { return m_capacity; }
+             size_t textLength) {
+        Batch(*this).add(priority, timeUs, tag, tagLength, text, textLength);
+    }
     // The lines at or above minPriority, oldest first.
     std::vector<Entry> lines(int minPriority) const;
     // The sequence number of the latest line; 0 before the first.
@@ -43,14 +57,39 @@ public:
     void notifyListener() const;
 
 private:
+    // Needs m_mutex.
+    void _add(int priority, int64_t timeUs, const char* tag, size_t tagLength, const char* text,
+              size_t textLength);
+
+    // Where a kept line's tag and text lie in m_bytes, and the rest of it.
+    struct Slot {
+        uint64_t sequence = 0;
+        int64_t timeUs = 0;
+        int priority = 0;
+        uint32_t tagLength = 0;
+        uint32_t textLength = 0;
+        uint64_t at = 0;  // position of the tag, the text right after it
+    };
+
+    // Need m_mutex.
+    void _copyIn(uint64_t position, const char* data, size_t size);
+    std::string _copyOut(uint64_t position, size_t size) const;
+    // Makes m_bytes hold at least size more bytes besides those of the kept lines (from tail).
+    void _grow(uint64_t tail, size_t size);
+
     const size_t m_capacity;
-    mutable std::mutex m_mutex;  // protects m_entries, m_oldest, m_lastSequence and m_listener
-    // A ring, oldest at m_oldest once full: a new line takes over the oldest one's strings, so
-    // that a line costs no allocation once the ring has filled.
-    std::vector<Entry> m_entries;
+    // Protects every member below.
+    mutable std::mutex m_mutex;
+    // The lines, oldest at m_oldest once full; their tags and texts one after the other in a byte
+    // ring that grows until it holds the longest lines kept, so that a line costs no allocation
+    // and one copy.
+    std::vector<Slot> m_slots;
     size_t m_oldest = 0;
+    std::vector<char> m_bytes;  // a power of two in size
+    uint64_t m_bytesHead = 0;   // where the next line's tag goes
     uint64_t m_lastSequence = 0;
-    std::function<void()> m_listener;
+    // Shared with a notifyListener that calls it outside the lock.
+    std::shared_ptr<const std::function<void()>> m_listener;
 };
 
 // The recent lines of the process's log (dlog_print): every line at or above info, or at or

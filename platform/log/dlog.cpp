@@ -98,10 +98,12 @@ void queueLine(log_priority prio, const char* tag, const char* text, size_t text
     const size_t tagLength = strlen(tag);
     if (g_direct.load(std::memory_order_relaxed)) {
         if (toOutput) {
-            std::string line;
-            LogWriter::appendLine(line, stderrIsJournal(), prio, timeUs, tag, tagLength, text,
-                                  textLength);
-            LogWriter::writeAll(STDERR_FILENO, line);
+            const bool journal = stderrIsJournal();
+            std::string line(LogWriter::lineLength(journal, tagLength, textLength), '\0');
+            LogWriter::Prefix prefix;
+            LogWriter::putLine(line.data(), journal, prefix, prio, timeUs, tag, tagLength, text,
+                               textLength);
+            LogWriter::writeAll(STDERR_FILENO, line.data(), line.size());
         }
         return;
     }

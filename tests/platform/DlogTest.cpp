@@ -213,6 +213,81 @@ TEST(LogRingTest, ManyWritersLoseNoLineSilentlyAndNeverTearOne) {
     EXPECT_EQ(lineCount, recent.lines(DLOG_DEBUG).size());
 }
 
+// Lines of one millisecond share their prefix: a line of another level or millisecond in between
+// gets its own. Under the journal the prefix is the syslog level alone.
+TEST(LogWriterTest, EachLineGetsItsOwnLevelAndTime) {
+    auto written = [](bool journal) {
+        int fds[2];
+        EXPECT_EQ(0, pipe(fds));
+        LogRing ring(4096);
+        LogWriter writer(ring, fds[1], journal, nullptr);
+        const std::pair<int, int64_t> lines[] = {{DLOG_INFO, 1'000'000},
+                                                 {DLOG_WARN, 1'000'400},
+                                                 {DLOG_WARN, 1'001'000},
+                                                 {DLOG_ERROR, 1'001'999}};
+        for (const auto& [priority, timeUs] : lines) {
+            ipc_platform::LogRecordHeader header;
+            header.tagLength = 3;
+            header.textLength = 1;
+            header.timeUs = timeUs;
+            header.priority = static_cast<uint8_t>(priority);
+            ring.push(header, "TAG", "x");
+        }
+        writer.start();
+        writer.stop();
+        close(fds[1]);
+        char buffer[512];
+        const ssize_t count = read(fds[0], buffer, sizeof buffer);
+        close(fds[0]);
+        return std::string(buffer, count > 0 ? static_cast<size_t>(count) : 0);
+    };
+    const std::string plain = written(false);
+    EXPECT_TRUE(std::regex_match(plain, std::regex(R"(\d\d:\d\d:01\.000 I TAG: x\n)"
+                                                   R"(\d\d:\d\d:01\.000 W TAG: x\n)"
+                                                   R"(\d\d:\d\d:01\.001 W TAG: x\n)"
+                                                   R"(\d\d:\d\d:01\.001 E TAG: x\n)")))
+        << plain;
+    EXPECT_EQ("<6>TAG: x\n<4>TAG: x\n<4>TAG: x\n<3>TAG: x\n", written(true));
+}
+
+// Lines are never split at the ring's end: one that does not fit before it starts at the
+// beginning, and one longer than the room left there fits as soon as the ring is empty.
+TEST(LogRingTest, LinesThatDoNotFitBeforeTheEndStartAtTheBeginning) {
+    LogRing ring(1024);
+    auto push = [&ring](size_t length, char fill) {
+        const std::string text(length, fill);
+        ipc_platform::LogRecordHeader header;
+        header.tagLength = 3;
+        header.textLength = static_cast<uint32_t>(length);
+        return ring.push(header, "TAG", text.c_str());
+    };
+    auto takeAll = [&ring] {
+        std::string texts;
+        LogRing::Batch batch;
+        ring.take(batch);
+        for (LogRing::Line line; ring.next(batch, line);) {
+            texts += std::string(line.text, line.header.textLength) + "|";
+        }
+        ring.markWritten(batch.end);
+        return texts;
+    };
+    ASSERT_TRUE(push(300, 'a'));
+    EXPECT_EQ(std::string(300, 'a') + "|", takeAll());
+    ASSERT_TRUE(push(600, 'b'));
+    ASSERT_TRUE(push(100, 'c'));   // the room left before the end is skipped
+    EXPECT_FALSE(push(500, 'd'));  // would need the room the first line still holds
+    EXPECT_EQ(std::string(600, 'b') + "|" + std::string(100, 'c') + "|", takeAll());
+    ASSERT_TRUE(push(900, 'e'));  // more than is left before the end, but the ring is empty
+    EXPECT_FALSE(push(2000, 'f'));
+    LogRing::Batch batch;
+    LogRing::Line line;
+    ASSERT_TRUE(ring.take(batch));
+    ASSERT_TRUE(ring.next(batch, line));
+    EXPECT_EQ(std::string(900, 'e'), std::string(line.text, line.header.textLength));
+    EXPECT_FALSE(ring.next(batch, line));
+    EXPECT_EQ(1u, batch.droppedOutput);  // the longer one; the other went with the batch before
+}
+
 // The recent lines are a ring: once full, each line replaces the oldest, and the order stays
 // oldest first.
 TEST(RecentLinesTest, KeepsTheLatestLinesInOrderAndCutsLongTexts) {
@@ -234,6 +309,24 @@ TEST(RecentLinesTest, KeepsTheLatestLinesInOrderAndCutsLongTexts) {
     lines = recent.lines(DLOG_WARN);
     ASSERT_EQ(1u, lines.size());
     EXPECT_EQ("six", lines[0].text);
+}
+
+// Lines of every length pass through: their texts wrap around the end of the recent lines' bytes
+// and get moved when those grow for a longer line, and each comes back as it was added.
+TEST(RecentLinesTest, KeepsTextsWhileTheirBytesWrapAroundAndGrow) {
+    RecentLines recent(6);
+    std::vector<std::string> added;
+    for (size_t i = 0; i < 300; ++i) {
+        added.push_back(std::to_string(i) +
+                        std::string(i * 37 % 1000, static_cast<char>('a' + i % 26)));
+        recent.add(DLOG_INFO, 0, "T", 1, added.back().c_str(), added.back().size());
+        const std::vector<RecentLines::Entry> lines = recent.lines(DLOG_DEBUG);
+        ASSERT_EQ(std::min<size_t>(i + 1, 6), lines.size());
+        for (size_t k = 0; k < lines.size(); ++k) {
+            ASSERT_EQ(added[added.size() - lines.size() + k], lines[k].text) << i;
+            ASSERT_EQ("T", lines[k].tag);
+        }
+    }
 }
 
 // Lines are formatted without vsnprintf where the format allows: the text must be the same, also
