@@ -109,8 +109,8 @@ std::string makeProfile(const std::string& featureconfMembers) {
            "\"productCode\": \"P-1\"}}";
 }
 
-bool startPlatform(const TempDir& dir, const std::string& profileJson, std::string& error,
-                   int port, bool hardenedSecurity) {
+bool startPlatform(const TempDir& dir, const std::string& profileJson, std::string& error, int port,
+                   bool hardenedSecurity) {
     std::string profilePath = dir.file("profile.json");
     writeFile(profilePath, profileJson);
     ipc_platform::Options options;
