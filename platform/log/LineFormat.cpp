@@ -12,7 +12,7 @@ namespace {
 
 enum class Length { kDefault, kChar, kShort, kLong, kLongLong, kSize, kMax, kPtrDiff };
 
-struct Spec {
+struct Directive {
     bool leftAlign = false;
     bool zeroPad = false;
     size_t width = 0;
@@ -22,45 +22,45 @@ struct Spec {
 
 // Reads the conversion after a '%'; false for anything the direct path does not write exactly
 // as vsnprintf would (other flags, '*', a precision, floating point, wide characters ...).
-bool readSpec(const char*& p, Spec& spec) {
+bool readDirective(const char*& p, Directive& directive) {
     for (;; ++p) {
         if (*p == '-') {
-            spec.leftAlign = true;
+            directive.leftAlign = true;
         } else if (*p == '0') {
-            spec.zeroPad = true;
+            directive.zeroPad = true;
         } else {
             break;
         }
     }
     while (*p >= '0' && *p <= '9') {
-        spec.width = spec.width * 10 + static_cast<size_t>(*p++ - '0');
-        if (spec.width > 4096) {
+        directive.width = directive.width * 10 + static_cast<size_t>(*p++ - '0');
+        if (directive.width > 4096) {
             return false;
         }
     }
     switch (*p) {
         case 'h':
             ++p;
-            spec.length = *p == 'h' ? (++p, Length::kChar) : Length::kShort;
+            directive.length = *p == 'h' ? (++p, Length::kChar) : Length::kShort;
             break;
         case 'l':
             ++p;
-            spec.length = *p == 'l' ? (++p, Length::kLongLong) : Length::kLong;
+            directive.length = *p == 'l' ? (++p, Length::kLongLong) : Length::kLong;
             break;
         case 'z':
-            ++p, spec.length = Length::kSize;
+            ++p, directive.length = Length::kSize;
             break;
         case 'j':
-            ++p, spec.length = Length::kMax;
+            ++p, directive.length = Length::kMax;
             break;
         case 't':
-            ++p, spec.length = Length::kPtrDiff;
+            ++p, directive.length = Length::kPtrDiff;
             break;
         default:
             break;
     }
-    spec.conversion = *p;
-    switch (spec.conversion) {
+    directive.conversion = *p;
+    switch (directive.conversion) {
         case 'd':
         case 'i':
         case 'u':
@@ -70,10 +70,10 @@ bool readSpec(const char*& p, Spec& spec) {
         case 's':
         case 'c':
         case 'p':
-            return spec.length == Length::kDefault && !spec.zeroPad;
+            return directive.length == Length::kDefault && !directive.zeroPad;
         case '%':
-            return spec.length == Length::kDefault && spec.width == 0 && !spec.zeroPad &&
-                   !spec.leftAlign;
+            return directive.length == Length::kDefault && directive.width == 0 &&
+                   !directive.zeroPad && !directive.leftAlign;
         default:
             return false;
     }
@@ -98,24 +98,24 @@ public:
         }
         m_used += count;
     }
-    void padded(const Spec& spec, const char* text, size_t length) {
-        if (spec.width <= length) {
+    void padded(const Directive& directive, const char* text, size_t length) {
+        if (directive.width <= length) {
             put(text, length);
             return;
         }
-        const size_t pad = spec.width > length ? spec.width - length : 0;
-        if (spec.leftAlign) {
+        const size_t pad = directive.width > length ? directive.width - length : 0;
+        if (directive.leftAlign) {
             put(text, length);
             fill(' ', pad);
             return;
         }
-        if (spec.zeroPad && pad > 0 && length > 0 && text[0] == '-') {
+        if (directive.zeroPad && pad > 0 && length > 0 && text[0] == '-') {
             put(text, 1);
             fill('0', pad);
             put(text + 1, length - 1);
             return;
         }
-        fill(spec.zeroPad ? '0' : ' ', pad);
+        fill(directive.zeroPad ? '0' : ' ', pad);
         put(text, length);
     }
     size_t finish() {
@@ -209,13 +209,13 @@ uintmax_t unsignedArg(Length length, va_list& ap) {
     }
 }
 
-void writeConversion(Output& output, const Spec& spec, va_list& ap) {
+void writeConversion(Output& output, const Directive& directive, va_list& ap) {
     char buffer[32];
     char* end = buffer + sizeof buffer;
-    switch (spec.conversion) {
+    switch (directive.conversion) {
         case 'd':
         case 'i': {
-            const intmax_t value = signedArg(spec.length, ap);
+            const intmax_t value = signedArg(directive.length, ap);
             const uintmax_t magnitude =
                 value < 0 ? static_cast<uintmax_t>(0) - static_cast<uintmax_t>(value)
                           : static_cast<uintmax_t>(value);
@@ -223,20 +223,21 @@ void writeConversion(Output& output, const Spec& spec, va_list& ap) {
             if (value < 0) {
                 *--start = '-';
             }
-            output.padded(spec, start, static_cast<size_t>(end - start));
+            output.padded(directive, start, static_cast<size_t>(end - start));
             return;
         }
         case 'u':
         case 'x':
         case 'X': {
-            const unsigned base = spec.conversion == 'u' ? 10 : 16;
-            char* start = digits(unsignedArg(spec.length, ap), base, spec.conversion == 'X', end);
-            output.padded(spec, start, static_cast<size_t>(end - start));
+            const unsigned base = directive.conversion == 'u' ? 10 : 16;
+            char* start =
+                digits(unsignedArg(directive.length, ap), base, directive.conversion == 'X', end);
+            output.padded(directive, start, static_cast<size_t>(end - start));
             return;
         }
         case 'c': {
             const char c = static_cast<char>(va_arg(ap, int));
-            output.padded(spec, &c, 1);
+            output.padded(directive, &c, 1);
             return;
         }
         case 's': {
@@ -244,19 +245,19 @@ void writeConversion(Output& output, const Spec& spec, va_list& ap) {
             if (text == nullptr) {
                 text = "(null)";
             }
-            output.padded(spec, text, strlen(text));
+            output.padded(directive, text, strlen(text));
             return;
         }
         case 'p': {
             const void* pointer = va_arg(ap, const void*);
             if (pointer == nullptr) {
-                output.padded(spec, "(nil)", 5);
+                output.padded(directive, "(nil)", 5);
                 return;
             }
             char* start = digits(reinterpret_cast<uintptr_t>(pointer), 16, false, end);
             *--start = 'x';
             *--start = '0';
-            output.padded(spec, start, static_cast<size_t>(end - start));
+            output.padded(directive, start, static_cast<size_t>(end - start));
             return;
         }
         default:
@@ -277,13 +278,13 @@ int formatBounded(char* out, size_t size, const char* fmt, va_list ap) {
             break;
         }
         p = percent + 1;
-        Spec spec;
-        if (!readSpec(p, spec)) {
+        Directive directive;
+        if (!readDirective(p, directive)) {
             // Nothing has been taken from ap itself.
             va_end(args);
             return vsnprintf(out, size, fmt, ap);
         }
-        writeConversion(output, spec, args);
+        writeConversion(output, directive, args);
         ++p;
     }
     va_end(args);
@@ -344,15 +345,15 @@ int formatLine(char* out, size_t size, const char* fmt, va_list ap) {
             ++p;
             continue;
         }
-        Spec spec;
-        if (!readSpec(p, spec)) {
+        Directive directive;
+        if (!readDirective(p, directive)) {
             // Nothing has been taken from ap itself.
             va_end(args);
             return vsnprintf(out, size, fmt, ap);
         }
         const size_t room = static_cast<size_t>(last - at);
         Output piece(at, room + 1);
-        writeConversion(piece, spec, args);
+        writeConversion(piece, directive, args);
         length = piece.finish();
         if (length > room) {
             break;
