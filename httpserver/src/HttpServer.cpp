@@ -17,7 +17,8 @@ namespace {
 // Stop gives pending requests this long to get their 503 out before connections are cut.
 constexpr std::chrono::seconds kStopGrace(1);
 // Each connection's buffer for the request line, header and read data, which libmicrohttpd
-// clears after every request: half its default of 32 KiB still takes 8 KiB of header.
+// clears after every request: half its default of 32 KiB, which still takes a request line and
+// header of about 16 KiB (431 beyond).
 constexpr size_t kConnectionMemory = 16 * 1024;
 
 // What the server keeps of one request while libmicrohttpd handles its connection.
