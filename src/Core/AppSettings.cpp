@@ -59,13 +59,14 @@ bool AppSettings::setValue(const std::string& name, const std::string& value) {
 
 bool AppSettings::getValue(const std::string& name, bool& out) const {
     std::lock_guard<std::mutex> lock(m_mutex);
-    out = get(name, false).asBool();
+    // Read in place: get() would copy the member first.
+    out = static_cast<const JsonValue&>(*this)[name].asBool();
     return true;
 }
 
 bool AppSettings::getValue(const std::string& name, std::string& out) const {
     std::lock_guard<std::mutex> lock(m_mutex);
-    out = get(name, "").asString();
+    out = static_cast<const JsonValue&>(*this)[name].asString();
     return true;
 }
 

@@ -64,7 +64,7 @@ bool JSONRPCParser::parse(const std::string& text, JsonValue* parsed) {
             LOGE("parse failed!");
             return false;
         }
-        if (m_root.get("jsonrpc", "").asString() == "2.0") {
+        if (_member("jsonrpc").asString() == "2.0") {
             LOGI("parse success!");
             m_bBatch = m_root.type() == JsonType::arrayValue;
             return true;
@@ -79,7 +79,7 @@ bool JSONRPCParser::parse(const std::string& text, JsonValue* parsed) {
 
 bool JSONRPCParser::getMethodName(std::string& out) {
     try {
-        out = m_root.get("method", "").asString();
+        out = _member("method").asString();
     } catch (const std::exception& e) {
         LOGE("Exception : %s", e.what());
         out.clear();
@@ -265,7 +265,7 @@ std::string JSONRPCParser::getResultMessage(_DeviceManagerError error) {
 
 std::string JSONRPCParser::_idText() {
     try {
-        return m_root.get("id", "").asString();
+        return _member("id").asString();
     } catch (const std::exception& e) {
         LOGE("Exception : %s", e.what());
         return "";

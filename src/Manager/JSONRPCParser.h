@@ -44,6 +44,11 @@ public:
 
 private:
     std::string _idText();
+    // A member of the request read in place (null when missing), without the copy get() makes.
+    // Throws JsonException("invalid type") for a batch, as get() does.
+    const common::json::JsonValue& _member(const std::string& name) const {
+        return static_cast<const common::json::JsonValue&>(m_root)[name];
+    }
     std::string _serialise(const common::json::JsonValue& response);
     // Logs the response text and returns it.
     std::string _serialise(std::string text);
