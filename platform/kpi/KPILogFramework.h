@@ -11,7 +11,8 @@ public:
     // The process's logger; null before the platform is initialised.
     static CLogger* GetInstance();
 
-    // Appends one event; 1 on success, 0 when it could not be written.
+    // Queues one event for kpi.log: 1 when queued (the log's writing thread writes it within
+    // milliseconds; dlog_flush() waits for it), 0 when it could not be.
     int AddEventLogSync(const std::string& kpiName, const std::string& eventName,
                         const std::string& eventId, const std::string& description);
 

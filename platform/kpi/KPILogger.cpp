@@ -9,15 +9,13 @@
 #include <glib.h>
 
 #include "PlatformObjects.h"
-#include "RotatingFile.h"
+#include "AppendedFile.h"
 
 namespace KPILogFramework {
 
 namespace {
 
 constexpr char kLogFileName[] = "kpi.log";
-// kpi.log and kpi.log.1 each stay within this size.
-constexpr long kRotateBytes = 1024 * 1024;
 
 // ISO 8601 in UTC as GLib writes it: microseconds only when there are any, then "Z".
 void appendUtcNow(std::string& out) {
@@ -77,7 +75,7 @@ void appendJsonString(std::string& out, const std::string& value) {
     out += '"';
 }
 
-// {"time":..,"kpiName":..,"eventName":..,"eventId":..,"description":..} and a newline. Written
+// {"time":..,"kpiName":..,"eventName":..,"eventId":..,"description":..}. Written
 // by hand: an event per command, and a JSON builder costs ten times as much.
 std::string eventLine(const std::string& kpiName, const std::string& eventName,
                       const std::string& eventId, const std::string& description) {
@@ -96,15 +94,8 @@ std::string eventLine(const std::string& kpiName, const std::string& eventName,
         line += "\":";
         appendJsonString(line, *value);
     }
-    line += "}\n";
+    line += '}';
     return line;
-}
-
-// Appends and rotation of kpi.log within this process; the file stays open between events.
-ipc_platform::RotatingFile& logFile() {
-    // Never destroyed: events may still come from threads that outlive static destruction.
-    static auto* file = new ipc_platform::RotatingFile(kRotateBytes);
-    return *file;
 }
 
 }  // namespace
@@ -125,8 +116,10 @@ int CLogger::AddEventLogSync(const std::string& kpiName, const std::string& even
         return 0;
     }
     gchar* path = g_build_filename(objects->options.dataDir.c_str(), kLogFileName, nullptr);
+    // Written by the log's thread, with the other events of the moment: a command does not wait
+    // for the file.
     const bool written =
-        logFile().append(path, eventLine(kpiName, eventName, eventId, description));
+        ipc_platform::appendFileLine(path, eventLine(kpiName, eventName, eventId, description));
     g_free(path);
     return written ? 1 : 0;
 }

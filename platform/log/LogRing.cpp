@@ -58,7 +58,7 @@ bool LogRing::push(const LogRecordHeader& header, const char* tag, const char* t
             std::memcpy(at, text, header.textLength);
             at[header.textLength] = '\n';
             m_head += skip + size;
-        } else {
+        } else if (!header.toFile) {
             ++(header.toOutput ? m_droppedOutput : m_droppedRecent);
         }
         // A drop wakes the taker too: its count is reported even when nothing else comes.

@@ -15,6 +15,7 @@
 
 #include "PlatformLog.h"
 #include "RecentLines.h"
+#include "RotatingFile.h"
 #include "dlog.h"
 
 namespace ipc_platform {
@@ -94,8 +95,8 @@ inline char* putPrefix(char* out, bool journal, LogWriter::Prefix& prefix, int p
 
 }  // namespace
 
-LogWriter::LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent)
-    : m_ring(ring), m_fd(fd), m_journal(journal), m_recent(recent) {}
+LogWriter::LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent, RotatingFile* files)
+    : m_ring(ring), m_fd(fd), m_journal(journal), m_recent(recent), m_files(files) {}
 
 LogWriter::~LogWriter() {
     stop();
@@ -156,8 +157,17 @@ void LogWriter::_run() {
         if (m_recent != nullptr) {
             recent.emplace(*m_recent);
         }
-        for (LogRing::Line line; m_ring.next(batch, line); ++lines) {
+        for (LogRing::Line line; m_ring.next(batch, line);) {
             const LogRecordHeader& header = line.header;
+            if (header.toFile) {
+                if (m_files != nullptr) {
+                    // The ring holds the line with its newline.
+                    m_files->append(std::string_view(line.tag, header.tagLength),
+                                    std::string_view(line.text, header.textLength + 1));
+                }
+                continue;
+            }
+            ++lines;
             if (header.toOutput) {
                 // The ring holds the line's end as it is written out.
                 const size_t end = header.tagLength + LogRing::kSeparatorBytes + header.textLength;
@@ -193,6 +203,9 @@ void LogWriter::_run() {
         }
         recent.reset();
         writeAll(m_fd, m_out.data(), used);
+        if (m_files != nullptr) {
+            m_files->flush();
+        }
         m_ring.markWritten(batch.end);
         if (m_recent != nullptr && (lines > 0 || lost > 0)) {
             m_recent->notifyListener();

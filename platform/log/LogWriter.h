@@ -12,13 +12,15 @@
 namespace ipc_platform {
 
 class RecentLines;
+class RotatingFile;
 
 // Drains a LogRing to a file descriptor on its own thread ("log-writer"): each batch of lines is
 // one write, and after each it waits kGatherTime before taking the next.
 // Lines go out as "HH:MM:SS.mmm L TAG: text", or as "<N>TAG: text" with the syslog level when the
 // descriptor is the journal (which records the time itself). Lines dropped because the ring was
-// full are reported as "N log lines dropped" once the thread gets to them. Every line taken,
-// written out or not, is added to the recent lines.
+// full are reported as "N log lines dropped" once the thread gets to them. Every log line taken,
+// written out or not, is added to the recent lines. Lines for a file (LogRecordHeader::toFile) go
+// to files, one write per batch, before the batch counts as written.
 //
 // Threads: start, stop and the destructor from one owner thread; the rest runs on its own thread.
 class LogWriter {
@@ -26,7 +28,8 @@ public:
     // How long the thread stays awake after a write, gathering lines before it looks again.
     static constexpr std::chrono::milliseconds kGatherTime{2};
 
-    LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent);
+    LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent,
+              RotatingFile* files = nullptr);
     ~LogWriter();
     LogWriter(const LogWriter&) = delete;
     LogWriter& operator=(const LogWriter&) = delete;
@@ -70,8 +73,9 @@ private:
     const int m_fd;
     const bool m_journal;
     RecentLines* const m_recent;
-    Prefix m_prefix;          // the thread's own
-    std::vector<char> m_out;  // the thread's own: a batch's lines, grown to the longest batch
+    RotatingFile* const m_files;  // where lines for a file go; without it they are dropped
+    Prefix m_prefix;              // the thread's own
+    std::vector<char> m_out;      // the thread's own: a batch's lines, grown to the longest batch
     std::thread m_thread;
 };
 

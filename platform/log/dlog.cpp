@@ -16,10 +16,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "AppendedFile.h"
 #include "LineFormat.h"
 #include "LogRing.h"
 #include "LogWriter.h"
 #include "RecentLines.h"
+#include "RotatingFile.h"
 
 namespace {
 
@@ -27,10 +29,13 @@ using ipc_platform::LogRecordHeader;
 using ipc_platform::LogRing;
 using ipc_platform::LogWriter;
 using ipc_platform::RecentLines;
+using ipc_platform::RotatingFile;
 
 // Room for several thousand lines, enough to ride out a short pause of the terminal or journald;
 // past that, lines are dropped rather than the service made to wait.
 constexpr size_t kRingBytes = 1024 * 1024;
+// A file appended through the log (the KPI log) and its predecessor each stay within this size.
+constexpr off_t kAppendedFileBytes = 1024 * 1024;
 // Most lines fit on the caller's stack; longer ones take the heap.
 constexpr size_t kStackText = 1024;
 
@@ -68,7 +73,8 @@ bool stderrIsJournal() {
 struct Logging {
     LogRing ring{kRingBytes};
     RecentLines recent;
-    LogWriter writer{ring, STDERR_FILENO, stderrIsJournal(), &recent};
+    RotatingFile files{kAppendedFileBytes};
+    LogWriter writer{ring, STDERR_FILENO, stderrIsJournal(), &recent, &files};
 };
 
 void flushAtExit();
@@ -234,6 +240,29 @@ namespace ipc_platform {
 
 RecentLines& processRecentLines() {
     return logging().recent;
+}
+
+bool appendFileLine(const std::string& path, const std::string& line) {
+    if (g_direct.load(std::memory_order_relaxed)) {
+        RotatingFile& files = logging().files;
+        return files.append(path, line + '\n') && files.flush();
+    }
+    LogRecordHeader header;
+    header.tagLength = static_cast<uint32_t>(path.size());
+    header.textLength = static_cast<uint32_t>(line.size());
+    header.timeUs = 0;
+    header.toOutput = false;
+    header.toFile = true;
+    LogRing& ring = logging().ring;
+    if (ring.push(header, path.c_str(), line.c_str())) {
+        return true;
+    }
+    if (logging().writer.isWriterThread()) {
+        return false;  // it cannot wait for itself
+    }
+    // The log is behind: the line waits for it rather than being lost.
+    ring.waitForWritten();
+    return ring.push(header, path.c_str(), line.c_str());
 }
 
 }  // namespace ipc_platform

@@ -9,6 +9,7 @@
 #include "JsonValue.h"
 #include "KPILogFramework.h"
 #include "support/PlatformTest.h"
+#include "dlog.h"
 
 using common::json::JsonType;
 using common::json::JsonValue;
@@ -27,7 +28,9 @@ protected:
         ASSERT_NE(nullptr, m_logger);
     }
 
+    // The lines of a file in the data folder once the log's thread has written what is queued.
     std::vector<std::string> lines(const char* name) const {
+        dlog_flush();
         return testsupport::readLines(m_dir.file(name));
     }
 
@@ -73,6 +76,7 @@ TEST_F(KPILogFileTest, LogMovedOrTruncatedBySomeoneElseIsFollowedByTheNextRotati
             ASSERT_EQ(1,
                       m_logger->AddEventLogSync("23_ip_control", "COMMAND", "EV002", description));
         }
+        dlog_flush();  // written before the file is tampered with
     };
     // Truncated while open: the line that seems to fill the file finds it nearly empty.
     add(4);

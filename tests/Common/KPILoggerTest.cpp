@@ -7,6 +7,7 @@
 #include "Common/KPILogger.h"
 #include "JsonValue.h"
 #include "support/PlatformTest.h"
+#include "dlog.h"
 
 using common::json::JsonValue;
 
@@ -64,6 +65,7 @@ protected:
     // The events in the KPI log file as "kpiName | eventName | eventId | description".
     std::vector<std::string> events() const {
         std::vector<std::string> sent;
+        dlog_flush();  // the log's thread writes the events
         for (const std::string& line : testsupport::readLines(m_dir.file("kpi.log"))) {
             JsonValue event = JsonValue::Create(line);
             sent.push_back(event["kpiName"].asString() + " | " + event["eventName"].asString() +

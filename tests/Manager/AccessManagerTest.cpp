@@ -19,6 +19,7 @@
 #include "SecurityMode.h"
 #include "notification.h"
 #include "support/PlatformTest.h"
+#include "dlog.h"
 
 using common::json::JsonValue;
 
@@ -70,6 +71,7 @@ protected:
     // The KPI event descriptions written so far, in order.
     std::vector<std::string> kpiDescriptions() const {
         std::vector<std::string> descriptions;
+        dlog_flush();  // the log's thread writes the events
         for (const std::string& line : testsupport::readLines(m_dir.file("kpi.log"))) {
             descriptions.push_back(JsonValue::Create(line)["description"].asString());
         }

@@ -11,6 +11,7 @@
 #include "System/ControlHelperBase.h"
 #include "System/FakeDynf.h"
 #include "support/PlatformFixture.h"
+#include "dlog.h"
 
 using common::json::JsonValue;
 
@@ -209,6 +210,7 @@ TEST(ControlHelperKPITest, CommandEventNamesTheWrite) {
         command(R"({"AccessToken":"t","power":"powerOff"})", POWER_CONTROL, "powerControl");
     ProbeHelper().sendKPILog("power", "powerOff", &request);
     ipc_platform::shutdown();
+    dlog_flush();  // the log's thread writes the event
     JsonValue event = JsonValue::Create(testsupport::readFile(dir.file("kpi.log")));
     EXPECT_EQ("23_ip_control", event["kpiName"].asString());
     EXPECT_EQ("COMMAND", event["eventName"].asString());

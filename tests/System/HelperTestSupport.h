@@ -13,6 +13,7 @@
 #include "System/FakeDynf.h"
 #include "System/IControlHelper.h"
 #include "support/PlatformFixture.h"
+#include "dlog.h"
 
 namespace helpertest {
 
@@ -72,6 +73,7 @@ inline void expectError(const CmdRequest& request, eJSONRPCErrorCode index,
 // The descriptions of the usage events logged so far in the platform's data folder dir.
 inline std::vector<std::string> kpiDescriptions(const testsupport::TempDir& dir) {
     std::vector<std::string> descriptions;
+    dlog_flush();  // the log's thread writes the events
     for (const std::string& line : testsupport::readLines(dir.file("kpi.log"))) {
         descriptions.push_back(common::json::JsonValue::Create(line)["description"].asString());
     }

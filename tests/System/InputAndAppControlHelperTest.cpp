@@ -11,6 +11,7 @@
 #include "System/HelperTestSupport.h"
 #include "System/InputControlHelper.h"
 #include "support/PlatformTest.h"
+#include "dlog.h"
 
 using common::json::JsonValue;
 
@@ -148,6 +149,7 @@ TEST_F(InputAndAppControlKPITest, EverySuccessfulWriteSendsItsEvent) {
         helpertest::handled(*c.helper, command(c.type, c.method, c.params), c.error, nullptr);
     }
     std::vector<std::string> events;
+    dlog_flush();  // the log's thread writes the events
     for (const std::string& line : testsupport::readLines(m_dir.file("kpi.log"))) {
         const JsonValue event = JsonValue::Create(line);
         events.push_back(event["eventId"].asString() + " " + event["description"].asString());

@@ -28,16 +28,17 @@ void logFileError(const char* action, const std::string& path, int error) {
 
 RotatingFile::~RotatingFile() {
     std::lock_guard<std::mutex> lock(m_mutex);
+    _flushLocked();
     _closeLocked();
 }
 
-bool RotatingFile::_openLocked(const std::string& path) {
+bool RotatingFile::_openLocked(std::string_view path) {
     _closeLocked();
     m_path = path;
-    m_fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    m_fd = open(m_path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
     struct stat info {};
     if (m_fd < 0 || fstat(m_fd, &info) != 0) {
-        logFileError("open", path, errno);
+        logFileError("open", m_path, errno);
         _closeLocked();
         return false;
     }
@@ -49,6 +50,7 @@ bool RotatingFile::_openLocked(const std::string& path) {
 }
 
 void RotatingFile::_closeLocked() {
+    m_pending.clear();
     if (m_fd >= 0) {
         close(m_fd);
         m_fd = -1;
@@ -56,6 +58,10 @@ void RotatingFile::_closeLocked() {
 }
 
 void RotatingFile::_checkPathLocked() {
+    // What is queued belongs to the file as it is now.
+    if (!_flushLocked()) {
+        return;
+    }
     m_nextCheck = std::chrono::steady_clock::now() + kPathCheckInterval;
     struct stat info {};
     if (stat(m_path.c_str(), &info) != 0 || info.st_dev != m_device || info.st_ino != m_inode) {
@@ -66,6 +72,9 @@ void RotatingFile::_checkPathLocked() {
 }
 
 bool RotatingFile::_rotateLocked() {
+    if (!_flushLocked()) {
+        return false;
+    }
     const std::string rotated = m_path + ".1";
     if (rename(m_path.c_str(), rotated.c_str()) != 0) {
         // The line then still goes to the full file.
@@ -75,10 +84,30 @@ bool RotatingFile::_rotateLocked() {
     return _openLocked(m_path);
 }
 
-bool RotatingFile::append(const std::string& path, const std::string& line) {
+bool RotatingFile::_flushLocked() {
+    size_t done = 0;
+    while (done < m_pending.size()) {
+        ssize_t n = write(m_fd, m_pending.data() + done, m_pending.size() - done);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            logFileError("write", m_path, n < 0 ? errno : EIO);
+            _closeLocked();  // opened again for the next line
+            return false;
+        }
+        done += static_cast<size_t>(n);
+    }
+    m_pending.clear();
+    return true;
+}
+
+bool RotatingFile::append(std::string_view path, std::string_view line) {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if ((m_fd < 0 || path != m_path) && !_openLocked(path)) {
-        return false;
+    if (m_fd < 0 || path != m_path) {
+        if (!_flushLocked() || !_openLocked(path)) {
+            return false;
+        }
     }
     const off_t bytes = static_cast<off_t>(line.size());
     if (m_size + bytes > m_bound || std::chrono::steady_clock::now() >= m_nextCheck) {
@@ -90,21 +119,14 @@ bool RotatingFile::append(const std::string& path, const std::string& line) {
     if (m_size != 0 && m_size + bytes > m_bound && !_rotateLocked()) {
         return false;
     }
-    size_t done = 0;
-    while (done < line.size()) {
-        ssize_t n = write(m_fd, line.data() + done, line.size() - done);
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            logFileError("write", m_path, n < 0 ? errno : EIO);
-            _closeLocked();  // opened again for the next line
-            return false;
-        }
-        done += static_cast<size_t>(n);
-        m_size += n;
-    }
+    m_pending.append(line);
+    m_size += bytes;
     return true;
+}
+
+bool RotatingFile::flush() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return _flushLocked();
 }
 
 }  // namespace ipc_platform
