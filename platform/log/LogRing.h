@@ -19,8 +19,8 @@ struct LogRecordHeader {
     int64_t timeUs = 0;    // wall clock when the line was logged, microseconds since the epoch
     uint8_t priority = 0;  // a log_priority
     bool toOutput = true;  // false: kept among the recent lines only, never written out
-    // A line for the file the tag names (a usage event), not a log line: neither written out nor
-    // kept among the recent lines, and not counted when dropped.
+    // Not a log line but a wake-up for the lines queued for files (FileLineQueue): neither
+    // written out nor kept among the recent lines, and not counted when dropped.
     bool toFile = false;
 };
 

@@ -15,7 +15,7 @@
 
 #include "PlatformLog.h"
 #include "RecentLines.h"
-#include "RotatingFile.h"
+#include "FileLineQueue.h"
 #include "dlog.h"
 
 namespace ipc_platform {
@@ -95,7 +95,7 @@ inline char* putPrefix(char* out, bool journal, LogWriter::Prefix& prefix, int p
 
 }  // namespace
 
-LogWriter::LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent, RotatingFile* files)
+LogWriter::LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent, FileLineQueue* files)
     : m_ring(ring), m_fd(fd), m_journal(journal), m_recent(recent), m_files(files) {}
 
 LogWriter::~LogWriter() {
@@ -160,12 +160,7 @@ void LogWriter::_run() {
         for (LogRing::Line line; m_ring.next(batch, line);) {
             const LogRecordHeader& header = line.header;
             if (header.toFile) {
-                if (m_files != nullptr) {
-                    // The ring holds the line with its newline.
-                    m_files->append(std::string_view(line.tag, header.tagLength),
-                                    std::string_view(line.text, header.textLength + 1));
-                }
-                continue;
+                continue;  // a wake-up for the lines queued for files
             }
             ++lines;
             if (header.toOutput) {
@@ -204,9 +199,12 @@ void LogWriter::_run() {
         recent.reset();
         writeAll(m_fd, m_out.data(), used);
         if (m_files != nullptr) {
-            m_files->flush();
+            m_files->drain();
         }
         m_ring.markWritten(batch.end);
+        if (m_files != nullptr) {
+            m_files->drain();
+        }
         if (m_recent != nullptr && (lines > 0 || lost > 0)) {
             m_recent->notifyListener();
         }

@@ -12,15 +12,17 @@
 namespace ipc_platform {
 
 class RecentLines;
-class RotatingFile;
+class FileLineQueue;
 
 // Drains a LogRing to a file descriptor on its own thread ("log-writer"): each batch of lines is
 // one write, and after each it waits kGatherTime before taking the next.
 // Lines go out as "HH:MM:SS.mmm L TAG: text", or as "<N>TAG: text" with the syslog level when the
 // descriptor is the journal (which records the time itself). Lines dropped because the ring was
 // full are reported as "N log lines dropped" once the thread gets to them. Every log line taken,
-// written out or not, is added to the recent lines. Lines for a file (LogRecordHeader::toFile) go
-// to files, one write per batch, before the batch counts as written.
+// written out or not, is added to the recent lines. After each batch the lines queued for files
+// are appended (one write per file), before the batch counts as written and once more after, so
+// that a line queued while the batch was out is not left behind; a toFile record in the ring only
+// wakes the thread for them.
 //
 // Threads: start, stop and the destructor from one owner thread; the rest runs on its own thread.
 class LogWriter {
@@ -29,7 +31,7 @@ public:
     static constexpr std::chrono::milliseconds kGatherTime{2};
 
     LogWriter(LogRing& ring, int fd, bool journal, RecentLines* recent,
-              RotatingFile* files = nullptr);
+              FileLineQueue* files = nullptr);
     ~LogWriter();
     LogWriter(const LogWriter&) = delete;
     LogWriter& operator=(const LogWriter&) = delete;
@@ -73,9 +75,9 @@ private:
     const int m_fd;
     const bool m_journal;
     RecentLines* const m_recent;
-    RotatingFile* const m_files;  // where lines for a file go; without it they are dropped
-    Prefix m_prefix;              // the thread's own
-    std::vector<char> m_out;      // the thread's own: a batch's lines, grown to the longest batch
+    FileLineQueue* const m_files;  // lines for files, written after each batch
+    Prefix m_prefix;               // the thread's own
+    std::vector<char> m_out;       // the thread's own: a batch's lines, grown to the longest batch
     std::thread m_thread;
 };
 

@@ -21,15 +21,15 @@
 #include "LogRing.h"
 #include "LogWriter.h"
 #include "RecentLines.h"
-#include "RotatingFile.h"
+#include "FileLineQueue.h"
 
 namespace {
 
+using ipc_platform::FileLineQueue;
 using ipc_platform::LogRecordHeader;
 using ipc_platform::LogRing;
 using ipc_platform::LogWriter;
 using ipc_platform::RecentLines;
-using ipc_platform::RotatingFile;
 
 // Room for several thousand lines, enough to ride out a short pause of the terminal or journald;
 // past that, lines are dropped rather than the service made to wait.
@@ -73,7 +73,7 @@ bool stderrIsJournal() {
 struct Logging {
     LogRing ring{kRingBytes};
     RecentLines recent;
-    RotatingFile files{kAppendedFileBytes};
+    FileLineQueue files{kAppendedFileBytes};
     LogWriter writer{ring, STDERR_FILENO, stderrIsJournal(), &recent, &files};
 };
 
@@ -225,6 +225,7 @@ void dlog_flush(void) {
         return;  // nothing queued, or the caller is the one that would have to write it
     }
     logging().ring.waitForWritten();
+    logging().files.waitForWritten();
 }
 
 void dlog_flush_in_crash(int timeout_ms) {
@@ -243,26 +244,21 @@ RecentLines& processRecentLines() {
 }
 
 bool appendFileLine(const std::string& path, const std::string& line) {
+    FileLineQueue& files = logging().files;
     if (g_direct.load(std::memory_order_relaxed)) {
-        RotatingFile& files = logging().files;
-        return files.append(path, line + '\n') && files.flush();
+        return files.writeNow(path, line + '\n');
     }
-    LogRecordHeader header;
-    header.tagLength = static_cast<uint32_t>(path.size());
-    header.textLength = static_cast<uint32_t>(line.size());
-    header.timeUs = 0;
-    header.toOutput = false;
-    header.toFile = true;
-    LogRing& ring = logging().ring;
-    if (ring.push(header, path.c_str(), line.c_str())) {
-        return true;
+    bool wakeWriter = false;
+    const bool queued = files.push(path, line + '\n', wakeWriter);
+    if (wakeWriter) {
+        // An empty record wakes the writing thread. When the ring is full it is awake anyway,
+        // and it looks at the queue after every batch.
+        LogRecordHeader header;
+        header.toOutput = false;
+        header.toFile = true;
+        logging().ring.push(header, "", "");
     }
-    if (logging().writer.isWriterThread()) {
-        return false;  // it cannot wait for itself
-    }
-    // The log is behind: the line waits for it rather than being lost.
-    ring.waitForWritten();
-    return ring.push(header, path.c_str(), line.c_str());
+    return queued;
 }
 
 }  // namespace ipc_platform
