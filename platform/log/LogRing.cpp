@@ -58,8 +58,11 @@ bool LogRing::push(const LogRecordHeader& header, const char* tag, const char* t
             std::memcpy(at, text, header.textLength);
             at[header.textLength] = '\n';
             m_head += skip + size;
-        } else if (!header.toFile) {
-            ++(header.toOutput ? m_droppedOutput : m_droppedRecent);
+        } else {
+            m_full.store(true, std::memory_order_relaxed);
+            if (!header.toFile) {
+                ++(header.toOutput ? m_droppedOutput : m_droppedRecent);
+            }
         }
         // A drop wakes the taker too: its count is reported even when nothing else comes.
         wake = m_takerSleeping;
@@ -104,8 +107,22 @@ void LogRing::markWritten(uint64_t end) {
         // A push into the empty ring may have moved the tail past a batch of drop counts only.
         m_tail = std::max(m_tail, end);
         m_batchOut = false;
+        m_full.store(false, std::memory_order_relaxed);
     }
     m_written.notify_all();
+}
+
+void LogRing::drop(bool toOutput) {
+    bool wake = false;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        ++(toOutput ? m_droppedOutput : m_droppedRecent);
+        wake = m_takerSleeping;
+        m_takerSleeping = false;
+    }
+    if (wake) {
+        m_queued.notify_one();
+    }
 }
 
 void LogRing::waitForWritten() {

@@ -1,6 +1,7 @@
 // A bounded byte ring of log lines between the threads that log and the one thread that writes.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -63,6 +64,12 @@ public:
 
     // False when the line did not fit and was counted as dropped.
     bool push(const LogRecordHeader& header, const char* tag, const char* text);
+    // True from a line that did not fit until the taker frees room: a line pushed meanwhile is
+    // most likely dropped too, so a caller may drop it (drop()) before it spends time formatting
+    // it. Read without the lock.
+    bool full() const { return m_full.load(std::memory_order_relaxed); }
+    // Counts a line dropped without being pushed.
+    void drop(bool toOutput);
 
     // Waits until lines are queued or a drop is to be reported (or stop() was called), then hands
     // them over. False once stopped with nothing left.
@@ -125,7 +132,8 @@ private:
     uint64_t m_tail = 0;                // the first byte not yet written
     uint64_t m_droppedOutput = 0;
     uint64_t m_droppedRecent = 0;
-    bool m_batchOut = false;  // taken and not yet marked written
+    bool m_batchOut = false;          // taken and not yet marked written
+    std::atomic<bool> m_full{false};  // written under m_mutex
     bool m_takerSleeping = false;
     bool m_stopped = false;
 };

@@ -168,6 +168,13 @@ int dlog_vprint(log_priority prio, const char* tag, const char* fmt, va_list ap)
     }
     const bool toOutput =
         static_cast<int>(prio) >= g_outputPriority.load(std::memory_order_relaxed);
+    if (!g_hasSink.load(std::memory_order_relaxed) && !g_direct.load(std::memory_order_relaxed) &&
+        logging().ring.full()) {
+        // The writer is behind and the line would be dropped: it is counted without being
+        // formatted, so that an overloaded log costs the callers little.
+        logging().ring.drop(toOutput);
+        return 0;
+    }
     char stackText[kStackText];
     std::string heapText;
     const char* text = stackText;

@@ -19,7 +19,8 @@ typedef enum {
 
 // Queues one line for stderr when prio is at or above the minimum priority. Returns the number of
 // bytes of the message, 0 when filtered out, -1 on a bad argument. When the queue is full the
-// line is dropped and counted ("N log lines dropped" follows once there is room).
+// line is dropped and counted ("N log lines dropped" follows once there is room); one that comes
+// while the queue is still full is dropped before it is formatted, and gives 0.
 int dlog_print(log_priority prio, const char* tag, const char* fmt, ...)
     __attribute__((format(printf, 3, 4)));
 int dlog_vprint(log_priority prio, const char* tag, const char* fmt, va_list ap);
