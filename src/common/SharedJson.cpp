@@ -10,6 +10,7 @@
 #include "JsonNodeTree.h"
 #include "JsonSyntaxCheck.h"
 #include "Log.h"
+#include "PlainJsonReader.h"
 
 namespace common::json {
 
@@ -321,6 +322,12 @@ private:
 
 SharedJson SharedJson::Create(const std::string& text) {
     const std::string_view view(text.c_str());  // the parser, too, stops at a NUL
+    // Most requests are plain enough for the one-pass reader, at a fraction of json-glib's cost.
+    // Its trees hold only integers and UTF-8 strings, never anything unprintable.
+    static thread_local PlainJsonReader reader;
+    if (JsonNode* root = reader.read(view)) {
+        return SharedJson(root);
+    }
     static thread_local ThreadParser threadParser;
     JsonParser* parser = threadParser.get();
     GError* error = nullptr;
