@@ -8,7 +8,9 @@
 #include "JsonException.h"
 #include "JsonNodeFix.h"
 #include "JsonNodeTree.h"
+#include "JsonSyntaxCheck.h"
 #include "Log.h"
+#include "PlainJsonReader.h"
 
 namespace common::json {
 
@@ -61,173 +63,6 @@ void repairExponents(std::string& text) {
         }
     }
 }
-
-// Strict JSON syntax (RFC 8259), nesting at most kMaxDepth deep. json-glib leaks memory on some
-// of its error paths (a second value after the first, a broken \u escape ...), so a text is
-// checked here and only well-formed text reaches it: a client cannot make the service lose
-// memory, or run the parser's recursion deep, with malformed requests.
-class SyntaxCheck {
-public:
-    explicit SyntaxCheck(std::string_view text) : m_text(text) {}
-
-    bool wellFormed() {
-        _blanks();
-        if (!_value(0)) {
-            return false;
-        }
-        _blanks();
-        return m_at == m_text.size();
-    }
-
-private:
-    static constexpr int kMaxDepth = 512;
-
-    bool _more() const { return m_at < m_text.size(); }
-    char _peek() const { return _more() ? m_text[m_at] : '\0'; }
-    void _blanks() {
-        while (_more() && (m_text[m_at] == ' ' || m_text[m_at] == '\t' || m_text[m_at] == '\n' ||
-                           m_text[m_at] == '\r')) {
-            ++m_at;
-        }
-    }
-    bool _word(std::string_view word) {
-        if (m_text.substr(m_at, word.size()) != word) {
-            return false;
-        }
-        m_at += word.size();
-        return true;
-    }
-    bool _digits() {
-        const size_t from = m_at;
-        while (_more() && g_ascii_isdigit(m_text[m_at])) {
-            ++m_at;
-        }
-        return m_at > from;
-    }
-    bool _number() {
-        if (_peek() == '-') {
-            ++m_at;
-        }
-        if (_peek() == '0') {
-            ++m_at;
-        } else if (!_digits()) {
-            return false;
-        }
-        if (_peek() == '.') {
-            ++m_at;
-            if (!_digits()) {
-                return false;
-            }
-        }
-        if (_peek() == 'e' || _peek() == 'E') {
-            ++m_at;
-            if (_peek() == '+' || _peek() == '-') {
-                ++m_at;
-            }
-            return _digits();
-        }
-        return true;
-    }
-    bool _hex4(unsigned& unit) {
-        for (int i = 0; i < 4; ++i, ++m_at) {
-            const int digit = g_ascii_xdigit_value(_peek());
-            if (digit < 0) {
-                return false;
-            }
-            unit = unit * 16 + static_cast<unsigned>(digit);
-        }
-        return true;
-    }
-    bool _string() {
-        ++m_at;  // the opening quote
-        while (_more()) {
-            const unsigned char c = static_cast<unsigned char>(m_text[m_at++]);
-            if (c == '"') {
-                return true;
-            }
-            if (c < 0x20) {
-                return false;
-            }
-            if (c != '\\') {
-                continue;
-            }
-            const char escaped = _peek();
-            ++m_at;
-            if (escaped == 'u') {
-                // A surrogate escape must come as a pair (json-glib leaks on a broken one).
-                unsigned unit = 0;
-                if (!_hex4(unit) || (unit >= 0xDC00 && unit <= 0xDFFF)) {
-                    return false;
-                }
-                if (unit >= 0xD800 && unit <= 0xDBFF) {
-                    unsigned low = 0;
-                    if (!_word("\\u") || !_hex4(low) || low < 0xDC00 || low > 0xDFFF) {
-                        return false;
-                    }
-                }
-            } else if (std::string_view("\"\\/bfnrt").find(escaped) == std::string_view::npos ||
-                       escaped == '\0') {
-                return false;
-            }
-        }
-        return false;
-    }
-    bool _container(int depth, char close) {
-        ++m_at;  // the opening bracket
-        _blanks();
-        if (_peek() == close) {
-            ++m_at;
-            return true;
-        }
-        for (;;) {
-            _blanks();
-            if (close == '}') {
-                if (_peek() != '"' || !_string()) {
-                    return false;
-                }
-                _blanks();
-                if (_peek() != ':') {
-                    return false;
-                }
-                ++m_at;
-                _blanks();
-            }
-            if (!_value(depth + 1)) {
-                return false;
-            }
-            _blanks();
-            if (_peek() == close) {
-                ++m_at;
-                return true;
-            }
-            if (_peek() != ',') {
-                return false;
-            }
-            ++m_at;
-        }
-    }
-    bool _value(int depth) {
-        switch (_peek()) {
-            case '{':
-                return depth < kMaxDepth && _container(depth, '}');
-            case '[':
-                return depth < kMaxDepth && _container(depth, ']');
-            case '"':
-                return _string();
-            case 't':
-                return _word("true");
-            case 'f':
-                return _word("false");
-            case 'n':
-                return _word("null");
-            default:
-                return _number();
-        }
-    }
-
-    const std::string_view m_text;
-    size_t m_at = 0;
-};
 
 std::shared_ptr<JsonNode> own(JsonNode* root) {
     return std::shared_ptr<JsonNode>(root, json_node_unref);
@@ -486,14 +321,20 @@ private:
 }  // namespace
 
 SharedJson SharedJson::Create(const std::string& text) {
+    const std::string_view view(text.c_str());  // the parser, too, stops at a NUL
+    // Most requests are plain enough for the one-pass reader, at a fraction of json-glib's cost.
+    // Its trees hold only integers and UTF-8 strings, never anything unprintable.
+    static thread_local PlainJsonReader reader;
+    if (JsonNode* root = reader.read(view)) {
+        return SharedJson(root);
+    }
     static thread_local ThreadParser threadParser;
     JsonParser* parser = threadParser.get();
     GError* error = nullptr;
     SharedJson result;
-    const std::string_view view(text.c_str());  // the parser, too, stops at a NUL
     const bool blank = view.find_first_not_of(" \t\r\n") == std::string_view::npos;
     if (!blank && (!g_utf8_validate(view.data(), static_cast<gssize>(view.size()), nullptr) ||
-                   !SyntaxCheck(view).wellFormed())) {
+                   !JsonSyntaxCheck(view).wellFormed())) {
         LOGE("failed to parse: not one well-formed JSON value");
     } else if (json_parser_load_from_data(parser, text.c_str(), -1, &error)) {
         JsonNode* root = json_parser_steal_root(parser);
