@@ -17,22 +17,36 @@ namespace {
 
 constexpr char kLogFileName[] = "kpi.log";
 
-// ISO 8601 in UTC as GLib writes it: microseconds only when there are any, then "Z".
+// Writes value as count decimal digits, zero-padded, at out.
+void putDigits(char* out, int value, int count) {
+    for (int i = count - 1; i >= 0; --i) {
+        out[i] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    }
+}
+
+// ISO 8601 in UTC as GLib writes it: microseconds only when there are any, then "Z". The digits
+// are put by hand: two snprintf calls cost a third of an event.
 void appendUtcNow(std::string& out) {
     const gint64 now = g_get_real_time();
     const time_t seconds = static_cast<time_t>(now / G_USEC_PER_SEC);
     const int micros = static_cast<int>(now % G_USEC_PER_SEC);
     struct tm parts {};
     gmtime_r(&seconds, &parts);
-    char text[40];
-    int length =
-        snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d", parts.tm_year + 1900,
-                 parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
+    char text[] = "YYYY-MM-DDTHH:MM:SS.uuuuuuZ";
+    putDigits(text, parts.tm_year + 1900, 4);
+    putDigits(text + 5, parts.tm_mon + 1, 2);
+    putDigits(text + 8, parts.tm_mday, 2);
+    putDigits(text + 11, parts.tm_hour, 2);
+    putDigits(text + 14, parts.tm_min, 2);
+    putDigits(text + 17, parts.tm_sec, 2);
     if (micros != 0) {
-        length += snprintf(text + length, sizeof text - length, ".%06d", micros);
+        putDigits(text + 20, micros, 6);
+        out.append(text, sizeof text - 1);
+    } else {
+        out.append(text, 19);
+        out += 'Z';
     }
-    out.append(text, length);
-    out += 'Z';
 }
 
 // A JSON string; control characters escaped as json-glib escapes them (and U+001F, which it

@@ -1,9 +1,12 @@
 // The platform's KPI log: one JSON line per event in the data folder, rotated once when full.
+#include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include <glib.h>
 #include <gtest/gtest.h>
 
 #include "JsonValue.h"
@@ -48,7 +51,17 @@ TEST_F(KPILogFileTest, EachEventIsOneJsonLine) {
     EXPECT_EQ("COMMAND", first["eventName"].asString());
     EXPECT_EQ("EV002", first["eventId"].asString());
     EXPECT_EQ("{cm=get}", first["description"].asString());
-    EXPECT_EQ('Z', first["time"].asString().back());  // ISO 8601 in UTC
+    // ISO 8601 in UTC, as GLib writes it, and the time of the event.
+    const std::string time = first["time"].asString();
+    EXPECT_TRUE(std::regex_match(time, std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d{6})?Z)")))
+        << time;
+    GDateTime* logged = g_date_time_new_from_iso8601(time.c_str(), nullptr);
+    ASSERT_NE(nullptr, logged) << time;
+    EXPECT_LT(std::llabs(g_get_real_time() - g_date_time_to_unix(logged) * G_USEC_PER_SEC -
+                         g_date_time_get_microsecond(logged)),
+              60 * G_USEC_PER_SEC)
+        << time;
+    g_date_time_unref(logged);
     EXPECT_EQ(awkward, JsonValue::Create(written[1])["description"].asString());
 }
 
