@@ -46,7 +46,7 @@ void MsgDispatcher::EnqueueData(std::function<void()>&& job) {
     }
     // A thread that is busy finds the job when its batch is done, without a wake-up.
     if (m_queue->Push(std::move(job))) {
-        m_condition.notify_one();
+        m_wakeup.post();
     }
 }
 
@@ -55,7 +55,7 @@ void MsgDispatcher::Quit() {
         std::lock_guard<std::mutex> lock(m_queue->Mutex());
         m_bRunning = false;
     }
-    m_condition.notify_one();
+    m_wakeup.post();
 }
 
 bool MsgDispatcher::isEmptyQueue() {
@@ -77,7 +77,7 @@ void MsgDispatcher::runDispatchingThread() {
         if (!m_queue->IsEmptyLocked()) {
             m_queue->RunQueuedJobs(lock, m_bRunning);
         } else {
-            m_queue->WaitLocked(lock, m_condition, std::chrono::steady_clock::now() + m_idleTick);
+            m_queue->WaitLocked(lock, m_wakeup, std::chrono::steady_clock::now() + m_idleTick);
         }
     }
     LOGI("[%s] Finished thread running", m_name.c_str());

@@ -3,11 +3,12 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <string>
 #include <thread>
+
+#include "Wakeup.h"
 
 // Jobs run on the dispatcher's own thread (named after the dispatcher, cut to the 15 characters
 // the OS allows) in the order they were queued, never two at once, and without any lock held.
@@ -46,7 +47,7 @@ private:
     // Written under the queue mutex so that the thread cannot miss the wake-up of Quit(); atomic
     // because EnqueueData() reads it without that mutex.
     std::atomic<bool> m_bRunning;
-    std::condition_variable m_condition;  // waits on the queue mutex
+    ipc_sync::Wakeup m_wakeup;  // the thread sleeps on it when the queue is empty
     std::unique_ptr<MsgQueue> m_queue;
     std::thread m_thread;  // last: starts once everything above exists
 };

@@ -45,10 +45,12 @@ void MsgDispatcher::MsgQueue::Clear() {
 }
 
 void MsgDispatcher::MsgQueue::WaitLocked(std::unique_lock<std::mutex>& lock,
-                                         std::condition_variable& condition,
+                                         ipc_sync::Wakeup& wakeup,
                                          std::chrono::steady_clock::time_point deadline) {
     m_bConsumerWaiting = true;
-    condition.wait_until(lock, deadline);
+    lock.unlock();
+    wakeup.waitUntil(deadline);
+    lock.lock();
     m_bConsumerWaiting = false;
 }
 

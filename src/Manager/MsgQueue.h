@@ -3,15 +3,15 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
 
 #include "Manager/MsgDispatcher.h"
+#include "Wakeup.h"
 
-// A deque of jobs under one mutex, which the dispatcher's condition variable also waits on.
+// A deque of jobs under one mutex; the dispatcher's thread sleeps on a wake-up when it is empty.
 // Thread-safe; the operations named Locked and RunQueuedJobs() are for the dispatcher's thread,
 // which holds the queue mutex through Mutex() while it looks at the queue.
 //
@@ -38,9 +38,9 @@ public:
     std::mutex& Mutex() { return m_mutex; }
     // Caller holds Mutex().
     bool IsEmptyLocked() const { return m_jobs.empty(); }
-    // Caller holds Mutex() through lock. Sleeps on condition until deadline, a Push() that
-    // reports the sleep, or any other notification.
-    void WaitLocked(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
+    // Caller holds Mutex() through lock. Sleeps without it until deadline, a Push() that reports
+    // the sleep (whose caller posts wakeup), or any other post.
+    void WaitLocked(std::unique_lock<std::mutex>& lock, ipc_sync::Wakeup& wakeup,
                     std::chrono::steady_clock::time_point deadline);
     // Caller holds Mutex() through lock. Takes every queued job, then runs them in order with
     // the lock released, one at a time, while running stays true; returns with the lock held

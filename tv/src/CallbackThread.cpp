@@ -31,7 +31,7 @@ void CallbackThread::stop() {
         m_open.clear();
         ++m_cancelGeneration;
     }
-    m_wake.notify_one();
+    m_wakeup.post();
     if (m_thread.joinable()) {
         m_thread.join();
     }
@@ -80,7 +80,7 @@ bool CallbackThread::post(Owner owner, std::chrono::milliseconds delay,
         }
     }
     if (wake) {
-        m_wake.notify_one();
+        m_wakeup.post();
     }
     return true;
 }
@@ -160,7 +160,9 @@ void CallbackThread::_loop() {
     while (!m_stopping) {
         if (m_queue.empty()) {
             m_sleepingUntil = Clock::time_point::max();
-            m_wake.wait(lock);
+            lock.unlock();
+            m_wakeup.wait();
+            lock.lock();
             m_sleepingUntil.reset();
             continue;
         }
@@ -168,7 +170,9 @@ void CallbackThread::_loop() {
         const Clock::time_point due = m_queue.begin()->first.first;
         if (due > Clock::now()) {
             m_sleepingUntil = due;
-            m_wake.wait_until(lock, due);
+            lock.unlock();
+            m_wakeup.waitUntil(due);
+            lock.lock();
             m_sleepingUntil.reset();
             continue;
         }

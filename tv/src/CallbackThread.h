@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "Wakeup.h"
+
 namespace ipc_tv {
 
 // Runs work one item at a time, by due time and then in the order it was posted (FIFO for
@@ -74,7 +76,7 @@ private:
     // Protects m_queue, m_open, m_closedSinceTake, m_nextSequence, m_stopping and
     // m_sleepingUntil; close() waits on m_idle under it.
     mutable std::mutex m_mutex;
-    std::condition_variable m_wake;  // new work or stop, for the thread
+    ipc_sync::Wakeup m_wakeup;       // new work or stop, for the thread while it sleeps
     std::condition_variable m_idle;  // an item finished, for close()
     std::map<Key, Item> m_queue;
     std::set<Owner> m_open;
