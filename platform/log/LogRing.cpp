@@ -65,8 +65,7 @@ bool LogRing::push(const LogRecordHeader& header, const char* tag, const char* t
             }
         }
         // A drop wakes the taker too: its count is reported even when nothing else comes.
-        wake = m_takerSleeping;
-        m_takerSleeping = false;
+        wake = m_takerSleeping.exchange(false);
     }
     if (wake) {
         m_queued.notify_one();
@@ -79,20 +78,21 @@ bool LogRing::take(Batch& batch) {
     uint64_t head = 0;
     {
         std::unique_lock<std::mutex> lock(m_mutex);
+        // Set before the counts are looked at, as drop() counts before it looks at this: either
+        // this sees a count or drop() sees the taker asleep.
+        m_takerSleeping.store(true);
         while (m_head == m_tail && m_droppedOutput == 0 && m_droppedRecent == 0 && !m_stopped) {
-            m_takerSleeping = true;
             m_queued.wait(lock);
+            m_takerSleeping.store(true);
         }
-        m_takerSleeping = false;
+        m_takerSleeping.store(false);
         if (m_head == m_tail && m_droppedOutput == 0 && m_droppedRecent == 0) {
             return false;  // stopped and drained
         }
         begin = m_tail;
         head = m_head;
-        batch.droppedOutput = m_droppedOutput;
-        batch.droppedRecent = m_droppedRecent;
-        m_droppedOutput = 0;
-        m_droppedRecent = 0;
+        batch.droppedOutput = m_droppedOutput.exchange(0);
+        batch.droppedRecent = m_droppedRecent.exchange(0);
         m_batchOut = true;
     }
     batch.begin = begin;
@@ -113,12 +113,16 @@ void LogRing::markWritten(uint64_t end) {
 }
 
 void LogRing::drop(bool toOutput) {
+    // No lock while the writer is behind: every line of the callers comes here then.
+    ++(toOutput ? m_droppedOutput : m_droppedRecent);
+    if (!m_takerSleeping.load()) {
+        return;
+    }
     bool wake = false;
     {
+        // The taker holds the lock from its look at the counts until it sleeps.
         std::lock_guard<std::mutex> lock(m_mutex);
-        ++(toOutput ? m_droppedOutput : m_droppedRecent);
-        wake = m_takerSleeping;
-        m_takerSleeping = false;
+        wake = m_takerSleeping.exchange(false);
     }
     if (wake) {
         m_queued.notify_one();

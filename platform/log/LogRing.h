@@ -68,7 +68,7 @@ public:
     // most likely dropped too, so a caller may drop it (drop()) before it spends time formatting
     // it. Read without the lock.
     bool full() const { return m_full.load(std::memory_order_relaxed); }
-    // Counts a line dropped without being pushed.
+    // Counts a line dropped without being pushed, without taking the lock unless the taker sleeps.
     void drop(bool toOutput);
 
     // Waits until lines are queued or a drop is to be reported (or stop() was called), then hands
@@ -130,11 +130,12 @@ private:
     std::condition_variable m_written;  // waitForWritten waits for the taker
     uint64_t m_head = 0;                // where the next line goes
     uint64_t m_tail = 0;                // the first byte not yet written
-    uint64_t m_droppedOutput = 0;
-    uint64_t m_droppedRecent = 0;
-    bool m_batchOut = false;          // taken and not yet marked written
-    std::atomic<bool> m_full{false};  // written under m_mutex
-    bool m_takerSleeping = false;
+    // Also counted by drop() without the lock.
+    std::atomic<uint64_t> m_droppedOutput{0};
+    std::atomic<uint64_t> m_droppedRecent{0};
+    bool m_batchOut = false;                   // taken and not yet marked written
+    std::atomic<bool> m_full{false};           // written under m_mutex
+    std::atomic<bool> m_takerSleeping{false};  // written under m_mutex, read by drop() without
     bool m_stopped = false;
 };
 
