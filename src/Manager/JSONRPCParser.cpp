@@ -111,6 +111,13 @@ const JsonValue& JSONRPCParser::getJsonParams() const {
     return root["params"];
 }
 
+JsonValue JSONRPCParser::takeJsonParams() {
+    if (getJsonParams().isNull()) {
+        return JsonValue();
+    }
+    return std::move(m_root["params"]);
+}
+
 bool JSONRPCParser::hasParams() {
     const JsonValue& params = getJsonParams();
     if (params.isNull()) {

@@ -23,6 +23,9 @@ public:
     bool getMethodName(std::string& out);
     bool getJsonID(std::string& out);
     const common::json::JsonValue& getJsonParams() const;
+    // The same taken out of the request rather than copied (null when there are none), for a
+    // parser whose request is done with.
+    common::json::JsonValue takeJsonParams();
     bool hasParams();
     bool getParams(std::map<std::string, std::string>& out);
     bool getAccessToken(std::string& out);

@@ -157,7 +157,7 @@ void ServiceManager::processCommand(const requestMsg& msg, JsonValue* parsed) {
     cmd->clientId = msg.clientId;
     parser.getJsonID(cmd->jsonId);
     parser.getMethodName(cmd->method);
-    cmd->params = parser.getJsonParams();
+    cmd->params = parser.takeJsonParams();
     {
         std::lock_guard<std::mutex> lock(m_inFlightMutex);
         m_commandsInFlight.insert(cmd);
