@@ -153,13 +153,12 @@ bool JSONRPCParser::getAccessToken(std::string& out) {
         return false;
     }
     try {
-        for (const std::string& name : params.getMemberNames()) {
-            if (name == kAccessToken) {
-                out = params[name].asString();
-                LOGI("getAccessToken found AccessToken data...key:%s  value:%s", name.c_str(),
-                     SecurityMode::token(out).c_str());
-                return true;
-            }
+        // Looked up by name: the same member a walk over the names finds, without copying them.
+        if (params.isMember(kAccessToken)) {
+            out = params[kAccessToken].asString();
+            LOGI("getAccessToken found AccessToken data...key:%s  value:%s", kAccessToken,
+                 SecurityMode::token(out).c_str());
+            return true;
         }
     } catch (const std::exception& e) {
         LOGE("Exception : %s", e.what());
