@@ -9,6 +9,8 @@
 #include <limits>
 #include <memory>
 
+#include "JsonNodeTree.h"
+
 namespace common::json {
 
 namespace {
@@ -75,7 +77,8 @@ std::string formatDouble(double value) {
 }  // namespace
 
 const JsonValue& JsonValue::Null::null_instance() {
-    static const JsonValue instance;
+    // Made with its node in place: threads reading it at once must not race to make one.
+    static const JsonValue instance(SharedJson(node_tree::new_null()));
     return instance;
 }
 
@@ -114,7 +117,7 @@ JsonValue::JsonValue(SharedJson handle)
 JsonValue::JsonValue(const JsonValue& other)
     : SharedJson(other.clone()), m_children(SharedJson::type()) {}
 
-JsonValue::JsonValue(JsonValue&& other) noexcept : SharedJson(Unset{}) {
+JsonValue::JsonValue(JsonValue&& other) noexcept {
     if (other._isRoot()) {
         // The whole tree changes hands, and with it the children other has handed out.
         SharedJson::operator=(static_cast<SharedJson&&>(other));

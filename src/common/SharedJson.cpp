@@ -251,7 +251,7 @@ JsonArray* require_array(JsonNode* node) {
 
 }  // namespace
 
-SharedJson::SharedJson() : SharedJson(new_null()) {}
+SharedJson::SharedJson() noexcept : m_node(nullptr) {}
 
 SharedJson::SharedJson(bool value) : SharedJson(json_node_init_boolean(json_node_alloc(), value)) {}
 
@@ -262,17 +262,15 @@ SharedJson::SharedJson(double value)
     : SharedJson(json_node_init_double(json_node_alloc(), value)) {}
 
 SharedJson::SharedJson(const char* value)
-    : SharedJson(value != nullptr ? json_node_init_string(json_node_alloc(), value) : new_null()) {}
+    : SharedJson(value != nullptr ? json_node_init_string(json_node_alloc(), value) : nullptr) {}
 
 SharedJson::SharedJson(const std::string& value) : SharedJson(value.c_str()) {}
 
 SharedJson::SharedJson(JsonNode* root) : SharedJson(root, root) {}
 
 SharedJson::SharedJson(JsonNode* root, JsonNode* node)
-    : m_root(own(root != nullptr ? root : new_null())),
-      m_node(root != nullptr && node != nullptr ? node : m_root.get()) {}
-
-SharedJson::SharedJson(Unset) noexcept : m_node(nullptr) {}
+    : m_root(root != nullptr ? own(root) : nullptr),
+      m_node(root != nullptr && node != nullptr ? node : root) {}
 
 SharedJson::SharedJson(std::shared_ptr<JsonNode> root, JsonNode* node)
     : m_root(std::move(root)), m_node(node) {}
@@ -303,12 +301,19 @@ SharedJson& SharedJson::operator=(SharedJson&& other) noexcept {
 
 SharedJson::~SharedJson() = default;
 
-JsonNode* SharedJson::_node() const {
-    if (m_node == nullptr) {
-        m_root = own(new_null());
-        m_node = m_root.get();
-    }
+JsonNode* SharedJson::_materialise() const {
+    m_root = own(new_null());
+    m_node = m_root.get();
     return m_node;
+}
+
+// Reads go through these two so that reading a handle without a node does not make one.
+JsonObject* SharedJson::_object() const {
+    return m_node != nullptr ? object_of(m_node) : nullptr;
+}
+
+JsonArray* SharedJson::_array() const {
+    return m_node != nullptr ? array_of(m_node) : nullptr;
 }
 
 const std::shared_ptr<JsonNode>& SharedJson::_root() const {
@@ -317,19 +322,21 @@ const std::shared_ptr<JsonNode>& SharedJson::_root() const {
 }
 
 bool SharedJson::_isRoot() const {
-    return _node() == m_root.get();
+    return m_node == nullptr || m_node == m_root.get();
 }
 
 void SharedJson::init(JsonType type) {
-    _install(new_empty(type));
+    if (type != JsonType::nullValue || m_node != nullptr) {
+        _install(new_empty(type));
+    }
 }
 
 JsonType SharedJson::type() const {
-    return kind_of(_node());
+    return m_node != nullptr ? kind_of(m_node) : JsonType::nullValue;
 }
 
 bool SharedJson::get_bool() const {
-    return is_scalar(_node()) && json_node_get_boolean(_node()) != FALSE;
+    return m_node != nullptr && is_scalar(m_node) && json_node_get_boolean(m_node) != FALSE;
 }
 
 long long SharedJson::get_int() const {
@@ -362,23 +369,23 @@ std::string SharedJson::get_string() const {
 }
 
 bool SharedJson::has(const std::string& name) const {
-    JsonObject* object = object_of(_node());
+    JsonObject* object = _object();
     return object != nullptr && json_object_has_member(object, name.c_str());
 }
 
 size_t SharedJson::object_size() const {
-    JsonObject* object = object_of(_node());
+    JsonObject* object = _object();
     return object != nullptr ? json_object_get_size(object) : 0;
 }
 
 size_t SharedJson::array_size() const {
-    JsonArray* array = array_of(_node());
+    JsonArray* array = _array();
     return array != nullptr ? json_array_get_length(array) : 0;
 }
 
 std::vector<std::string> SharedJson::get_member_names() const {
     std::vector<std::string> names;
-    if (JsonObject* object = object_of(_node())) {
+    if (JsonObject* object = _object()) {
         GList* members = json_object_get_members(object);
         for (GList* l = members; l != nullptr; l = l->next) {
             names.emplace_back(static_cast<const char*>(l->data));
@@ -434,11 +441,17 @@ void SharedJson::append(SharedJson&& value) {
 }
 
 void SharedJson::set(const SharedJson& value) {
-    _install(deep_copy(value._node()));
+    if (value.m_node == nullptr) {
+        init(JsonType::nullValue);
+    } else {
+        _install(deep_copy(value.m_node));
+    }
 }
 
 void SharedJson::set(SharedJson&& value) {
-    if (!same_node(value)) {
+    if (value.m_node == nullptr) {
+        init(JsonType::nullValue);
+    } else if (!same_node(value)) {
         _install(_takeContent(value));
     }
 }
@@ -448,11 +461,15 @@ bool SharedJson::equal(const SharedJson& other) const {
 }
 
 bool SharedJson::same_node(const SharedJson& other) const {
-    return _node() == other._node();
+    // A handle without a node gets a tree of its own, which no other handle can share.
+    if (m_node == nullptr || other.m_node == nullptr) {
+        return this == &other;
+    }
+    return m_node == other.m_node;
 }
 
 SharedJson SharedJson::clone() const {
-    return SharedJson(deep_copy(_node()));
+    return m_node != nullptr ? SharedJson(deep_copy(m_node)) : SharedJson();
 }
 
 std::string SharedJson::to_string(bool pretty) const {
@@ -518,13 +535,16 @@ std::string SharedJson::GlibcVersion() {
 }
 
 SharedJson SharedJson::_detach(SharedJson& source) const {
-    return SharedJson(_takeContent(source));
+    return source.m_node != nullptr ? SharedJson(_takeContent(source)) : SharedJson();
 }
 
 // Returns a standalone node, owned by the caller, with source's content, and leaves source null.
 // A source that encloses this node cannot give its content away and is copied instead.
 JsonNode* SharedJson::_takeContent(SharedJson& source) const {
-    JsonNode* from = source._node();
+    if (source.m_node == nullptr) {
+        return new_null();
+    }
+    JsonNode* from = source.m_node;
     if (m_root != nullptr && source.m_root == m_root && encloses(from, _node())) {
         return deep_copy(from);
     }
@@ -543,7 +563,13 @@ JsonNode* SharedJson::_takeContent(SharedJson& source) const {
 
 // Gives the designated node the content of the standalone node content, which it consumes.
 void SharedJson::_install(JsonNode* content) {
-    JsonNode* node = _node();
+    if (m_node == nullptr) {
+        // No handle shares the null this would have been: the content becomes the tree.
+        m_root = own(content);
+        m_node = content;
+        return;
+    }
+    JsonNode* node = m_node;
     if (is_scalar(node)) {
         if (is_scalar(content)) {
             assign_scalar(node, content);
