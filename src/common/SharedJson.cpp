@@ -386,6 +386,7 @@ size_t SharedJson::array_size() const {
 std::vector<std::string> SharedJson::get_member_names() const {
     std::vector<std::string> names;
     if (JsonObject* object = _object()) {
+        names.reserve(json_object_get_size(object));
         GList* members = json_object_get_members(object);
         for (GList* l = members; l != nullptr; l = l->next) {
             names.emplace_back(static_cast<const char*>(l->data));
