@@ -474,13 +474,17 @@ SharedJson SharedJson::clone() const {
 }
 
 std::string SharedJson::to_string(bool pretty) const {
-    JsonGenerator* generator = json_generator_new();
+    // One generator per thread: making and dropping the object costs more than printing a
+    // response. It is given no root in between, so it holds on to no tree.
+    static thread_local const std::unique_ptr<JsonGenerator, void (*)(gpointer)> threadGenerator(
+        json_generator_new(), g_object_unref);
+    JsonGenerator* generator = threadGenerator.get();
     json_generator_set_root(generator, _node());
     json_generator_set_pretty(generator, pretty ? TRUE : FALSE);
     gchar* text = json_generator_to_data(generator, nullptr);
+    json_generator_set_root(generator, nullptr);
     std::string result = text != nullptr ? text : "";
     g_free(text);
-    g_object_unref(generator);
     repairExponents(result);
     return result;
 }
