@@ -78,7 +78,7 @@ std::string formatDouble(double value) {
 
 const JsonValue& JsonValue::Null::null_instance() {
     // Made with its node in place: threads reading it at once must not race to make one.
-    static const JsonValue instance(SharedJson(node_tree::new_null()));
+    static const JsonValue instance{SharedJson(node_tree::new_null())};
     return instance;
 }
 
