@@ -426,6 +426,22 @@ SharedJson SharedJson::operator[](const std::string& name) const {
     return SharedJson(m_root, member);
 }
 
+JsonNode* SharedJson::_member(const std::string& name) const {
+    JsonObject* object = _object();
+    return object != nullptr ? json_object_get_member(object, name.c_str()) : nullptr;
+}
+
+JsonNode* SharedJson::_element(size_t index) const {
+    JsonArray* array = _array();
+    return array != nullptr && index < json_array_get_length(array)
+               ? json_array_get_element(array, index)
+               : nullptr;
+}
+
+SharedJson SharedJson::_handle(JsonNode* node) const {
+    return SharedJson(m_root, node);
+}
+
 SharedJson SharedJson::operator[](size_t index) const {
     JsonArray* array = require_array(_node());
     if (index >= json_array_get_length(array)) {

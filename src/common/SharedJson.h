@@ -86,6 +86,12 @@ protected:
     bool _isRoot() const;
     // Source's content as a tree of its own, taken as set(SharedJson&&) takes it.
     SharedJson _detach(SharedJson& source) const;
+    // The node of a member or element that exists, else nullptr: a lookup without the handle
+    // operator[] makes, for callers that may already hold one on that node.
+    JsonNode* _member(const std::string& name) const;
+    JsonNode* _element(size_t index) const;
+    SharedJson _handle(JsonNode* node) const;  // node lies in this tree
+    bool _designates(const JsonNode* node) const { return m_node == node; }
 
 private:
     SharedJson(std::shared_ptr<JsonNode> root, JsonNode* node);
