@@ -325,6 +325,10 @@ bool SharedJson::_isRoot() const {
     return m_node == nullptr || m_node == m_root.get();
 }
 
+bool SharedJson::_alone() const {
+    return _isRoot() && m_root.use_count() <= 1;
+}
+
 void SharedJson::init(JsonType type) {
     if (type != JsonType::nullValue || m_node != nullptr) {
         _install(new_empty(type));
@@ -556,7 +560,14 @@ std::string SharedJson::GlibcVersion() {
 }
 
 SharedJson SharedJson::_detach(SharedJson& source) const {
-    return source.m_node != nullptr ? SharedJson(_takeContent(source)) : SharedJson();
+    if (source.m_node == nullptr) {
+        return SharedJson();
+    }
+    if (&source != this && source._alone()) {
+        // This handle is not in that tree either: it changes hands as it is.
+        return std::move(source);
+    }
+    return SharedJson(_takeContent(source));
 }
 
 // Returns a standalone node, owned by the caller, with source's content, and leaves source null.
@@ -569,8 +580,8 @@ JsonNode* SharedJson::_takeContent(SharedJson& source) const {
     if (m_root != nullptr && source.m_root == m_root && encloses(from, _node())) {
         return deep_copy(from);
     }
-    if (source._isRoot() && source.m_root.use_count() == 1) {
-        // Nobody else sees this tree: hand its root over as it is.
+    if (source._alone()) {
+        // Hand the root over as it is.
         JsonNode* root = json_node_ref(from);
         source.m_root.reset();
         source.m_node = nullptr;

@@ -100,6 +100,7 @@ private:
     JsonObject* _object() const;  // nullptr unless an object; a handle without a node stays so
     JsonArray* _array() const;
     const std::shared_ptr<JsonNode>& _root() const;
+    bool _alone() const;  // designates the root of a tree no other handle sees
     JsonNode* _takeContent(SharedJson& source) const;
     void _install(JsonNode* content);
     void _replaceNode(JsonNode* fresh);
