@@ -423,11 +423,11 @@ void SharedJson::resize(size_t size) {
 }
 
 SharedJson SharedJson::operator[](const std::string& name) const {
-    JsonNode* member = json_object_get_member(require_object(_node()), name.c_str());
+    JsonNode* member = _member(name);
     if (member == nullptr) {
         throw JsonException("invalid type");
     }
-    return SharedJson(m_root, member);
+    return _handle(member);
 }
 
 JsonNode* SharedJson::_member(const std::string& name) const {
@@ -447,11 +447,11 @@ SharedJson SharedJson::_handle(JsonNode* node) const {
 }
 
 SharedJson SharedJson::operator[](size_t index) const {
-    JsonArray* array = require_array(_node());
-    if (index >= json_array_get_length(array)) {
+    JsonNode* element = _element(index);
+    if (element == nullptr) {
         throw JsonException("invalid type");
     }
-    return SharedJson(m_root, json_array_get_element(array, index));
+    return _handle(element);
 }
 
 void SharedJson::append(SharedJson&& value) {
@@ -478,7 +478,10 @@ void SharedJson::set(SharedJson&& value) {
 }
 
 bool SharedJson::equal(const SharedJson& other) const {
-    return json_node_equal(_node(), other._node()) != FALSE;
+    if (m_node == nullptr || other.m_node == nullptr) {
+        return type() == JsonType::nullValue && other.type() == JsonType::nullValue;
+    }
+    return json_node_equal(m_node, other.m_node) != FALSE;
 }
 
 bool SharedJson::same_node(const SharedJson& other) const {
@@ -494,12 +497,15 @@ SharedJson SharedJson::clone() const {
 }
 
 std::string SharedJson::to_string(bool pretty) const {
+    if (m_node == nullptr) {
+        return "null";
+    }
     // One generator per thread: making and dropping the object costs more than printing a
     // response. It is given no root in between, so it holds on to no tree.
     static thread_local const std::unique_ptr<JsonGenerator, void (*)(gpointer)> threadGenerator(
         json_generator_new(), g_object_unref);
     JsonGenerator* generator = threadGenerator.get();
-    json_generator_set_root(generator, _node());
+    json_generator_set_root(generator, m_node);
     json_generator_set_pretty(generator, pretty ? TRUE : FALSE);
     gchar* text = json_generator_to_data(generator, nullptr);
     json_generator_set_root(generator, nullptr);
