@@ -472,6 +472,9 @@ void SharedJson::set(const SharedJson& value) {
 void SharedJson::set(SharedJson&& value) {
     if (value.m_node == nullptr) {
         init(JsonType::nullValue);
+    } else if (m_node == nullptr && value._alone()) {
+        // Neither is seen by another handle: value's tree becomes this one as it is.
+        *this = std::move(value);
     } else if (!same_node(value)) {
         _install(_takeContent(value));
     }
