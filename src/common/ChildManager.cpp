@@ -1,21 +1,9 @@
 // Cache of the member and element values a JsonValue has handed out.
 #include "ChildManager.h"
 
-#include <iterator>
-
 #include "JsonValue.h"
 
 namespace common::json {
-
-namespace {
-
-template <typename Map>
-JsonValue* lookup(const Map& map, const typename Map::key_type& key) {
-    auto it = map.find(key);
-    return it != map.end() ? it->second.get() : nullptr;
-}
-
-}  // namespace
 
 ChildManager::ChildManager(JsonType type) : m_type(type) {}
 
@@ -50,25 +38,23 @@ void ChildManager::erase(const std::string& name) {
 }
 
 void ChildManager::erase_from(size_t index) {
-    for (auto it = m_elements.begin(); it != m_elements.end();) {
-        it = it->first >= index ? m_elements.erase(it) : std::next(it);
-    }
+    m_elements.erase_if([index](size_t key) { return key >= index; });
 }
 
 JsonValue* ChildManager::find(const std::string& name) const {
-    return lookup(m_members, name);
+    return m_members.find(name);
 }
 
 JsonValue* ChildManager::find(size_t index) const {
-    return lookup(m_elements, index);
+    return m_elements.find(index);
 }
 
 JsonValue& ChildManager::insert(const std::string& name, std::unique_ptr<JsonValue> child) {
-    return *(m_members[name] = std::move(child));
+    return m_members.insert(name, std::move(child));
 }
 
 JsonValue& ChildManager::insert(size_t index, std::unique_ptr<JsonValue> child) {
-    return *(m_elements[index] = std::move(child));
+    return m_elements.insert(index, std::move(child));
 }
 
 }  // namespace common::json

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <memory>
 #include <string>
-#include <unordered_map>
 
+#include "ChildTable.h"
 #include "JsonType.h"
 
 namespace common::json {
@@ -40,8 +40,8 @@ public:
 
 private:
     JsonType m_type;
-    std::unordered_map<std::string, std::unique_ptr<JsonValue>> m_members;
-    std::unordered_map<size_t, std::unique_ptr<JsonValue>> m_elements;
+    ChildTable<std::string> m_members;
+    ChildTable<size_t> m_elements;
 };
 
 }  // namespace common::json

@@ -9,6 +9,8 @@
 #include <limits>
 #include <memory>
 
+#include "JsonNodeTree.h"
+
 namespace common::json {
 
 namespace {
@@ -75,7 +77,8 @@ std::string formatDouble(double value) {
 }  // namespace
 
 const JsonValue& JsonValue::Null::null_instance() {
-    static const JsonValue instance;
+    // Made with its node in place: threads reading it at once must not race to make one.
+    static const JsonValue instance{SharedJson(node_tree::new_null())};
     return instance;
 }
 
@@ -114,7 +117,7 @@ JsonValue::JsonValue(SharedJson handle)
 JsonValue::JsonValue(const JsonValue& other)
     : SharedJson(other.clone()), m_children(SharedJson::type()) {}
 
-JsonValue::JsonValue(JsonValue&& other) noexcept : SharedJson(Unset{}) {
+JsonValue::JsonValue(JsonValue&& other) noexcept {
     if (other._isRoot()) {
         // The whole tree changes hands, and with it the children other has handed out.
         SharedJson::operator=(static_cast<SharedJson&&>(other));
@@ -317,21 +320,24 @@ void JsonValue::removeMember(const std::string& name) {
 
 JsonValue JsonValue::get(const std::string& name, const JsonValue& defaultValue) const {
     _checkObjectOrNull();
-    return has(name) ? JsonValue(SharedJson::operator[](name).clone()) : defaultValue;
+    JsonNode* member = _member(name);
+    return member != nullptr ? JsonValue(SharedJson(node_tree::deep_copy(member))) : defaultValue;
 }
 
 JsonValue& JsonValue::operator[](const std::string& name) {
     _becomeContainer(JsonType::objectValue);
-    alloc_member(name);
-    return _child(name);
+    JsonNode* member = _member(name);
+    if (member == nullptr) {
+        alloc_member(name);
+        member = _member(name);
+    }
+    return _child(name, member);
 }
 
 const JsonValue& JsonValue::operator[](const std::string& name) const {
     _checkObjectOrNull();
-    if (!has(name)) {
-        return Null::null_instance();
-    }
-    return _child(name);
+    JsonNode* member = _member(name);
+    return member != nullptr ? _child(name, member) : Null::null_instance();
 }
 
 size_t JsonValue::size() const {
@@ -376,7 +382,8 @@ void JsonValue::append(JsonValue&& value) {
 
 JsonValue JsonValue::get(size_t index, const JsonValue& defaultValue) const {
     _checkArrayOrNull();
-    return index < array_size() ? JsonValue(SharedJson::operator[](index).clone()) : defaultValue;
+    JsonNode* element = _element(index);
+    return element != nullptr ? JsonValue(SharedJson(node_tree::deep_copy(element))) : defaultValue;
 }
 
 JsonValue& JsonValue::operator[](size_t index) {
@@ -384,15 +391,13 @@ JsonValue& JsonValue::operator[](size_t index) {
     if (index >= array_size()) {
         SharedJson::resize(index + 1);
     }
-    return _child(index);
+    return _child(index, _element(index));
 }
 
 const JsonValue& JsonValue::operator[](size_t index) const {
     _checkArrayOrNull();
-    if (index >= array_size()) {
-        return Null::null_instance();
-    }
-    return _child(index);
+    JsonNode* element = _element(index);
+    return element != nullptr ? _child(index, element) : Null::null_instance();
 }
 
 bool JsonValue::operator==(const JsonValue& other) const {
@@ -428,19 +433,18 @@ void JsonValue::_becomeContainer(JsonType kind) {
     }
 }
 
-// The cached child for an existing member or element, created on first use. A member replaced
-// through another handle since it was cached is followed, so the child keeps writing into the
-// tree.
+// The cached child for node, the existing member or element at key, created on first use. A
+// member replaced through another handle since it was cached is followed, so the child keeps
+// writing into the tree.
 template <typename Key>
-JsonValue& JsonValue::_child(const Key& key) const {
+JsonValue& JsonValue::_child(const Key& key, JsonNode* node) const {
     _syncChildren();
-    SharedJson handle = SharedJson::operator[](key);
     JsonValue* cached = m_children.find(key);
     if (cached == nullptr) {
-        return m_children.insert(key, std::make_unique<JsonValue>(std::move(handle)));
+        return m_children.insert(key, std::make_unique<JsonValue>(_handle(node)));
     }
-    if (!cached->same_node(handle)) {
-        cached->SharedJson::operator=(std::move(handle));
+    if (!cached->_designates(node)) {
+        cached->SharedJson::operator=(_handle(node));
         cached->_syncChildren();
         cached->m_children.clear();
     }

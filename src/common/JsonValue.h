@@ -89,7 +89,7 @@ private:
     void _syncChildren() const;
     void _becomeContainer(JsonType type);
     template <typename Key>
-    JsonValue& _child(const Key& key) const;
+    JsonValue& _child(const Key& key, JsonNode* node) const;
     void _checkObjectOrNull() const;
     void _checkArrayOrNull() const;
 

@@ -86,7 +86,7 @@ JsonArray* require_array(JsonNode* node) {
 
 }  // namespace
 
-SharedJson::SharedJson() : SharedJson(new_null()) {}
+SharedJson::SharedJson() noexcept : m_node(nullptr) {}
 
 SharedJson::SharedJson(bool value) : SharedJson(json_node_init_boolean(json_node_alloc(), value)) {}
 
@@ -97,17 +97,15 @@ SharedJson::SharedJson(double value)
     : SharedJson(json_node_init_double(json_node_alloc(), value)) {}
 
 SharedJson::SharedJson(const char* value)
-    : SharedJson(value != nullptr ? json_node_init_string(json_node_alloc(), value) : new_null()) {}
+    : SharedJson(value != nullptr ? json_node_init_string(json_node_alloc(), value) : nullptr) {}
 
 SharedJson::SharedJson(const std::string& value) : SharedJson(value.c_str()) {}
 
 SharedJson::SharedJson(JsonNode* root) : SharedJson(root, root) {}
 
 SharedJson::SharedJson(JsonNode* root, JsonNode* node)
-    : m_root(own(root != nullptr ? root : new_null())),
-      m_node(root != nullptr && node != nullptr ? node : m_root.get()) {}
-
-SharedJson::SharedJson(Unset) noexcept : m_node(nullptr) {}
+    : m_root(root != nullptr ? own(root) : nullptr),
+      m_node(root != nullptr && node != nullptr ? node : root) {}
 
 SharedJson::SharedJson(std::shared_ptr<JsonNode> root, JsonNode* node)
     : m_root(std::move(root)), m_node(node) {}
@@ -138,12 +136,19 @@ SharedJson& SharedJson::operator=(SharedJson&& other) noexcept {
 
 SharedJson::~SharedJson() = default;
 
-JsonNode* SharedJson::_node() const {
-    if (m_node == nullptr) {
-        m_root = own(new_null());
-        m_node = m_root.get();
-    }
+JsonNode* SharedJson::_materialise() const {
+    m_root = own(new_null());
+    m_node = m_root.get();
     return m_node;
+}
+
+// Reads go through these two so that reading a handle without a node does not make one.
+JsonObject* SharedJson::_object() const {
+    return m_node != nullptr ? object_of(m_node) : nullptr;
+}
+
+JsonArray* SharedJson::_array() const {
+    return m_node != nullptr ? array_of(m_node) : nullptr;
 }
 
 const std::shared_ptr<JsonNode>& SharedJson::_root() const {
@@ -152,19 +157,25 @@ const std::shared_ptr<JsonNode>& SharedJson::_root() const {
 }
 
 bool SharedJson::_isRoot() const {
-    return _node() == m_root.get();
+    return m_node == nullptr || m_node == m_root.get();
+}
+
+bool SharedJson::_alone() const {
+    return _isRoot() && m_root.use_count() <= 1;
 }
 
 void SharedJson::init(JsonType type) {
-    _install(new_empty(type));
+    if (type != JsonType::nullValue || m_node != nullptr) {
+        _install(new_empty(type));
+    }
 }
 
 JsonType SharedJson::type() const {
-    return kind_of(_node());
+    return m_node != nullptr ? kind_of(m_node) : JsonType::nullValue;
 }
 
 bool SharedJson::get_bool() const {
-    return is_scalar(_node()) && json_node_get_boolean(_node()) != FALSE;
+    return m_node != nullptr && is_scalar(m_node) && json_node_get_boolean(m_node) != FALSE;
 }
 
 long long SharedJson::get_int() const {
@@ -197,23 +208,24 @@ std::string SharedJson::get_string() const {
 }
 
 bool SharedJson::has(const std::string& name) const {
-    JsonObject* object = object_of(_node());
+    JsonObject* object = _object();
     return object != nullptr && json_object_has_member(object, name.c_str());
 }
 
 size_t SharedJson::object_size() const {
-    JsonObject* object = object_of(_node());
+    JsonObject* object = _object();
     return object != nullptr ? json_object_get_size(object) : 0;
 }
 
 size_t SharedJson::array_size() const {
-    JsonArray* array = array_of(_node());
+    JsonArray* array = _array();
     return array != nullptr ? json_array_get_length(array) : 0;
 }
 
 std::vector<std::string> SharedJson::get_member_names() const {
     std::vector<std::string> names;
-    if (JsonObject* object = object_of(_node())) {
+    if (JsonObject* object = _object()) {
+        names.reserve(json_object_get_size(object));
         GList* members = json_object_get_members(object);
         for (GList* l = members; l != nullptr; l = l->next) {
             names.emplace_back(static_cast<const char*>(l->data));
@@ -246,19 +258,35 @@ void SharedJson::resize(size_t size) {
 }
 
 SharedJson SharedJson::operator[](const std::string& name) const {
-    JsonNode* member = json_object_get_member(require_object(_node()), name.c_str());
+    JsonNode* member = _member(name);
     if (member == nullptr) {
         throw JsonException("invalid type");
     }
-    return SharedJson(m_root, member);
+    return _handle(member);
+}
+
+JsonNode* SharedJson::_member(const std::string& name) const {
+    JsonObject* object = _object();
+    return object != nullptr ? json_object_get_member(object, name.c_str()) : nullptr;
+}
+
+JsonNode* SharedJson::_element(size_t index) const {
+    JsonArray* array = _array();
+    return array != nullptr && index < json_array_get_length(array)
+               ? json_array_get_element(array, index)
+               : nullptr;
+}
+
+SharedJson SharedJson::_handle(JsonNode* node) const {
+    return SharedJson(m_root, node);
 }
 
 SharedJson SharedJson::operator[](size_t index) const {
-    JsonArray* array = require_array(_node());
-    if (index >= json_array_get_length(array)) {
+    JsonNode* element = _element(index);
+    if (element == nullptr) {
         throw JsonException("invalid type");
     }
-    return SharedJson(m_root, json_array_get_element(array, index));
+    return _handle(element);
 }
 
 void SharedJson::append(SharedJson&& value) {
@@ -269,35 +297,58 @@ void SharedJson::append(SharedJson&& value) {
 }
 
 void SharedJson::set(const SharedJson& value) {
-    _install(deep_copy(value._node()));
+    if (value.m_node == nullptr) {
+        init(JsonType::nullValue);
+    } else {
+        _install(deep_copy(value.m_node));
+    }
 }
 
 void SharedJson::set(SharedJson&& value) {
-    if (!same_node(value)) {
+    if (value.m_node == nullptr) {
+        init(JsonType::nullValue);
+    } else if (m_node == nullptr && value._alone()) {
+        // Neither is seen by another handle: value's tree becomes this one as it is.
+        *this = std::move(value);
+    } else if (!same_node(value)) {
         _install(_takeContent(value));
     }
 }
 
 bool SharedJson::equal(const SharedJson& other) const {
-    return json_node_equal(_node(), other._node()) != FALSE;
+    if (m_node == nullptr || other.m_node == nullptr) {
+        return type() == JsonType::nullValue && other.type() == JsonType::nullValue;
+    }
+    return json_node_equal(m_node, other.m_node) != FALSE;
 }
 
 bool SharedJson::same_node(const SharedJson& other) const {
-    return _node() == other._node();
+    // A handle without a node gets a tree of its own, which no other handle can share.
+    if (m_node == nullptr || other.m_node == nullptr) {
+        return this == &other;
+    }
+    return m_node == other.m_node;
 }
 
 SharedJson SharedJson::clone() const {
-    return SharedJson(deep_copy(_node()));
+    return m_node != nullptr ? SharedJson(deep_copy(m_node)) : SharedJson();
 }
 
 std::string SharedJson::to_string(bool pretty) const {
-    JsonGenerator* generator = json_generator_new();
-    json_generator_set_root(generator, _node());
+    if (m_node == nullptr) {
+        return "null";
+    }
+    // One generator per thread: making and dropping the object costs more than printing a
+    // response. It is given no root in between, so it holds on to no tree.
+    static thread_local const std::unique_ptr<JsonGenerator, void (*)(gpointer)> threadGenerator(
+        json_generator_new(), g_object_unref);
+    JsonGenerator* generator = threadGenerator.get();
+    json_generator_set_root(generator, m_node);
     json_generator_set_pretty(generator, pretty ? TRUE : FALSE);
     gchar* text = json_generator_to_data(generator, nullptr);
+    json_generator_set_root(generator, nullptr);
     std::string result = text != nullptr ? text : "";
     g_free(text);
-    g_object_unref(generator);
     repairExponents(result);
     return result;
 }
@@ -359,18 +410,28 @@ std::string SharedJson::GlibcVersion() {
 }
 
 SharedJson SharedJson::_detach(SharedJson& source) const {
+    if (source.m_node == nullptr) {
+        return SharedJson();
+    }
+    if (&source != this && source._alone()) {
+        // This handle is not in that tree either: it changes hands as it is.
+        return std::move(source);
+    }
     return SharedJson(_takeContent(source));
 }
 
 // Returns a standalone node, owned by the caller, with source's content, and leaves source null.
 // A source that encloses this node cannot give its content away and is copied instead.
 JsonNode* SharedJson::_takeContent(SharedJson& source) const {
-    JsonNode* from = source._node();
+    if (source.m_node == nullptr) {
+        return new_null();
+    }
+    JsonNode* from = source.m_node;
     if (m_root != nullptr && source.m_root == m_root && encloses(from, _node())) {
         return deep_copy(from);
     }
-    if (source._isRoot() && source.m_root.use_count() == 1) {
-        // Nobody else sees this tree: hand its root over as it is.
+    if (source._alone()) {
+        // Hand the root over as it is.
         JsonNode* root = json_node_ref(from);
         source.m_root.reset();
         source.m_node = nullptr;
@@ -384,7 +445,13 @@ JsonNode* SharedJson::_takeContent(SharedJson& source) const {
 
 // Gives the designated node the content of the standalone node content, which it consumes.
 void SharedJson::_install(JsonNode* content) {
-    JsonNode* node = _node();
+    if (m_node == nullptr) {
+        // No handle shares the null this would have been: the content becomes the tree.
+        m_root = own(content);
+        m_node = content;
+        return;
+    }
+    JsonNode* node = m_node;
     if (is_scalar(node)) {
         if (is_scalar(content)) {
             assign_scalar(node, content);

@@ -9,6 +9,8 @@
 #include "JsonType.h"
 
 typedef struct _JsonNode JsonNode;
+typedef struct _JsonObject JsonObject;
+typedef struct _JsonArray JsonArray;
 
 namespace common::json {
 
@@ -24,7 +26,7 @@ namespace common::json {
 // Not thread-safe: one thread at a time per tree.
 class SharedJson {
 public:
-    SharedJson();  // a null node
+    SharedJson() noexcept;  // a null node, made on first use: nothing is allocated before
     SharedJson(bool value);
     SharedJson(long long value);
     SharedJson(double value);
@@ -81,22 +83,30 @@ public:
     static std::string GlibcVersion();
 
 protected:
-    struct Unset {};
-    explicit SharedJson(Unset) noexcept;  // no node yet: a null node from its first use on
-
     bool _isRoot() const;
     // Source's content as a tree of its own, taken as set(SharedJson&&) takes it.
     SharedJson _detach(SharedJson& source) const;
+    // The node of a member or element that exists, else nullptr: a lookup without the handle
+    // operator[] makes, for callers that may already hold one on that node.
+    JsonNode* _member(const std::string& name) const;
+    JsonNode* _element(size_t index) const;
+    SharedJson _handle(JsonNode* node) const;  // node lies in this tree
+    bool _designates(const JsonNode* node) const { return m_node == node; }
 
 private:
     SharedJson(std::shared_ptr<JsonNode> root, JsonNode* node);
-    JsonNode* _node() const;
+    JsonNode* _node() const { return m_node != nullptr ? m_node : _materialise(); }
+    JsonNode* _materialise() const;
+    JsonObject* _object() const;  // nullptr unless an object; a handle without a node stays so
+    JsonArray* _array() const;
     const std::shared_ptr<JsonNode>& _root() const;
+    bool _alone() const;  // designates the root of a tree no other handle sees
     JsonNode* _takeContent(SharedJson& source) const;
     void _install(JsonNode* content);
     void _replaceNode(JsonNode* fresh);
 
-    // A moved-from handle has neither and becomes a fresh null node on its next use.
+    // A default-constructed or moved-from handle has neither: it is a null node of a tree of its
+    // own, made on first use, or taken over whole from the content it is given.
     mutable std::shared_ptr<JsonNode> m_root;  // one reference on the root, released on drop
     mutable JsonNode* m_node;                  // the designated node, inside m_root's tree
 };

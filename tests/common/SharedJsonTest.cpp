@@ -26,6 +26,15 @@ TEST_F(SharedJsonTest, CopiesShareTheTreeButClonesDoNot) {
     EXPECT_EQ(cloned["a"].get_int(), 1);
     EXPECT_TRUE(shared.same_node(original));
     EXPECT_FALSE(cloned.same_node(original));
+
+    // A null that has never been used is shared all the same, by copy and by assignment.
+    SharedJson fresh;
+    SharedJson copied = fresh;
+    SharedJson assigned;
+    assigned = fresh;
+    copied.init(JsonType::arrayValue);
+    EXPECT_EQ(fresh.type(), JsonType::arrayValue);
+    EXPECT_EQ(assigned.to_string(false), "[]");
 }
 
 TEST_F(SharedJsonTest, SetMovesChildContentIntoItsParent) {
