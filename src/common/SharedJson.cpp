@@ -9,6 +9,7 @@
 #include "JsonNodeFix.h"
 #include "JsonNodeTree.h"
 #include "JsonSyntaxCheck.h"
+#include "JsonTextWriter.h"
 #include "Log.h"
 #include "PlainJsonReader.h"
 
@@ -31,38 +32,6 @@ namespace {
 // Doubles in [-2^63, 2^63) convert to a 64-bit integer without overflow.
 constexpr double kInt64Low = -9223372036854775808.0;
 constexpr double kInt64High = 9223372036854775808.0;
-
-// json-glib prints a double in exponent form with ".0" after the exponent ("1e+20.0"), which
-// no JSON reader takes; the ".0" is dropped. Text inside strings is left alone.
-void repairExponents(std::string& text) {
-    if (text.find("e+") == std::string::npos && text.find("e-") == std::string::npos) {
-        return;
-    }
-    bool inString = false;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (inString) {
-            if (c == '\\') {
-                ++i;
-            } else if (c == '"') {
-                inString = false;
-            }
-        } else if (c == '"') {
-            inString = true;
-        } else if (c == 'e' && i > 0 && g_ascii_isdigit(text[i - 1]) && i + 1 < text.size() &&
-                   (text[i + 1] == '+' || text[i + 1] == '-')) {
-            size_t end = i + 2;
-            while (end < text.size() && g_ascii_isdigit(text[end])) {
-                ++end;
-            }
-            if (text.compare(end, 2, ".0") == 0 &&
-                (end + 2 == text.size() || !g_ascii_isdigit(text[end + 2]))) {
-                text.erase(end, 2);
-            }
-            i = end - 1;
-        }
-    }
-}
 
 std::shared_ptr<JsonNode> own(JsonNode* root) {
     return std::shared_ptr<JsonNode>(root, json_node_unref);
@@ -291,15 +260,12 @@ SharedJson SharedJson::clone() const {
 }
 
 std::string SharedJson::to_string(bool pretty) const {
-    JsonGenerator* generator = json_generator_new();
-    json_generator_set_root(generator, _node());
-    json_generator_set_pretty(generator, pretty ? TRUE : FALSE);
-    gchar* text = json_generator_to_data(generator, nullptr);
-    std::string result = text != nullptr ? text : "";
-    g_free(text);
-    g_object_unref(generator);
-    repairExponents(result);
-    return result;
+    if (pretty) {
+        return json_text::generated(_node(), true);
+    }
+    std::string text;
+    json_text::append_compact(text, _node());
+    return text;
 }
 
 namespace {
