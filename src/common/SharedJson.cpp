@@ -9,6 +9,7 @@
 #include "JsonNodeFix.h"
 #include "JsonNodeTree.h"
 #include "JsonSyntaxCheck.h"
+#include "JsonTextWriter.h"
 #include "Log.h"
 #include "PlainJsonReader.h"
 
@@ -31,38 +32,6 @@ namespace {
 // Doubles in [-2^63, 2^63) convert to a 64-bit integer without overflow.
 constexpr double kInt64Low = -9223372036854775808.0;
 constexpr double kInt64High = 9223372036854775808.0;
-
-// json-glib prints a double in exponent form with ".0" after the exponent ("1e+20.0"), which
-// no JSON reader takes; the ".0" is dropped. Text inside strings is left alone.
-void repairExponents(std::string& text) {
-    if (text.find("e+") == std::string::npos && text.find("e-") == std::string::npos) {
-        return;
-    }
-    bool inString = false;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (inString) {
-            if (c == '\\') {
-                ++i;
-            } else if (c == '"') {
-                inString = false;
-            }
-        } else if (c == '"') {
-            inString = true;
-        } else if (c == 'e' && i > 0 && g_ascii_isdigit(text[i - 1]) && i + 1 < text.size() &&
-                   (text[i + 1] == '+' || text[i + 1] == '-')) {
-            size_t end = i + 2;
-            while (end < text.size() && g_ascii_isdigit(text[end])) {
-                ++end;
-            }
-            if (text.compare(end, 2, ".0") == 0 &&
-                (end + 2 == text.size() || !g_ascii_isdigit(text[end + 2]))) {
-                text.erase(end, 2);
-            }
-            i = end - 1;
-        }
-    }
-}
 
 std::shared_ptr<JsonNode> own(JsonNode* root) {
     return std::shared_ptr<JsonNode>(root, json_node_unref);
@@ -338,19 +307,12 @@ std::string SharedJson::to_string(bool pretty) const {
     if (m_node == nullptr) {
         return "null";
     }
-    // One generator per thread: making and dropping the object costs more than printing a
-    // response. It is given no root in between, so it holds on to no tree.
-    static thread_local const std::unique_ptr<JsonGenerator, void (*)(gpointer)> threadGenerator(
-        json_generator_new(), g_object_unref);
-    JsonGenerator* generator = threadGenerator.get();
-    json_generator_set_root(generator, m_node);
-    json_generator_set_pretty(generator, pretty ? TRUE : FALSE);
-    gchar* text = json_generator_to_data(generator, nullptr);
-    json_generator_set_root(generator, nullptr);
-    std::string result = text != nullptr ? text : "";
-    g_free(text);
-    repairExponents(result);
-    return result;
+    if (pretty) {
+        return json_text::generated(m_node, true);
+    }
+    std::string text;
+    json_text::append_compact(text, m_node);
+    return text;
 }
 
 namespace {

@@ -222,4 +222,23 @@ TEST(JsonValueParseTest, CompactTextHasNoSpacesAndKeepsMemberOrder) {
     EXPECT_NE(value.toString(true).find('\n'), std::string::npos);
 }
 
+// Answers keep the bytes json-glib's generator gave them, with its exponent form repaired and
+// U+001F escaped (the generator leaves it raw, which is not JSON).
+TEST(JsonValueParseTest, CompactTextOfNumbersAndEscapes) {
+    JsonValue numbers;
+    for (double d : {1.0, -0.0, 0.1, 1e20, 1e-7, 1e-300, 1.5e300, 0.0001}) {
+        numbers.append(d);
+    }
+    numbers.append(-9223372036854775807LL - 1);
+    EXPECT_EQ(numbers.toString(),
+              "[1.0,-0.0,0.10000000000000001,1e+20,9.9999999999999995e-08,1e-300,"
+              "1.5000000000000001e+300,0.0001,-9223372036854775808]");
+
+    JsonValue text;
+    text["k\"\x01"] = "q\" b\\ /\b\f\n\r\t\x01\x1e\x1f\x7f \xc3\xa9\xff";
+    EXPECT_EQ(text.toString(),
+              "{\"k\\\"\\u0001\":\"q\\\" b\\\\ /\\b\\f\\n\\r\\t\\u0001\\u001e\\u001f\\u007f "
+              "\xc3\xa9\xff\"}");
+}
+
 }  // namespace
