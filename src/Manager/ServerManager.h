@@ -36,5 +36,5 @@ private:
 
     IPControlServerWrapper* m_httpServer;
     bool m_bCreated;
-    bool m_bEnabled;
+    [[maybe_unused]] bool m_bEnabled;  // as created by the core; the server starts with the service
 };
