@@ -96,6 +96,8 @@ Logging& logging() {
 void flushAtExit() {
     g_direct.store(true);
     logging().ring.waitForWritten();
+    // Lines for files still queued (the writer may not have come round to them) go now.
+    logging().files.drain();
 }
 
 void queueLine(log_priority prio, const char* tag, const char* text, size_t textLength,
