@@ -27,19 +27,18 @@ void logFileError(const char* action, const std::string& path, int error) {
 }  // namespace
 
 RotatingFile::~RotatingFile() {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    _flushLocked();
-    _closeLocked();
+    _writePending();
+    _close();
 }
 
-bool RotatingFile::_openLocked(std::string_view path) {
-    _closeLocked();
+bool RotatingFile::_open(std::string_view path) {
+    _close();
     m_path = path;
     m_fd = open(m_path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
     struct stat info {};
     if (m_fd < 0 || fstat(m_fd, &info) != 0) {
         logFileError("open", m_path, errno);
-        _closeLocked();
+        _close();
         return false;
     }
     m_device = info.st_dev;
@@ -49,7 +48,7 @@ bool RotatingFile::_openLocked(std::string_view path) {
     return true;
 }
 
-void RotatingFile::_closeLocked() {
+void RotatingFile::_close() {
     m_pending.clear();
     if (m_fd >= 0) {
         close(m_fd);
@@ -57,22 +56,22 @@ void RotatingFile::_closeLocked() {
     }
 }
 
-void RotatingFile::_checkPathLocked() {
+void RotatingFile::_checkPath() {
     // What is queued belongs to the file as it is now.
-    if (!_flushLocked()) {
+    if (!_writePending()) {
         return;
     }
     m_nextCheck = std::chrono::steady_clock::now() + kPathCheckInterval;
     struct stat info {};
     if (stat(m_path.c_str(), &info) != 0 || info.st_dev != m_device || info.st_ino != m_inode) {
-        _openLocked(m_path);  // moved or removed behind our back: follow the path
+        _open(m_path);  // moved or removed behind our back: follow the path
         return;
     }
     m_size = info.st_size;  // another writer may have appended or truncated
 }
 
-bool RotatingFile::_rotateLocked() {
-    if (!_flushLocked()) {
+bool RotatingFile::_rotate() {
+    if (!_writePending()) {
         return false;
     }
     const std::string rotated = m_path + ".1";
@@ -81,10 +80,10 @@ bool RotatingFile::_rotateLocked() {
         logFileError("rotate", m_path, errno);
         return true;
     }
-    return _openLocked(m_path);
+    return _open(m_path);
 }
 
-bool RotatingFile::_flushLocked() {
+bool RotatingFile::_writePending() {
     size_t done = 0;
     while (done < m_pending.size()) {
         ssize_t n = write(m_fd, m_pending.data() + done, m_pending.size() - done);
@@ -93,7 +92,7 @@ bool RotatingFile::_flushLocked() {
         }
         if (n <= 0) {
             logFileError("write", m_path, n < 0 ? errno : EIO);
-            _closeLocked();  // opened again for the next line
+            _close();  // opened again for the next line
             return false;
         }
         done += static_cast<size_t>(n);
@@ -103,20 +102,19 @@ bool RotatingFile::_flushLocked() {
 }
 
 bool RotatingFile::append(std::string_view path, std::string_view line) {
-    std::lock_guard<std::mutex> lock(m_mutex);
     if (m_fd < 0 || path != m_path) {
-        if (!_flushLocked() || !_openLocked(path)) {
+        if (!_writePending() || !_open(path)) {
             return false;
         }
     }
     const off_t bytes = static_cast<off_t>(line.size());
     if (m_size + bytes > m_bound || std::chrono::steady_clock::now() >= m_nextCheck) {
-        _checkPathLocked();
+        _checkPath();
         if (m_fd < 0) {
             return false;
         }
     }
-    if (m_size != 0 && m_size + bytes > m_bound && !_rotateLocked()) {
+    if (m_size != 0 && m_size + bytes > m_bound && !_rotate()) {
         return false;
     }
     m_pending.append(line);
@@ -125,8 +123,7 @@ bool RotatingFile::append(std::string_view path, std::string_view line) {
 }
 
 bool RotatingFile::flush() {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return _flushLocked();
+    return _writePending();
 }
 
 }  // namespace ipc_platform

@@ -4,7 +4,6 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -13,9 +12,8 @@ namespace ipc_platform {
 // Appends whole lines to one file. Lines are gathered until flush(), so that the lines of a
 // moment cost one write; the file stays open between them. When the next line would take the
 // file past the bound, it becomes <path>.1 (replacing the previous one) and a new file is
-// started; a line longer than the bound still goes to an empty file. Errors are logged. The log's
-// writing thread appends and flushes; a thread writing directly at exit does both in turn, hence
-// the lock.
+// started; a line longer than the bound still goes to an empty file. Errors are logged.
+// Not thread-safe: its owner (FileLineQueue) lets one thread at a time use it.
 class RotatingFile {
 public:
     explicit RotatingFile(off_t bound) : m_bound(bound) {}
@@ -30,15 +28,13 @@ public:
     bool flush();
 
 private:
-    bool _openLocked(std::string_view path);
-    void _closeLocked();
-    void _checkPathLocked();
-    bool _rotateLocked();
-    bool _flushLocked();
+    bool _open(std::string_view path);
+    void _close();
+    void _checkPath();
+    bool _rotate();
+    bool _writePending();
 
     const off_t m_bound;
-    // Protects everything below, and keeps a line and a rotation from interleaving.
-    std::mutex m_mutex;
     std::string m_path;
     int m_fd = -1;
     dev_t m_device = 0;  // identity of the open file, to notice it was moved or removed
