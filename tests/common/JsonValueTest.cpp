@@ -13,21 +13,15 @@ using common::json::SharedJson;
 
 namespace {
 
-class JsonValueAccessTest : public ::testing::Test {
-protected:
-    static JsonValue parse(const char* text) { return JsonValue::Create(text); }
-};
+JsonValue parse(const char* text) {
+    return JsonValue::Create(text);
+}
 
-TEST_F(JsonValueAccessTest, WritesOnNullBuildTheContainersTheyNeed) {
-    JsonValue object;
-    object["a"]["b"] = 5;
-    EXPECT_EQ(object.toString(), R"({"a":{"b":5}})");
+TEST(JsonValueAccessTest, WritesBuildTheContainersTheyNeedAndReadsAddNothing) {
     JsonValue array;
     array[2]["x"] = true;
     EXPECT_EQ(array.toString(), R"([null,null,{"x":true}])");
-}
 
-TEST_F(JsonValueAccessTest, ReadOnlyLookupDoesNotAddMember) {
     JsonValue value = parse(R"({"a":1})");
     const JsonValue& readOnly = value;
 
@@ -39,7 +33,7 @@ TEST_F(JsonValueAccessTest, ReadOnlyLookupDoesNotAddMember) {
     EXPECT_EQ(value.toString(), R"({"a":1,"missing":null})");
 }
 
-TEST_F(JsonValueAccessTest, MemberAccessOnOtherKindsThrowsInvalidType) {
+TEST(JsonValueAccessTest, MemberAccessOnOtherKindsThrowsInvalidType) {
     JsonValue number(7);
     JsonValue text("t");
     JsonValue array = parse("[1]");
@@ -53,7 +47,7 @@ TEST_F(JsonValueAccessTest, MemberAccessOnOtherKindsThrowsInvalidType) {
     EXPECT_JSON_THROW(text.resize(1), "invalid type");
 }
 
-TEST_F(JsonValueAccessTest, ReferencesStayValidWhileSiblingsAreAdded) {
+TEST(JsonValueAccessTest, ReferencesStayValidWhileSiblingsAreAdded) {
     JsonValue value;
     JsonValue& first = value["first"];
     JsonValue& element = value["list"][0];
@@ -68,17 +62,14 @@ TEST_F(JsonValueAccessTest, ReferencesStayValidWhileSiblingsAreAdded) {
     EXPECT_EQ(value["list"].size(), 201u);
 }
 
-TEST_F(JsonValueAccessTest, RemoveMemberDropsCachedChild) {
-    JsonValue value;
-    value["a"]["deep"] = 1;
-    value.removeMember("a");
-    EXPECT_EQ(value.toString(), "{}");
+TEST(JsonValueAccessTest, DroppedMembersAndElementsTakeTheirCachedChildren) {
+    JsonValue object;
+    object["a"]["deep"] = 1;
+    object.removeMember("a");
+    EXPECT_EQ(object.toString(), "{}");
+    object["a"] = 2;  // a fresh member, not the dropped child
+    EXPECT_EQ(object.toString(), R"({"a":2})");
 
-    value["a"] = 2;  // a fresh member, not the dropped child
-    EXPECT_EQ(value.toString(), R"({"a":2})");
-}
-
-TEST_F(JsonValueAccessTest, ResizeGrowsWithNullsAndShrinksFromEnd) {
     JsonValue value = parse(R"([0,1,2,3])");
     value[3] = "cached";
 
@@ -93,7 +84,7 @@ TEST_F(JsonValueAccessTest, ResizeGrowsWithNullsAndShrinksFromEnd) {
     EXPECT_EQ(fresh.toString(), "[null]");
 }
 
-TEST_F(JsonValueAccessTest, AppendMovesValueAndLeavesItNull) {
+TEST(JsonValueAccessTest, AppendMovesValueAndLeavesItNull) {
     JsonValue list;
     JsonValue item = parse(R"({"k":[1]})");
     item["k"];  // a cached child that must not follow the content
@@ -108,7 +99,7 @@ TEST_F(JsonValueAccessTest, AppendMovesValueAndLeavesItNull) {
     EXPECT_EQ(list.toString(), R"([{"k":[1]},"copied"])");
 }
 
-TEST_F(JsonValueAccessTest, GetReturnsIndependentCopyOrDefault) {
+TEST(JsonValueAccessTest, GetReturnsIndependentCopyOrDefault) {
     JsonValue value = parse(R"({"a":{"b":1},"list":[5]})");
 
     JsonValue a = value.get("a", JsonValue());
@@ -120,7 +111,7 @@ TEST_F(JsonValueAccessTest, GetReturnsIndependentCopyOrDefault) {
     EXPECT_EQ(value["list"].get(1, -1).asInt(), -1);
 }
 
-TEST_F(JsonValueAccessTest, ChildAssignedToItsParentReplacesIt) {
+TEST(JsonValueAccessTest, AssignmentsBetweenParentChildAndSiblingMoveOrCopyWhole) {
     JsonValue value = parse(R"({"a":{"b":[1,2]},"c":3})");
     JsonValue copy = value;
 
@@ -131,26 +122,20 @@ TEST_F(JsonValueAccessTest, ChildAssignedToItsParentReplacesIt) {
     EXPECT_EQ(copy.toString(), R"({"b":[1,2]})");
     value["b"].append(3);
     EXPECT_EQ(value.toString(), R"({"b":[1,2,3]})");
-}
 
-TEST_F(JsonValueAccessTest, ParentAssignedToItsChildIsCopied) {
-    JsonValue value = parse(R"({"a":1})");
-    value["a"] = std::move(value);
-    EXPECT_EQ(value.toString(), R"({"a":{"a":1}})");
-}
+    JsonValue parent = parse(R"({"a":1})");
+    parent["a"] = std::move(parent);  // the parent is copied into its child
+    EXPECT_EQ(parent.toString(), R"({"a":{"a":1}})");
 
-TEST_F(JsonValueAccessTest, MovingSiblingLeavesItNull) {
-    JsonValue value = parse(R"({"a":1,"b":{"c":[true]}})");
-    JsonValue& b = value["b"];
+    JsonValue siblings = parse(R"({"a":1,"b":{"c":[true]}})");
+    JsonValue& b = siblings["b"];
     b["c"];
-
-    value["a"] = std::move(value["b"]);
-
-    EXPECT_EQ(value.toString(), R"({"a":{"c":[true]},"b":null})");
+    siblings["a"] = std::move(siblings["b"]);
+    EXPECT_EQ(siblings.toString(), R"({"a":{"c":[true]},"b":null})");
     EXPECT_TRUE(b.isNull());
 }
 
-TEST_F(JsonValueAccessTest, ScalarMemberBecomesContainerWhereItStands) {
+TEST(JsonValueAccessTest, ScalarMemberBecomesContainerWhereItStands) {
     JsonValue value = parse(R"({"a":1,"list":[1,2,3]})");
     JsonValue& a = value["a"];
     JsonValue& first = value["list"][0];
@@ -165,7 +150,7 @@ TEST_F(JsonValueAccessTest, ScalarMemberBecomesContainerWhereItStands) {
     EXPECT_EQ(value.toString(), R"({"a":{"x":2},"list":["still cached",["in"],3]})");
 }
 
-TEST_F(JsonValueAccessTest, MemberReplacedThroughSharedHandleIsFollowed) {
+TEST(JsonValueAccessTest, MemberReplacedThroughSharedHandleIsFollowed) {
     JsonValue value = parse(R"({"a":1})");
     value["a"];  // cached now
     SharedJson handle = value;
@@ -176,9 +161,7 @@ TEST_F(JsonValueAccessTest, MemberReplacedThroughSharedHandleIsFollowed) {
     EXPECT_EQ(value.toString(), R"({"a":{"x":1}})");
 }
 
-class JsonValueCopyTest : public ::testing::Test {};
-
-TEST_F(JsonValueCopyTest, CopiesAreDeepAndMovedFromValuesNull) {
+TEST(JsonValueCopyTest, CopiesAreDeepAndMovedFromValuesNull) {
     JsonValue original = JsonValue::Create(R"({"a":[1,{"b":2}]})");
     JsonValue constructed(original);
     JsonValue assigned;
@@ -198,7 +181,7 @@ TEST_F(JsonValueCopyTest, CopiesAreDeepAndMovedFromValuesNull) {
     EXPECT_EQ(assigned.toString(), R"({"a":[1,{"b":3}]})");
 }
 
-TEST_F(JsonValueCopyTest, MovedValueKeepsHandedOutReferences) {
+TEST(JsonValueCopyTest, MovedValueKeepsHandedOutReferences) {
     std::vector<JsonValue> values;
     values.emplace_back(JsonType::objectValue);
     JsonValue& member = values[0]["m"];
@@ -209,22 +192,16 @@ TEST_F(JsonValueCopyTest, MovedValueKeepsHandedOutReferences) {
     EXPECT_EQ(values[0].toString(), R"({"m":"through the old reference"})");
 }
 
-TEST(JsonValueParseTest, UnparsableOrEmptyTextGivesNull) {
+// Answers keep the bytes json-glib's generator gave them, with its exponent form repaired and
+// U+001F escaped (the generator leaves it raw, which is not JSON).
+TEST(JsonValueTextTest, UnparsableTextIsNullAndCompactTextKeepsTheBytes) {
     EXPECT_TRUE(JsonValue::Create(R"({"jsonrpc":"2.0","id":1)").isNull());
-    EXPECT_TRUE(JsonValue::Create("").isNull());
     EXPECT_EQ(JsonValue::Create("").toString(), "null");
-}
-
-TEST(JsonValueParseTest, CompactTextHasNoSpacesAndKeepsMemberOrder) {
     JsonValue value =
         JsonValue::Create(R"( { "z" : [ 1 , 2.5 , true , null , "s" ] , "a" : { } } )");
     EXPECT_EQ(value.toString(false), R"({"z":[1,2.5,true,null,"s"],"a":{}})");
     EXPECT_NE(value.toString(true).find('\n'), std::string::npos);
-}
 
-// Answers keep the bytes json-glib's generator gave them, with its exponent form repaired and
-// U+001F escaped (the generator leaves it raw, which is not JSON).
-TEST(JsonValueParseTest, CompactTextOfNumbersAndEscapes) {
     JsonValue numbers;
     for (double d : {1.0, -0.0, 0.1, 1e20, 1e-7, 1e-300, 1.5e300, 0.0001}) {
         numbers.append(d);
