@@ -196,6 +196,8 @@ int ucf_unset_action_request_handler_cb(const char* udn, const char* service_typ
     return g_state.actions.erase(key(udn, service_type)) == 1 ? 0 : -1;
 }
 
+// GUPnP cannot send a raw body: a 200 body's out-arguments are read back and set as strings, a
+// fault's errorCode and errorDescription go to its own error answer.
 int ucf_send_action_response(int http_status, int, const char* body, void* request_context) {
     auto* action = static_cast<GUPnPServiceAction*>(request_context);
     if (action == nullptr || body == nullptr) {

@@ -86,7 +86,8 @@ void onRequestFinished(SoupServer*, SoupServerMessage* message, gpointer) {
 
 // GUPnP asks for each evented variable of the description when it builds a new subscriber's
 // first NOTIFY; it carries exactly the properties of the framework's first event. A variable left
-// without a value is left out of it.
+// without a value is left out of it. GUPnP reads the service description over HTTP after the
+// start, so a subscriber that comes before that has no variable to be told of.
 void onQueryVariable(GUPnPService* service, const char* variable, GValue* value, gpointer) {
     SoupServerMessage* message = g_state.subscribing;
     HostedService* hosted =
