@@ -99,7 +99,6 @@ int ucf_send_multicast_event(int, const char*, const char*, const char* body) {
     return record("send_multicast_event");
 }
 int ucf_change_mac_addr_for_widi(const char* mac, char* out, size_t size) {
-    fakeucf::state().lastMac = mac;
     snprintf(out, size, "mapped-%s", mac);
     return record("change_mac_addr_for_widi");
 }

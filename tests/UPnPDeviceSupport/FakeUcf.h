@@ -23,7 +23,6 @@ struct State {
     std::vector<Response> responses;
     std::vector<std::string> initialEvents;    // "eventUrl|sid|body"
     std::vector<std::string> multicastEvents;  // bodies
-    std::string lastMac;                       // argument of the last MAC mapping
 };
 
 // Cleared by reset(); tests run on one thread.

@@ -77,10 +77,8 @@ protected:
         ucf_action_argument args[] = {{"Arg", "1"}};
         ucf_control_point_info cp{"eth0", "10.0.0.2", "aa:bb", deviceName, "UA", "id"};
         int context = 0;
-        auto handler = fakeucf::state().actionHandlers.count(kType)
-                           ? fakeucf::state().actionHandlers[kType]
-                           : &UpnpServiceGlobal::actionRequestListener_managed;
-        handler(action.c_str(), type.c_str(), args, 1, &cp, &context, nullptr);
+        fakeucf::state().actionHandlers.at(kType)(action.c_str(), type.c_str(), args, 1, &cp,
+                                                  &context, nullptr);
         EXPECT_EQ(1u, fakeucf::state().responses.size());
         EXPECT_EQ(&context, fakeucf::state().responses.back().context);
         return fakeucf::state().responses.back();
@@ -158,64 +156,44 @@ TEST_F(UpnpFrameworkTest, InitFailureAtEachStepLogsAndUndoesNothing) {
 }
 
 TEST_F(UpnpFrameworkTest, FinitRunsEveryStepDespiteFailures) {
-    for (const char* step : {"terminate_upnp", "stop_network_monitor", "stop_framework_core",
-                             "terminate_framework_core"})
+    const std::pair<const char*, const char*> steps[] = {
+        {"terminate_upnp", "TerminateUPnP() failed"},
+        {"stop_network_monitor", "StopNetworkMonitor() failed"},
+        {"stop_framework_core", "StopFrameworkCore() failed"},
+        {"terminate_framework_core", "TerminateFrameworkCore() failed"}};
+    for (const auto& [step, text] : steps) {
         fakeucf::state().results[step] = 1;
+    }
     EXPECT_FALSE(m_device->finit());
-    EXPECT_EQ((std::vector<std::string>{"terminate_upnp", "stop_network_monitor",
-                                        "stop_framework_core", "terminate_framework_core"}),
-              fakeucf::state().calls);
-    for (const char* text : {"TerminateUPnP() failed", "StopNetworkMonitor() failed",
-                             "StopFrameworkCore() failed", "TerminateFrameworkCore() failed"})
-        EXPECT_TRUE(m_log.contains(text)) << text;
-}
-
-TEST_F(UpnpFrameworkTest, SuspendAndResumeFollowTheStartedState) {
-    registerRemote();
-    EXPECT_FALSE(m_device->resume());
-    EXPECT_TRUE(m_log.contains("UCF not started yet"));
-    EXPECT_FALSE(m_device->suspend());
-    ASSERT_TRUE(m_device->start());
-    EXPECT_TRUE(m_device->suspend());
-    fakeucf::state().calls.clear();
-    EXPECT_FALSE(m_device->suspend());
-    EXPECT_TRUE(m_log.contains("UCF already suspend"));
-    EXPECT_TRUE(fakeucf::state().calls.empty());
-    EXPECT_TRUE(m_device->isSuspend());
-    EXPECT_TRUE(m_device->resume());
-    EXPECT_FALSE(m_device->isSuspend());
-    EXPECT_TRUE(m_device->stop());
-    EXPECT_FALSE(m_device->isStarted());
+    ASSERT_EQ(std::size(steps), fakeucf::state().calls.size());
+    for (size_t i = 0; i < std::size(steps); ++i) {
+        EXPECT_EQ(steps[i].first, fakeucf::state().calls[i]);
+        EXPECT_TRUE(m_log.contains(steps[i].second)) << steps[i].second;
+    }
 }
 
 TEST_F(UpnpFrameworkTest, ActionsAreRoutedByServiceTypeAndScpd) {
     registerRemote();
-    EXPECT_EQ("uuid:test-device", m_device->getDeviceUdn());
-    EXPECT_EQ("/remote/event", m_service.getEventUrl());
-
-    fakeucf::Response r = act("urn:other:1", "GetState");
-    EXPECT_EQ(500, r.status);
-    EXPECT_EQ(fault(402, "Invalid Args"), r.body);
+    const struct {
+        const char* type;
+        const char* action;
+        int status;
+        std::string body;
+    } rows[] = {{"urn:other:1", "GetState", 500, fault(402, "Invalid Args")},
+                {kType, "NotListed", 500, fault(401, "Invalid Action")},
+                {kType, "Fail", 500, fault(501, "Action Failed")},
+                {kType, "GetState", 200,
+                 "<u:GetStateResponse xmlns:u=\"urn:test:service:Remote:1\"><State>a&lt;b</State>"
+                 "\r\n</u:GetStateResponse>"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.type) + "#" + row.action);
+        fakeucf::state().responses.clear();
+        const fakeucf::Response r = act(row.type, row.action);
+        EXPECT_EQ(row.status, r.status);
+        EXPECT_EQ(row.body, r.body);
+    }
     EXPECT_TRUE(m_log.contains("Unknown service: urn:other:1"));
-
-    fakeucf::reset();
-    r = act(kType, "NotListed");
-    EXPECT_EQ(500, r.status);
-    EXPECT_EQ(fault(401, "Invalid Action"), r.body);
-    EXPECT_EQ(0, m_service.calls);
-
-    fakeucf::state().responses.clear();
-    r = act(kType, "Fail");
-    EXPECT_EQ(500, r.status);
-    EXPECT_EQ(fault(501, "Action Failed"), r.body);
-
-    fakeucf::state().responses.clear();
-    r = act(kType, "GetState");
-    EXPECT_EQ(200, r.status);
-    EXPECT_EQ(
-        "<u:GetStateResponse xmlns:u=\"urn:test:service:Remote:1\"><State>a&lt;b</State>\r\n"
-        "</u:GetStateResponse>",
-        r.body);
+    EXPECT_EQ(2, m_service.calls);  // never for an action its description does not list
     EXPECT_EQ("Phone", m_service.nameBased);
     EXPECT_EQ("mapped-aa:bb", m_service.mac);
 }

@@ -159,6 +159,7 @@ bool UpnpDevice::unregisterService(UpnpService* service) {
     return true;
 }
 
+// Every control point is admitted: who may control the TV is decided when it pairs, not here.
 int UpnpDevice::AclNotifyCall_managed(const char* ip, const char* mac, void* /*userData*/) {
     LOGI("acl request ip:%s mac:%s", ip != nullptr ? ip : "", mac != nullptr ? mac : "");
     return 1;
