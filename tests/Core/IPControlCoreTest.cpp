@@ -15,10 +15,9 @@ using testsupport::LogCapture;
 namespace {
 
 const std::vector<std::string> kStartOrder = {
-    "UIManager::create",        "DeviceManager::create",     "AccessManager::create",
-    "ServiceManager::create",   "UPnPDeviceManager::create", "UPnPDeviceManager::start",
-    "ServerManager(true)",      "ServerManager::create",     "ServerManager::start",
-    "ServiceController::create"};
+    "UIManager::create",      "DeviceManager::create",     "AccessManager::create",
+    "ServiceManager::create", "UPnPDeviceManager::create", "UPnPDeviceManager::start",
+    "ServerManager::create",  "ServerManager::start",      "ServiceController::create"};
 
 const std::vector<std::string> kStopOrder = {
     "ServiceController::destroy", "DeviceManager::destroy",  "ServerManager::stop",
@@ -67,12 +66,22 @@ protected:
     std::unique_ptr<IPControlCore> m_core;
 };
 
-TEST_F(IPControlCoreTest, CreateStartsManagersInOrderWhenSettingOnAndServiceAvailable) {
+// Destroy stops the managers but keeps them; only the core's destructor deletes them.
+TEST_F(IPControlCoreTest, ManagersStartAndStopInOrderAndAreDeletedWithTheCore) {
     startWith(kAvailable, 1);
     EXPECT_TRUE(m_core->create());
     EXPECT_EQ(kStartOrder, takeCalls());
     EXPECT_TRUE(m_core->isStarted());
     EXPECT_EQ(m_core.get(), IPControlCore::instance);
+
+    EXPECT_TRUE(m_core->destroy());
+    EXPECT_EQ(kStopOrder, takeCalls());
+    EXPECT_FALSE(m_core->isStarted());
+    EXPECT_NE(nullptr, m_core->getAccessManager());
+
+    m_core.reset();
+    EXPECT_EQ(7u, takeCalls().size());
+    EXPECT_EQ(nullptr, IPControlCore::instance);
 }
 
 TEST_F(IPControlCoreTest, CreateStaysIdleWhenServiceUnavailableKeyMissingOrSettingOff) {
@@ -86,16 +95,6 @@ TEST_F(IPControlCoreTest, CreateStaysIdleWhenServiceUnavailableKeyMissingOrSetti
         m_core.reset();
         ipc_platform::shutdown();
     }
-}
-
-TEST_F(IPControlCoreTest, DestroyStopsManagersInOrderWithoutDeletingThem) {
-    startWith(kAvailable, 1);
-    m_core->create();
-    takeCalls();
-    EXPECT_TRUE(m_core->destroy());
-    EXPECT_EQ(kStopOrder, takeCalls());
-    EXPECT_FALSE(m_core->isStarted());
-    EXPECT_NE(nullptr, m_core->getAccessManager());
 }
 
 TEST_F(IPControlCoreTest, StartWhileStartedDoesNothingAndRestartReplacesTheManagers) {
@@ -113,17 +112,6 @@ TEST_F(IPControlCoreTest, StartWhileStartedDoesNothingAndRestartReplacesTheManag
     EXPECT_EQ("~UIManager", calls[0]);
     EXPECT_EQ("UIManager::create", calls[1]);
     EXPECT_TRUE(m_core->isStarted());
-}
-
-TEST_F(IPControlCoreTest, DestructorDeletesEveryManager) {
-    startWith(kAvailable, 1);
-    m_core->create();
-    m_core->destroy();
-    takeCalls();
-    m_core.reset();
-    std::vector<std::string> calls = takeCalls();
-    EXPECT_EQ(7u, calls.size());
-    EXPECT_EQ(nullptr, IPControlCore::instance);
 }
 
 TEST_F(IPControlCoreTest, AnyValueOtherThanOneStopsAndOneStartsAgain) {

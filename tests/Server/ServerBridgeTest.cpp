@@ -72,14 +72,14 @@ TEST_F(ServerManagerTest, PortFollowsModelYearUnlessTheHostChoosesOne) {
                  {"\"product.tv_year\": 23", 8123, 8123}};
     for (const auto& c : cases) {
         startPlatform(c.featureconf, c.hostPort);
-        EXPECT_EQ(c.port, ServerManager(true).getPortNum()) << c.featureconf;
+        EXPECT_EQ(c.port, ServerManager().getPortNum()) << c.featureconf;
         ipc_platform::shutdown();
     }
 }
 
 TEST_F(ServerManagerTest, RequestsReachTheHookAndNothingUnwindsIntoTheLibrary) {
     startPlatform("\"product.tv_year\": 23");
-    ServerManager manager(true);
+    ServerManager manager;
     std::vector<std::pair<unsigned int, std::string>> received;
     manager.m_processJsonRequestHook.set(
         [&](unsigned int id, std::string json) { received.emplace_back(id, json); });
