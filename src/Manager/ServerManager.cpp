@@ -2,6 +2,7 @@
 #include "Manager/ServerManager.h"
 
 #include <exception>
+#include <type_traits>
 
 #include "Log.h"
 #include "Server/external/IPControlServerWrapper.h"
@@ -13,6 +14,9 @@ namespace {
 constexpr unsigned short kPortUpTo2019 = 1515;
 constexpr unsigned short kPortFrom2020 = 1516;
 constexpr int kLastYearOnOldPort = 19;
+// The callback is handed to the library untyped; its signature is checked here instead.
+static_assert(std::is_same_v<decltype(&ServerManager::onReceiveCommand), ipsvr_request_cb>,
+              "onReceiveCommand must be the server library's request callback");
 
 // Why the server could not listen, in words for whoever reads the log.
 std::string listenFailure(unsigned short port, int result) {
