@@ -1,4 +1,5 @@
-// Application information C interface: the id, the version and the folders the host gave.
+// Application information C interface: the id, the version, and the folders and ports the host
+// gave.
 #include "app_common.h"
 
 #include <cstdlib>
@@ -57,6 +58,27 @@ app_security_e app_get_security_mode(void) {
     const auto objects = ipc_platform::currentObjects();
     return objects != nullptr && objects->options.hardenedSecurity ? APP_SECURITY_HARDENED
                                                                    : APP_SECURITY_DEFAULT;
+}
+
+int app_get_server_port(void) {
+    const auto objects = ipc_platform::currentObjects();
+    return objects != nullptr && objects->options.port >= 0 ? objects->options.port : -1;
+}
+
+bool app_get_upnp_enabled(void) {
+    const auto objects = ipc_platform::currentObjects();
+    return objects == nullptr || objects->options.upnpEnabled;
+}
+
+int app_report_fatal_error(const char* reason) {
+    if (reason == nullptr) {
+        return APP_ERROR_INVALID_PARAMETER;
+    }
+    if (!ipc_platform::isInitialized()) {
+        return APP_ERROR_NOT_READY;
+    }
+    ipc_platform::reportFatalError(reason);
+    return APP_ERROR_NONE;
 }
 
 int app_get_id(char** id) {

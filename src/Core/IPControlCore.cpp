@@ -93,7 +93,7 @@ void IPControlCore::start() {
     UPnPDeviceManager* upnp = replace(m_upnpDeviceManager, new UPnPDeviceManager());
     upnp->create();
     upnp->start();
-    ServerManager* server = replace(m_serverManager, new ServerManager(true));
+    ServerManager* server = replace(m_serverManager, new ServerManager());
     server->create();
     const bool listening = server->start();
     replace(m_serviceController, new ServiceController())->create();

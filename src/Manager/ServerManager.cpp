@@ -2,23 +2,26 @@
 #include "Manager/ServerManager.h"
 
 #include <exception>
+#include <type_traits>
 
 #include "Log.h"
-#include "PlatformRuntime.h"
 #include "Server/external/IPControlServerWrapper.h"
 #include "SystemInfoUtil.h"
+#include "app_common.h"
+#include "ipsvr.h"
 
 namespace {
 constexpr unsigned short kPortUpTo2019 = 1515;
 constexpr unsigned short kPortFrom2020 = 1516;
 constexpr int kLastYearOnOldPort = 19;
-// ipsvr_start's result for a port that another program holds.
-constexpr int kPortInUse = -8;
+// The callback is handed to the library untyped; its signature is checked here instead.
+static_assert(std::is_same_v<decltype(&ServerManager::onReceiveCommand), ipsvr_request_cb>,
+              "onReceiveCommand must be the server library's request callback");
 
 // Why the server could not listen, in words for whoever reads the log.
 std::string listenFailure(unsigned short port, int result) {
     const std::string where = "port " + std::to_string(port);
-    if (result == kPortInUse) {
+    if (result == IPSVR_ERR_PORT_IN_USE) {
         return where + " is already in use by another program; stop it or start with --port N";
     }
     return "the JSON-RPC server cannot listen on " + where + " (error " + std::to_string(result) +
@@ -26,8 +29,7 @@ std::string listenFailure(unsigned short port, int result) {
 }
 }  // namespace
 
-ServerManager::ServerManager(bool enabled)
-    : m_httpServer(nullptr), m_bCreated(false), m_bEnabled(enabled) {}
+ServerManager::ServerManager() : m_httpServer(nullptr), m_bCreated(false) {}
 
 ServerManager::~ServerManager() {
     destroy();
@@ -67,13 +69,14 @@ bool ServerManager::start() {
     if (result == 0) {
         const unsigned short bound = m_httpServer->getPort();
         LOGI("JSON-RPC server listening on port %u", bound != 0 ? bound : port);
-    } else if (ipc_platform::isInitialized()) {
-        // Without its port the service is no use: the host is told, and stops.
-        ipc_platform::reportFatalError(listenFailure(port, result));
-    } else {
-        LOGE("%s", listenFailure(port, result).c_str());
+        return true;
     }
-    return result == 0;
+    // Without its port the service is no use: the host is told, and stops.
+    const std::string reason = listenFailure(port, result);
+    if (app_report_fatal_error(reason.c_str()) != APP_ERROR_NONE) {
+        LOGE("%s", reason.c_str());
+    }
+    return false;
 }
 
 bool ServerManager::stop() {
@@ -84,8 +87,9 @@ bool ServerManager::stop() {
 }
 
 unsigned short ServerManager::getPortNum() {
-    if (ipc_platform::isInitialized() && ipc_platform::options().port >= 0) {
-        return static_cast<unsigned short>(ipc_platform::options().port);
+    const int given = app_get_server_port();
+    if (given >= 0) {
+        return static_cast<unsigned short>(given);
     }
     return SystemInfoUtil::GetTVYear() <= kLastYearOnOldPort ? kPortUpTo2019 : kPortFrom2020;
 }

@@ -12,7 +12,7 @@ class IPControlServerWrapper;
 
 class ServerManager {
 public:
-    explicit ServerManager(bool enabled);
+    ServerManager();
     virtual ~ServerManager();
     virtual bool create();
     virtual bool destroy();
@@ -36,5 +36,4 @@ private:
 
     IPControlServerWrapper* m_httpServer;
     bool m_bCreated;
-    [[maybe_unused]] bool m_bEnabled;  // as created by the core; the server starts with the service
 };

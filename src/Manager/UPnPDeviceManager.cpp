@@ -3,16 +3,7 @@
 
 #include "IPControlDeviceApi.h"
 #include "Log.h"
-#include "PlatformRuntime.h"
-
-namespace {
-
-// The host may run the service without announcing it (a second virtual TV, a test).
-bool upnpEnabled() {
-    return !ipc_platform::isInitialized() || ipc_platform::options().upnpEnabled;
-}
-
-}  // namespace
+#include "app_common.h"
 
 UPnPDeviceManager::~UPnPDeviceManager() = default;
 
@@ -26,7 +17,8 @@ bool UPnPDeviceManager::destroy() {
 
 bool UPnPDeviceManager::start() {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (!upnpEnabled()) {
+    // The host may run the service without announcing it (a second virtual TV, a test).
+    if (!app_get_upnp_enabled()) {
         LOGI("UPnP device disabled by the host");
         return true;
     }

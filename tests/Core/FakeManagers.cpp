@@ -59,10 +59,7 @@ void UIManager::showMsgBox(std::string text) {
     record("UIManager::showMsgBox(" + text + ")");
 }
 
-ServerManager::ServerManager(bool enabled)
-    : m_httpServer(nullptr), m_bCreated(false), m_bEnabled(enabled) {
-    record(enabled ? "ServerManager(true)" : "ServerManager(false)");
-}
+ServerManager::ServerManager() : m_httpServer(nullptr), m_bCreated(false) {}
 bool ServerManager::start() {
     return record("ServerManager::start");
 }

@@ -15,10 +15,9 @@ using testsupport::LogCapture;
 namespace {
 
 const std::vector<std::string> kStartOrder = {
-    "UIManager::create",        "DeviceManager::create",     "AccessManager::create",
-    "ServiceManager::create",   "UPnPDeviceManager::create", "UPnPDeviceManager::start",
-    "ServerManager(true)",      "ServerManager::create",     "ServerManager::start",
-    "ServiceController::create"};
+    "UIManager::create",      "DeviceManager::create",     "AccessManager::create",
+    "ServiceManager::create", "UPnPDeviceManager::create", "UPnPDeviceManager::start",
+    "ServerManager::create",  "ServerManager::start",      "ServiceController::create"};
 
 const std::vector<std::string> kStopOrder = {
     "ServiceController::destroy", "DeviceManager::destroy",  "ServerManager::stop",
@@ -67,35 +66,46 @@ protected:
     std::unique_ptr<IPControlCore> m_core;
 };
 
-TEST_F(IPControlCoreTest, CreateStartsManagersInOrderWhenSettingOnAndServiceAvailable) {
+// Destroy stops the managers but keeps them; only the core's destructor deletes them.
+TEST_F(IPControlCoreTest, ManagersStartAndStopInOrderAndAreDeletedWithTheCore) {
     startWith(kAvailable, 1);
     EXPECT_TRUE(m_core->create());
     EXPECT_EQ(kStartOrder, takeCalls());
     EXPECT_TRUE(m_core->isStarted());
     EXPECT_EQ(m_core.get(), IPControlCore::instance);
-}
 
-TEST_F(IPControlCoreTest, CreateStaysIdleWhenServiceUnavailableKeyMissingOrSettingOff) {
-    const std::pair<const char*, int> cases[] = {
-        {kUnavailable, 1}, {"\"product.tv_year\": 23", 1}, {kAvailable, 0}};
-    for (const auto& [featureconf, setting] : cases) {
-        startWith(featureconf, setting);
-        EXPECT_TRUE(m_core->create());
-        EXPECT_TRUE(takeCalls().empty()) << featureconf << " " << setting;
-        EXPECT_FALSE(m_core->isStarted());
-        m_core.reset();
-        ipc_platform::shutdown();
-    }
-}
-
-TEST_F(IPControlCoreTest, DestroyStopsManagersInOrderWithoutDeletingThem) {
-    startWith(kAvailable, 1);
-    m_core->create();
-    takeCalls();
     EXPECT_TRUE(m_core->destroy());
     EXPECT_EQ(kStopOrder, takeCalls());
     EXPECT_FALSE(m_core->isStarted());
     EXPECT_NE(nullptr, m_core->getAccessManager());
+
+    m_core.reset();
+    EXPECT_EQ(7u, takeCalls().size());
+    EXPECT_EQ(nullptr, IPControlCore::instance);
+}
+
+// Unavailable (or no availability key) or switched off: neither create nor a later change of
+// the setting starts anything.
+TEST_F(IPControlCoreTest, StaysIdleWhenUnavailableOrSwitchedOff) {
+    const struct {
+        const char* featureconf;
+        int setting;
+        int changedTo;
+    } cases[] = {{kUnavailable, 1, 0},
+                 {"\"product.tv_year\": 23", 1, 0},
+                 {kAvailable, 0, 2},
+                 {kUnavailable, 0, 1}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.featureconf) + " " + std::to_string(c.setting) + "→" +
+                     std::to_string(c.changedTo));
+        startWith(c.featureconf, c.setting);
+        EXPECT_TRUE(m_core->create());
+        changeSetting(c.changedTo);
+        EXPECT_TRUE(takeCalls().empty());
+        EXPECT_FALSE(m_core->isStarted());
+        m_core.reset();
+        ipc_platform::shutdown();
+    }
 }
 
 TEST_F(IPControlCoreTest, StartWhileStartedDoesNothingAndRestartReplacesTheManagers) {
@@ -115,17 +125,6 @@ TEST_F(IPControlCoreTest, StartWhileStartedDoesNothingAndRestartReplacesTheManag
     EXPECT_TRUE(m_core->isStarted());
 }
 
-TEST_F(IPControlCoreTest, DestructorDeletesEveryManager) {
-    startWith(kAvailable, 1);
-    m_core->create();
-    m_core->destroy();
-    takeCalls();
-    m_core.reset();
-    std::vector<std::string> calls = takeCalls();
-    EXPECT_EQ(7u, calls.size());
-    EXPECT_EQ(nullptr, IPControlCore::instance);
-}
-
 TEST_F(IPControlCoreTest, AnyValueOtherThanOneStopsAndOneStartsAgain) {
     startWith(kAvailable, 1);
     m_core->create();
@@ -139,19 +138,6 @@ TEST_F(IPControlCoreTest, AnyValueOtherThanOneStopsAndOneStartsAgain) {
         EXPECT_TRUE(m_core->isStarted());
         std::vector<std::string> calls = takeCalls();
         EXPECT_NE(calls.end(), std::find(calls.begin(), calls.end(), "ServerManager::start"));
-    }
-}
-
-TEST_F(IPControlCoreTest, SettingChangesWhileIdleOrUnavailableStartAndStopNothing) {
-    for (const auto& [featureconf, value] :
-         {std::pair<const char*, int>{kAvailable, 2}, {kUnavailable, 1}}) {
-        startWith(featureconf, 0);
-        m_core->create();
-        changeSetting(value);
-        EXPECT_TRUE(takeCalls().empty()) << featureconf;
-        EXPECT_FALSE(m_core->isStarted());
-        m_core.reset();
-        ipc_platform::shutdown();
     }
 }
 

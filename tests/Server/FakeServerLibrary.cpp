@@ -3,6 +3,8 @@
 #include <cstring>
 #include <string>
 
+#include "ipsvr.h"  // so that the stand-in keeps the library's signatures
+
 namespace {
 std::string g_calls;
 }
@@ -13,30 +15,28 @@ __attribute__((visibility("default"))) const char* fake_server_calls() {
     return g_calls.c_str();
 }
 
-__attribute__((visibility("default"))) int ipsvr_start(unsigned short port) {
+IPSVR_EXPORT int ipsvr_start(unsigned short port) {
     g_calls += "start " + std::to_string(port) + ";";
     return 0;
 }
 
-__attribute__((visibility("default"))) int ipsvr_stop() {
+IPSVR_EXPORT int ipsvr_stop(void) {
     g_calls += "stop;";
     return 0;
 }
 
-__attribute__((visibility("default"))) int ipsvr_sendResponse(unsigned int id, const char* text,
-                                                              bool denied) {
+IPSVR_EXPORT int ipsvr_sendResponse(unsigned int id, const char* text, bool denied) {
     g_calls += "send " + std::to_string(id) + " " + text + (denied ? " denied;" : ";");
     return 0;
 }
 
-__attribute__((visibility("default"))) int ipsvr_getPeerMacAddr(unsigned int, char* out) {
+IPSVR_EXPORT int ipsvr_getPeerMacAddr(unsigned int, char* out) {
     strcpy(out, "aa:bb:cc:dd:ee:ff");
     return 0;
 }
 
 #ifndef FAKE_WITHOUT_SET_CALLBACK
-__attribute__((visibility("default"))) int ipsvr_setCallback(void (*)(unsigned, const char*, void*),
-                                                             void*) {
+IPSVR_EXPORT int ipsvr_setCallback(ipsvr_request_cb, void*) {
     g_calls += "callback;";
     return 0;
 }

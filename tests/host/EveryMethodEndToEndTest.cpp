@@ -2,6 +2,9 @@
 // feature, and fails with an error (never silence, never invented values) where it does not.
 #include <algorithm>
 #include <set>
+#include <sstream>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -12,72 +15,28 @@ using common::json::JsonValue;
 
 namespace {
 
-// The request that exercises a method: a read, or a harmless write for write-only methods.
-struct Probe {
-    const char* method;
-    const char* params;
-};
-
-const Probe kProbes[] = {
-    {"powerControl", ""},
-    {"directVolumeControl", ""},
+// Every method of the protocol, probed by a read; the others by a harmless request with the
+// params they need.
+const char* const kReads =
+    "powerControl directVolumeControl muteControl directChannelControl inputSourceControl "
+    "USBSourceControl pictureModeControl contrastControl brightnessControl sharpnessControl "
+    "colorControl tintControl pictureSizeControl pictureCalibrationModeControl backlightControl "
+    "digitalCleanViewControl autoMotionPlusControl AMP.blurReductionControl "
+    "AMP.judderReductionControl AMP.LEDClearMotionControl localDimmingControl filmModeControl "
+    "contrastEnhancerControl colorToneControl WB2PointControl WB20PointModeControl "
+    "WB20P.IntervalControl WB20P.RedControl WB20P.GreenControl WB20P.BlueControl gammaModeControl "
+    "gamma.BT1886Control gamma.ST2084Control gamma.HLGControl RGBOnlyModeControl "
+    "colorSpaceControl colorSpace.ColorControl colorSpace.ColorAdjustmentPointControl "
+    "colorSpace.RedControl colorSpace.GreenControl colorSpace.BlueControl soundModeControl "
+    "speakerSelectControl externalSpeakerControl getTVStates getVideoStates artModeControl "
+    "firstScreenAppControl ambientControl getBoxStates getCabinetGroupIds multiviewControl "
+    "displayRotatorControl";
+const std::pair<const char*, const char*> kWrites[] = {
     {"volumeUpDnControl", R"({"control":"volumeUp"})"},
-    {"muteControl", ""},
-    {"directChannelControl", ""},
     {"channelUpDnControl", R"({"control":"channelUp"})"},
-    {"inputSourceControl", ""},
-    {"USBSourceControl", ""},
-    {"pictureModeControl", ""},
-    {"contrastControl", ""},
-    {"brightnessControl", ""},
-    {"sharpnessControl", ""},
-    {"colorControl", ""},
-    {"tintControl", ""},
-    {"pictureSizeControl", ""},
-    {"pictureCalibrationModeControl", ""},
-    {"backlightControl", ""},
-    {"digitalCleanViewControl", ""},
-    {"autoMotionPlusControl", ""},
-    {"AMP.blurReductionControl", ""},
-    {"AMP.judderReductionControl", ""},
-    {"AMP.LEDClearMotionControl", ""},
-    {"localDimmingControl", ""},
-    {"filmModeControl", ""},
-    {"contrastEnhancerControl", ""},
-    {"colorToneControl", ""},
-    {"WB2PointControl", ""},
-    {"WB20PointModeControl", ""},
-    {"WB20P.IntervalControl", ""},
-    {"WB20P.RedControl", ""},
-    {"WB20P.GreenControl", ""},
-    {"WB20P.BlueControl", ""},
-    {"gammaModeControl", ""},
-    {"gamma.BT1886Control", ""},
-    {"gamma.ST2084Control", ""},
-    {"gamma.HLGControl", ""},
-    {"RGBOnlyModeControl", ""},
-    {"colorSpaceControl", ""},
-    {"colorSpace.ColorControl", ""},
-    {"colorSpace.ColorAdjustmentPointControl", ""},
-    {"colorSpace.RedControl", ""},
-    {"colorSpace.GreenControl", ""},
-    {"colorSpace.BlueControl", ""},
-    {"soundModeControl", ""},
-    {"speakerSelectControl", ""},
-    {"externalSpeakerControl", ""},
-    {"getTVStates", ""},
-    {"getVideoStates", ""},
     {"remoteKeyControl", R"({"remoteKey":"enter"})"},
     {"directAccessControl", R"({"applicationName":"YouTube"})"},
-    {"artModeControl", ""},
-    {"firstScreenAppControl", ""},
-    {"ambientControl", ""},
-    {"getBoxStates", ""},
-    {"getCabinetGroupIds", ""},
-    {"getCabinetStates", R"({"groupId":"A"})"},
-    {"multiviewControl", ""},
-    {"displayRotatorControl", ""},
-};
+    {"getCabinetStates", R"({"groupId":"A"})"}};
 
 const std::set<std::string> kWallMethods = {"ambientControl", "getBoxStates", "getCabinetGroupIds",
                                             "getCabinetStates"};
@@ -102,17 +61,23 @@ TEST_P(EveryMethodEndToEndTest, AnswersWhereTheProductHasTheFeature) {
     ASSERT_EQ(49u, token.size()) << tv.output();
     const bool wall = std::string(product.profile) == "wall";
 
-    ASSERT_EQ(58u, sizeof(kProbes) / sizeof(kProbes[0]));
-    for (const Probe& probe : kProbes) {
-        JsonValue answer = tv.call(probe.method, probe.params, token);
+    std::vector<std::pair<std::string, std::string>> probes;
+    std::istringstream reads(kReads);
+    for (std::string method; reads >> method;) {
+        probes.emplace_back(method, "");
+    }
+    probes.insert(probes.end(), std::begin(kWrites), std::end(kWrites));
+    ASSERT_EQ(58u, probes.size());
+    for (const auto& [method, params] : probes) {
+        JsonValue answer = tv.call(method, params, token);
         const std::string text = answer.toString(false);
-        if (kWallMethods.count(probe.method) != 0 && !wall) {
-            EXPECT_EQ(-32601, answer["error"]["code"].asInt()) << probe.method << " → " << text;
-        } else if (product.lacks.count(probe.method) != 0) {
-            EXPECT_TRUE(answer.isMember("error")) << probe.method << " → " << text;
+        if (kWallMethods.count(method) != 0 && !wall) {
+            EXPECT_EQ(-32601, answer["error"]["code"].asInt()) << method << " → " << text;
+        } else if (product.lacks.count(method) != 0) {
+            EXPECT_TRUE(answer.isMember("error")) << method << " → " << text;
         } else {
             EXPECT_TRUE(answer.isMember("result"))
-                << product.profile << " " << probe.method << " → " << text;
+                << product.profile << " " << method << " → " << text;
         }
     }
 }

@@ -55,12 +55,6 @@ TEST_F(IpcontroldTest, SettingsFileEditsSwitchTheServiceOffAndOn) {
     EXPECT_EQ(0, m_daemon.waitForExit()) << m_daemon.output();
 }
 
-TEST_F(IpcontroldTest, PrintsVersion) {
-    std::string output;
-    EXPECT_EQ(0, testsupport::runToExit(kDaemon, {"--version"}, output));
-    EXPECT_EQ(0u, output.find("ipcontrold "));
-}
-
 struct BadStart {
     const char* what;
     std::vector<std::string> args;

@@ -80,7 +80,7 @@ protected:
     std::unique_ptr<testsupport::RunningTv> m_tv;
 };
 
-TEST_F(PairingEndToEndTest, AllowedClientGetsATokenThatReachesTheTvOverHttpAndThroughTheClient) {
+TEST_F(PairingEndToEndTest, AllowedClientsTokenReachesTheTvOverHttpAndThroughTheClientAndIsKept) {
     startTv("allow");
     const std::string token = pair();
 
@@ -107,15 +107,12 @@ TEST_F(PairingEndToEndTest, AllowedClientGetsATokenThatReachesTheTvOverHttpAndTh
               stored["127.0.0.1:" + std::to_string(m_tv->port())].asString());
     EXPECT_EQ(9, client.run(cli({"call", "noSuchMethod"})));
     EXPECT_TRUE(client.said("does not know the method 'noSuchMethod'")) << client.output();
-}
 
-TEST_F(PairingEndToEndTest, TokenSurvivesARestartOnTheSameDataDirectory) {
-    startTv("allow");
-    const std::string token = pair();
+    // The token survives a restart on the same data folder, with no viewer to ask.
+    const std::string kept = authList()[0u]["AccessToken"].asString();
     stopTv();
-
     startTv("deny");
-    HttpResponse response = m_tv->post(unknownMethodWith(token));
+    response = m_tv->post(unknownMethodWith(kept));
     EXPECT_EQ(200, response.status) << response.body;
     EXPECT_EQ(-32601, JsonValue::Create(response.body)["error"]["code"].asInt()) << response.body;
     EXPECT_EQ(kParseError, m_tv->post(unknownMethodWith(std::string(49, 'x'))).body);
@@ -126,15 +123,11 @@ TEST_F(PairingEndToEndTest, DeniedTwiceTheClientIsRefusedWithoutAsking) {
     HttpResponse denied = m_tv->post(kCreateToken);
     EXPECT_EQ(403, denied.status);
     EXPECT_EQ(kUnauthorized, denied.body);
-    CliRunner client;
-    EXPECT_EQ(4, client.run(cli({"pair"}))) << client.output();
+    EXPECT_EQ(kUnauthorized, m_tv->post(kCreateToken).body);
 
     HttpResponse blocked = m_tv->post(kCreateToken);
     EXPECT_EQ(403, blocked.status);
     EXPECT_EQ(kParseError, blocked.body);
-    EXPECT_EQ(6, client.run(cli({"pair"}))) << client.output();
-    EXPECT_EQ(8, client.run(cli({"call", "powerControl"})));
-    EXPECT_TRUE(client.said("not paired")) << client.output();
 }
 
 TEST_F(PairingEndToEndTest, HardenedServiceRefusesTheEmptyTokenAfterADenyAndHidesTokensInItsLog) {

@@ -26,14 +26,10 @@ void LogCapture::sink(log_priority /*prio*/, const char* tag, const char* messag
     capture->m_lines.push_back(std::string(tag) + ": " + message);
 }
 
-std::vector<std::string> LogCapture::lines() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_lines;
-}
-
 size_t LogCapture::count(const std::string& text) const {
+    std::lock_guard<std::mutex> lock(m_mutex);
     size_t n = 0;
-    for (const std::string& line : lines()) {
+    for (const std::string& line : m_lines) {
         if (line.find(text) != std::string::npos) {
             ++n;
         }

@@ -17,7 +17,6 @@ class LogCapture {
 public:
     LogCapture();
     ~LogCapture();
-    std::vector<std::string> lines() const;
     bool contains(const std::string& text) const;
     size_t count(const std::string& text) const;
     void clear();

@@ -65,19 +65,12 @@ std::optional<HttpResponse> SsdpListener::_next(std::chrono::steady_clock::time_
     return left.count() > 0 ? m_socket.read(left) : std::nullopt;
 }
 
-CallbackListener::CallbackListener() : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (bind(m_fd, reinterpret_cast<sockaddr*>(&address), length) == 0 && listen(m_fd, 4) == 0 &&
-        getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-        m_port = ntohs(address.sin_port);
-    }
-}
+CallbackListener::CallbackListener() : m_fd(holdLoopbackPort(m_port, true)) {}
 
 CallbackListener::~CallbackListener() {
-    close(m_fd);
+    if (m_fd >= 0) {
+        close(m_fd);
+    }
 }
 
 std::optional<HttpResponse> CallbackListener::receive(int timeoutMs) {

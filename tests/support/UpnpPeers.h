@@ -44,8 +44,8 @@ public:
     std::optional<HttpResponse> receive(int timeoutMs = 5000);
 
 private:
+    unsigned short m_port = 0;  // set by m_fd's initialiser
     int m_fd;
-    unsigned short m_port = 0;
 };
 
 }  // namespace testsupport

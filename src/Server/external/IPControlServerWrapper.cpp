@@ -5,17 +5,38 @@
 #include <mutex>
 
 #include "Log.h"
+#include "ipsvr.h"
+
+// The types come from the library's header, so that a change of a signature there breaks this
+// build rather than a call at run time; the functions themselves are looked up with dlsym.
+struct IPControlServerDelegator {
+    decltype(&::ipsvr_start) ipsvr_start;
+    decltype(&::ipsvr_stop) ipsvr_stop;
+    decltype(&::ipsvr_sendResponse) ipsvr_sendResponse;
+    decltype(&::ipsvr_getPeerMacAddr) ipsvr_getPeerMacAddr;
+    decltype(&::ipsvr_setCallback) ipsvr_setCallback;
+    // Optional: the port the server listens on, for a server started on port 0. Null when the
+    // library does not offer it.
+    decltype(&::ipsvr_getPort) ipsvr_getPort;
+};
 
 namespace {
 
 const char* const kLibraryName = "libipcontrol-http-server.so";
 // Holds "aa:bb:cc:dd:ee:ff" and its terminator with room to spare.
 constexpr size_t kMacBufferSize = 64;
+static_assert(kMacBufferSize >= IPSVR_MAC_BUFFER_SIZE, "the library writes a whole MAC address");
 
 IPControlServerDelegator g_delegator = {};
 
 const char* const kSymbolNames[] = {"ipsvr_start", "ipsvr_stop", "ipsvr_sendResponse",
                                     "ipsvr_getPeerMacAddr", "ipsvr_setCallback"};
+
+// Gives slot the symbol dlsym found, typed as the header declares the function.
+template <typename Function>
+void bindSymbol(void* symbol, Function& slot) {
+    slot = reinterpret_cast<Function>(symbol);
+}
 
 }  // namespace
 
@@ -72,16 +93,12 @@ bool IPControlServerWrapper::setupDelegator() {
         unloadLibrary();
         return false;
     }
-    g_delegator.ipsvr_start = reinterpret_cast<decltype(g_delegator.ipsvr_start)>(symbols[0]);
-    g_delegator.ipsvr_stop = reinterpret_cast<decltype(g_delegator.ipsvr_stop)>(symbols[1]);
-    g_delegator.ipsvr_sendResponse =
-        reinterpret_cast<decltype(g_delegator.ipsvr_sendResponse)>(symbols[2]);
-    g_delegator.ipsvr_getPeerMacAddr =
-        reinterpret_cast<decltype(g_delegator.ipsvr_getPeerMacAddr)>(symbols[3]);
-    g_delegator.ipsvr_setCallback =
-        reinterpret_cast<decltype(g_delegator.ipsvr_setCallback)>(symbols[4]);
-    g_delegator.ipsvr_getPort =
-        reinterpret_cast<decltype(g_delegator.ipsvr_getPort)>(dlsym(m_handle, "ipsvr_getPort"));
+    bindSymbol(symbols[0], g_delegator.ipsvr_start);
+    bindSymbol(symbols[1], g_delegator.ipsvr_stop);
+    bindSymbol(symbols[2], g_delegator.ipsvr_sendResponse);
+    bindSymbol(symbols[3], g_delegator.ipsvr_getPeerMacAddr);
+    bindSymbol(symbols[4], g_delegator.ipsvr_setCallback);
+    bindSymbol(dlsym(m_handle, "ipsvr_getPort"), g_delegator.ipsvr_getPort);
     LOGI("symbol loading success!!");
     return true;
 }
@@ -118,7 +135,7 @@ unsigned short IPControlServerWrapper::getPort() {
 }
 
 int IPControlServerWrapper::stop() {
-    int (*stopServer)() = nullptr;
+    decltype(&ipsvr_stop) stopServer = nullptr;
     {
         std::shared_lock<std::shared_mutex> lock(m_mutex);
         if (m_handle == nullptr) {
@@ -164,6 +181,5 @@ int IPControlServerWrapper::setCallback(void* callback, void* userData) {
         LOGE("Server Library is NULL!!");
         return -1;
     }
-    return g_delegator.ipsvr_setCallback(reinterpret_cast<ipsvr_request_callback>(callback),
-                                         userData);
+    return g_delegator.ipsvr_setCallback(reinterpret_cast<ipsvr_request_cb>(callback), userData);
 }

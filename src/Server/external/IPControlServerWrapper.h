@@ -8,18 +8,8 @@
 #include <shared_mutex>
 #include <string>
 
-typedef void (*ipsvr_request_callback)(unsigned int clientId, const char* json, void* userData);
-
-struct IPControlServerDelegator {
-    int (*ipsvr_start)(unsigned short port);
-    int (*ipsvr_stop)();
-    int (*ipsvr_sendResponse)(unsigned int clientId, const char* text, bool accessDenied);
-    int (*ipsvr_getPeerMacAddr)(unsigned int clientId, char* macAddress);
-    int (*ipsvr_setCallback)(ipsvr_request_callback callback, void* userData);
-    // Optional: the port the server listens on, for a server started on port 0. Null when the
-    // library does not offer it.
-    int (*ipsvr_getPort)();
-};
+// The table of the library's functions, typed by the library's own header (in the .cpp only).
+struct IPControlServerDelegator;
 
 class IPControlServerWrapper {
 public:

@@ -47,15 +47,13 @@ protected:
     testsupport::LogCapture m_log;
 };
 
-TEST_F(AppSettingsTest, NothingStoredReadsAsDefaultsAndWritesNothing) {
+TEST_F(AppSettingsTest, NothingStoredReadsAsDefaultsAndTheFirstSettingStoresTheDocument) {
     EXPECT_FALSE(settings().isTestWallMode());
     std::string text = "unchanged";
     EXPECT_TRUE(settings().getValue("name", text));
     EXPECT_EQ("", text);
     EXPECT_EQ("<absent>", stored());
-}
 
-TEST_F(AppSettingsTest, SettingTheFlagStoresTheDocument) {
     EXPECT_TRUE(settings().setTestWallMode(true));
     EXPECT_EQ(R"({"test_wall_mode":true})", stored());
     EXPECT_TRUE(settings().isTestWallMode());
@@ -89,27 +87,22 @@ TEST_F(AppSettingsTest, UnparsableTextIsReplacedByTheFirstWrite) {
     EXPECT_EQ(R"({"test_wall_mode":false})", stored());
 }
 
-TEST_F(AppSettingsTest, WatchedKeyRewrittenFromOutsideIsReloaded) {
+TEST_F(AppSettingsTest, KeyRewrittenFromOutsideIsReloadedOnlyWhileWatched) {
     settings().watchChanges();
     writeFromOutside(R"({"test_wall_mode":true})");
     EXPECT_TRUE(testsupport::pumpMainLoopUntil([] { return settings().isTestWallMode(); }));
-    writeFromOutside(R"({"test_wall_mode":false})");
-    EXPECT_TRUE(testsupport::pumpMainLoopUntil([] { return !settings().isTestWallMode(); }));
-}
 
-TEST_F(AppSettingsTest, UnwatchedKeyIsReadOnlyByLoad) {
-    settings().watchChanges();
     settings().unwatchChanges();
     // A second watcher of the key tells when the change has been announced.
     static bool announced = false;
     announced = false;
     ASSERT_EQ(0, vconf_notify_key_changed(
                      kConfigFlagsKey, [](const char*, void*) { announced = true; }, nullptr));
-    writeFromOutside(R"({"test_wall_mode":true})");
+    writeFromOutside(R"({"test_wall_mode":false})");
     ASSERT_TRUE(testsupport::pumpMainLoopUntil([] { return announced; }));
-    EXPECT_FALSE(settings().isTestWallMode());
-    settings().load();
     EXPECT_TRUE(settings().isTestWallMode());
+    settings().load();
+    EXPECT_FALSE(settings().isTestWallMode());
 }
 
 }  // namespace

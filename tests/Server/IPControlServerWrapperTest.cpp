@@ -1,11 +1,10 @@
-// The bridge to the HTTP server library: loading, forwarding, failures, and the port choice.
+// The bridge to the HTTP server library: loading, forwarding and failures.
 #include <dlfcn.h>
 
 #include <gtest/gtest.h>
 
-#include "Manager/ServerManager.h"
 #include "Server/external/IPControlServerWrapper.h"
-#include "support/PlatformTest.h"
+#include "support/PlatformFixture.h"
 
 using testsupport::LogCapture;
 
@@ -57,42 +56,6 @@ TEST(IPControlServerWrapperTest, MissingLibraryOrSymbolLeavesTheServerSilent) {
     // Unloaded: nothing is forwarded to the symbols that were found.
     EXPECT_EQ(-1, incomplete.sendResponse(1, "{}", false));
     EXPECT_EQ("", fake.calls());
-}
-
-class ServerManagerTest : public testsupport::PlatformTest {};
-
-TEST_F(ServerManagerTest, PortFollowsModelYearUnlessTheHostChoosesOne) {
-    const struct {
-        const char* featureconf;
-        int hostPort;
-        int port;
-    } cases[] = {{"\"product.tv_year\": 19", -1, 1515},
-                 {"\"product.tv_year\": 20", -1, 1516},
-                 {"\"product.product_type\": 0", -1, 1515},  // no year counts as old
-                 {"\"product.tv_year\": 23", 8123, 8123}};
-    for (const auto& c : cases) {
-        startPlatform(c.featureconf, c.hostPort);
-        EXPECT_EQ(c.port, ServerManager(true).getPortNum()) << c.featureconf;
-        ipc_platform::shutdown();
-    }
-}
-
-TEST_F(ServerManagerTest, RequestsReachTheHookAndNothingUnwindsIntoTheLibrary) {
-    startPlatform("\"product.tv_year\": 23");
-    ServerManager manager(true);
-    std::vector<std::pair<unsigned int, std::string>> received;
-    manager.m_processJsonRequestHook.set(
-        [&](unsigned int id, std::string json) { received.emplace_back(id, json); });
-    ServerManager::onReceiveCommand(4, "{\"jsonrpc\":\"2.0\"}", &manager);
-    ServerManager::onReceiveCommand(5, nullptr, &manager);
-    ServerManager::onReceiveCommand(6, "ignored", nullptr);
-    ASSERT_EQ(2u, received.size());
-    EXPECT_EQ(4u, received[0].first);
-    EXPECT_EQ("{\"jsonrpc\":\"2.0\"}", received[0].second);
-    EXPECT_EQ("", received[1].second);
-
-    manager.m_processJsonRequestHook.reset();
-    ServerManager::onReceiveCommand(7, "{}", &manager);  // must not throw into the library
 }
 
 }  // namespace
