@@ -18,6 +18,7 @@
 #include "Manager/FakeNotification.h"
 #include "SecurityMode.h"
 #include "notification.h"
+#include "support/HttpClient.h"
 #include "support/PlatformTest.h"
 #include "dlog.h"
 
@@ -362,6 +363,47 @@ TEST_F(AccessManagerTest, RevokeForgetsOneClientInMemoryAndInTheFile) {
     EXPECT_EQ(kMacB, access.authList()[0].macAddr);
     EXPECT_EQ(std::string::npos, testsupport::readFile(authFile()).find(kMacA));
     EXPECT_NE(std::string::npos, testsupport::readFile(authFile()).find(kMacB));
+}
+
+// A TV whose file is still in the legacy form lists its clients on the TV screen page, tokens cut
+// short; the page follows every change of the list and loses it when the service stops.
+TEST_F(AccessManagerTest, ScreenListsTheClientsOfALegacyFileAndFollowsTheList) {
+    ipc_platform::shutdown();
+    ipc_platform::Options options;
+    options.dataDir = m_dir.path();
+    options.resourceDir = m_dir.path();
+    options.profile = m_dir.file("profile.json");
+    options.adminServer = true;
+    options.adminPort = 0;
+    std::string error;
+    ASSERT_TRUE(ipc_platform::initialize(options, error)) << error;
+    std::filesystem::create_directories(m_dir.file("authlist"));
+    testsupport::writeFile(authFile(), testsupport::readFile(std::string(IPC_TEST_DATA_DIR) +
+                                                             "/authlist-legacy-three-records.dat"));
+    auto screenState = [] {
+        testsupport::HttpClient client;
+        EXPECT_TRUE(client.connect(ipc_platform::adminPort()));
+        client.send("GET /api/state HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
+        return client.read().value_or(testsupport::HttpResponse()).body;
+    };
+    const std::string first =
+        R"({"MacAddr":"aa:bb:cc:dd:ee:03","AccessClass":2,"AccessToken":"c47WQA…"})";
+    const std::string second =
+        R"({"MacAddr":"aa:bb:cc:dd:ee:02","AccessClass":1,"AccessToken":"7aJZqh…"})";
+    const std::string third =
+        R"({"MacAddr":"aa:bb:cc:dd:ee:01","AccessClass":0,"AccessToken":"Ky9Pf3…"})";
+    AccessManager& access = manager();
+    std::string state = screenState();
+    EXPECT_NE(std::string::npos,
+              state.find(R"("clients":[)" + first + "," + second + "," + third + "]"))
+        << state;
+
+    access.revokeClient("aa:bb:cc:dd:ee:02");
+    state = screenState();
+    EXPECT_NE(std::string::npos, state.find(R"("clients":[)" + first + "," + third + "]")) << state;
+    access.destroy();
+    state = screenState();
+    EXPECT_NE(std::string::npos, state.find(R"("clients":[])")) << state;
 }
 
 // The token lookup answers what a walk of the list from the front answers (the first record

@@ -128,22 +128,34 @@ TEST_F(AdminServerTest, StateShowsSettingsThePopupAndClients) {
     EXPECT_EQ("30000", member(shown, "hideTimeoutMs"));
 }
 
-TEST_F(AdminServerTest, ClientsShowTheAuthListWithShortenedTokens) {
+// The service's list as handed over by its owner, tokens cut at a character boundary.
+TEST_F(AdminServerTest, ClientsShowTheOwnersListWithShortenedTokens) {
     startServer();
-    std::filesystem::create_directories(m_dataDir.file("authlist"));
-    const std::pair<const char*, const char*> cases[] = {
-        {"[{\"AccessToken\":", "[]"},
-        {"{\"MacAddr\":\"aa\"}", "[]"},
-        {"[{\"AccessToken\":\"AbCdEf0123456789\",\"MacAddr\":\"aa:bb:cc:dd:ee:ff\","
-         "\"AccessClass\":0},{\"AccessToken\":\"\",\"MacAddr\":\"11:22:33:44:55:66\","
-         "\"AccessClass\":2},3]",
-         "[{\"MacAddr\":\"aa:bb:cc:dd:ee:ff\",\"AccessClass\":0,"
-         "\"AccessToken\":\"AbCdEf\u2026\"},{\"MacAddr\":\"11:22:33:44:55:66\","
-         "\"AccessClass\":2,\"AccessToken\":\"\"}]"}};
-    for (const auto& [file, clients] : cases) {
-        writeFile(m_dataDir.file("authlist/authlist.dat"), file);
-        EXPECT_EQ(clients, member(state(), "clients")) << file;
-    }
+    int owner = 0;
+    int other = 0;
+    const paired_clients_client_s clients[] = {
+        {"aa:bb:cc:dd:ee:ff", 0, "AbCdEf0123456789"},
+        {"11:22:33:44:55:66", 2, ""},
+        {"11:22:33:44:55:77", 1, "\u00e9t\u00e9\u00e9t\u00e9\u00e9t\u00e9"},
+        {"11:22:33:44:55:88", 0, "abc"}};
+    EXPECT_EQ(PAIRED_CLIENTS_ERROR_NOT_OWNER, paired_clients_set_list(clients, 4, &owner));
+    paired_clients_set_handlers([](const char*, void*) { return 0; }, [](void*) {}, &owner);
+    EXPECT_EQ(PAIRED_CLIENTS_ERROR_INVALID_PARAMETER, paired_clients_set_list(nullptr, 1, &owner));
+    EXPECT_EQ(PAIRED_CLIENTS_ERROR_INVALID_PARAMETER, paired_clients_set_list(clients, -1, &owner));
+    ASSERT_EQ(PAIRED_CLIENTS_ERROR_NONE, paired_clients_set_list(clients, 4, &owner));
+    const std::string shown =
+        "[{\"MacAddr\":\"aa:bb:cc:dd:ee:ff\",\"AccessClass\":0,\"AccessToken\":\"AbCdEf\u2026\"},"
+        "{\"MacAddr\":\"11:22:33:44:55:66\",\"AccessClass\":2,\"AccessToken\":\"\"},"
+        "{\"MacAddr\":\"11:22:33:44:55:77\",\"AccessClass\":1,"
+        "\"AccessToken\":\"\u00e9t\u00e9\u00e9t\u00e9\u2026\"},"
+        "{\"MacAddr\":\"11:22:33:44:55:88\",\"AccessClass\":0,\"AccessToken\":\"abc\u2026\"}]";
+    EXPECT_EQ(shown, member(state(), "clients"));
+    // Only the owner changes the list, and the list goes with the owner's handlers.
+    EXPECT_EQ(PAIRED_CLIENTS_ERROR_NOT_OWNER, paired_clients_set_list(clients, 1, &other));
+    paired_clients_unset_handlers(&other);
+    EXPECT_EQ(shown, member(state(), "clients"));
+    paired_clients_unset_handlers(&owner);
+    EXPECT_EQ("[]", member(state(), "clients"));
 }
 
 TEST_F(AdminServerTest, AnswerIsDeliveredOnTheMainLoopNotTheServerThread) {
