@@ -164,27 +164,5 @@ TEST_F(NotificationTest, ShutdownTakesThePopupDownWithoutAnEvent) {
     EXPECT_EQ(NOTIFICATION_ERROR_NOT_READY, postPopup(popup));
 }
 
-TEST_F(NotificationTest, InterfaceRefusesBadArguments) {
-    EXPECT_EQ(nullptr, notification_create(static_cast<notification_type_e>(7)));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER, notification_free(nullptr));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
-              notification_zt_post_with_event_cb(nullptr, &PopupEvents::record, nullptr));
-
-    notification_h noti = notification_create(NOTIFICATION_TYPE_NOTI);
-    ASSERT_NE(nullptr, noti);
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
-              notification_set_text(noti, static_cast<notification_text_type_e>(5), "x", nullptr));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
-              notification_set_text(noti, NOTIFICATION_TEXT_TYPE_TITLE, "bad \xff text", nullptr));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
-              notification_add_button(noti, static_cast<notification_button_index_e>(4)));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER, notification_zt_set_hide_timeout(noti, -1));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER, notification_set_tag(noti, nullptr));
-    PopupEvents popup;
-    EXPECT_EQ(NOTIFICATION_ERROR_NOT_READY,
-              notification_zt_post_with_event_cb(noti, &PopupEvents::record, &popup));
-    EXPECT_EQ(NOTIFICATION_ERROR_NONE, notification_free(noti));
-}
-
 }  // namespace
 }  // namespace platform_test
