@@ -111,20 +111,6 @@ TEST_F(NotificationTest, UndeliveredAnswerIsDroppedByALaterPost) {
     EXPECT_EQ("second", center().showing()->content.title);
 }
 
-TEST_F(NotificationTest, AllowAndDenyModesPressTheirButtonShortlyAfterThePost) {
-    for (const auto& [mode, event] : {std::pair<const char*, int>{"allow", 0}, {"deny", 1}}) {
-        startWith(mode);
-        PopupEvents popup;
-        ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
-        pumpFor(100);
-        EXPECT_EQ(events({}), popup.events()) << mode << " answered at once";
-        ASSERT_TRUE(waitForEvents(popup, 1)) << mode;
-        pumpFor(400);
-        EXPECT_EQ(events({event}), popup.events()) << mode;
-        ipc_platform::shutdown();
-    }
-}
-
 TEST_F(NotificationTest, ViewerAnswerBeatsTheAllowMode) {
     startWith("allow");
     PopupEvents popup;
