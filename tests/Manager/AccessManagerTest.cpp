@@ -341,7 +341,8 @@ TEST_F(AccessManagerTest, RevokeForgetsOneClientAndResetAllInMemoryAndInTheFile)
 }
 
 // A TV whose file is still in the legacy form lists its clients on the TV screen page, tokens cut
-// short; the page follows every change of the list and loses it when the service stops.
+// short; the page follows every change of the list, from any thread, and loses it when the
+// service stops.
 TEST_F(AccessManagerTest, ScreenListsTheClientsOfALegacyFileAndFollowsTheList) {
     ipc_platform::shutdown();
     ipc_platform::Options options;
@@ -355,12 +356,14 @@ TEST_F(AccessManagerTest, ScreenListsTheClientsOfALegacyFileAndFollowsTheList) {
     std::filesystem::create_directories(m_dir.file("authlist"));
     testsupport::writeFile(authFile(), testsupport::readFile(std::string(IPC_TEST_DATA_DIR) +
                                                              "/authlist-legacy-three-records.dat"));
-    auto screenState = [] {
+    auto screen = [](const std::string& method, const std::string& path) {
         testsupport::HttpClient client;
         EXPECT_TRUE(client.connect(ipc_platform::adminPort()));
-        client.send("GET /api/state HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
+        client.send(method + " " + path +
+                    " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
         return client.read().value_or(testsupport::HttpResponse()).body;
     };
+    auto screenState = [&] { return screen("GET", "/api/state"); };
     const std::string first =
         R"({"MacAddr":"aa:bb:cc:dd:ee:03","AccessClass":2,"AccessToken":"c47WQA…"})";
     const std::string second =
@@ -373,7 +376,22 @@ TEST_F(AccessManagerTest, ScreenListsTheClientsOfALegacyFileAndFollowsTheList) {
               state.find(R"("clients":[)" + first + "," + second + "," + third + "]"))
         << state;
 
-    access.revokeClient("aa:bb:cc:dd:ee:02");
+    // The page's revoke runs on the main loop under the platform's lock while a server thread
+    // keeps changing the list, which is handed over under the manager's lock.
+    std::atomic<bool> revoked{false};
+    std::thread server([&] {
+        while (!revoked) {
+            access.assignLowerAccessClass("aa:bb:cc:dd:ee:09");
+            access.revokeClient("aa:bb:cc:dd:ee:09");
+        }
+    });
+    std::thread page([&] {
+        EXPECT_EQ(R"({"revoked":1})", screen("DELETE", "/api/clients/aa:bb:cc:dd:ee:02"));
+        revoked = true;
+    });
+    EXPECT_TRUE(testsupport::pumpMainLoopUntil([&] { return revoked.load(); }));
+    page.join();
+    server.join();
     state = screenState();
     EXPECT_NE(std::string::npos, state.find(R"("clients":[)" + first + "," + third + "]")) << state;
     access.destroy();
