@@ -10,7 +10,6 @@
 #include <microhttpd.h>
 
 #include "AdminServer.h"
-#include "ClientList.h"
 #include "NotificationCenter.h"
 #include "PairedClientsControl.h"
 #include "PlatformObjects.h"
@@ -188,6 +187,21 @@ JsonNodePtr productSection() {
     return objectNode(product);
 }
 
+// The list the service handed over: [{"MacAddr", "AccessClass", "AccessToken"}], tokens cut short.
+JsonNodePtr clientsSection() {
+    JsonArray* clients = json_array_new();
+    for (const PairedClientsControl::Client& client : PairedClientsControl::instance().clients()) {
+        JsonObject* shown = json_object_new();
+        json_object_set_string_member(shown, "MacAddr", client.macAddress.c_str());
+        json_object_set_int_member(shown, "AccessClass", client.accessClass);
+        json_object_set_string_member(shown, "AccessToken", client.token.c_str());
+        json_array_add_object_element(clients, shown);
+    }
+    JsonNode* node = json_node_new(JSON_NODE_ARRAY);
+    json_node_take_array(node, clients);
+    return JsonNodePtr(node);
+}
+
 // The answer to a revoke or reset once the service ran it (or could not).
 AdminReply clientsReply(const PairedClientsControl::Result& result, const char* member) {
     switch (result.outcome) {
@@ -207,16 +221,12 @@ AdminReply clientsReply(const PairedClientsControl::Result& result, const char* 
 
 }  // namespace
 
-void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter> notifications,
-                         const std::string& dataDir) {
-    g_autofree gchar* authList =
-        g_build_filename(dataDir.c_str(), "authlist", "authlist.dat", nullptr);
-    const std::string authListPath = authList;
+void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter> notifications) {
     server.addStateSection("settings", settingsSection);
     server.addStateSection("product", productSection);
     server.addStateSection("notification",
                            [notifications] { return notificationSection(*notifications); });
-    server.addStateSection("clients", [authListPath] { return readClientList(authListPath); });
+    server.addStateSection("clients", clientsSection);
     server.addRoute(MHD_HTTP_METHOD_POST, "/api/notification/*",
                     [notifications](const AdminRequest& request) {
                         return answerPopup(*notifications, request);
@@ -225,6 +235,7 @@ void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter
 
     // The service changes its own list (and file), so a revoked token is refused at once.
     const std::function<void()> publish = server.publisher();
+    PairedClientsControl::instance().setListener(publish);
     server.addRoute(MHD_HTTP_METHOD_DELETE, "/api/clients/*",
                     [publish](const AdminRequest& request) {
                         const PairedClientsControl::Result result =

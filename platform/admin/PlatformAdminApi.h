@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 namespace ipc_platform {
 
@@ -10,7 +9,8 @@ class AdminServer;
 class NotificationCenter;
 
 // Adds the state sections "settings", "product" (the profile in use), "notification", "clients"
-// and "requests" (the request log, which it installs for request_log_add), and the routes
+// (the list the service handed over, paired_clients.h) and "requests" (the request log, which it
+// installs for request_log_add), and the routes
 //   POST   /api/notification/allow|deny|close|dismiss  (events 0, 1, 2, 100; 409 without pop-up)
 //   PUT    /api/settings/<name>                         (body: the JSON value)
 //   DELETE /api/clients/<MAC address>                   (revoke: {"revoked": n}; 404 for none)
@@ -20,7 +20,6 @@ class NotificationCenter;
 // Settings are read and written through the system settings interface, so a change made here
 // runs the same change callbacks as an edit of the settings file. Main-loop only, before the
 // server starts; what it adds runs on the server's callback threads and is thread-safe.
-void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter> notifications,
-                         const std::string& dataDir);
+void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter> notifications);
 
 }  // namespace ipc_platform

@@ -1,12 +1,17 @@
-// The route from the admin API to the service's list of paired clients.
+// The route from the admin API to the service's list of paired clients, and the list it shows.
 #include "PairedClientsControl.h"
 
 #include <condition_variable>
 #include <memory>
+#include <utility>
+
+#include <glib.h>
 
 namespace ipc_platform {
 
 namespace {
+
+constexpr size_t kShownTokenLength = 6;
 
 // One call waiting for the main loop; shared by the waiting thread and the idle source, so
 // either may be the last to let go.
@@ -31,16 +36,72 @@ void PairedClientsControl::setHandlers(paired_clients_revoke_cb revoke,
     m_revoke = revoke;
     m_reset = reset;
     m_userData = userData;
+    std::lock_guard<std::mutex> listLock(m_listMutex);
+    if (m_listOwner != userData) {
+        m_clients.clear();  // a new owner hands its own list over
+    }
+    m_listOwner = userData;
 }
 
 void PairedClientsControl::unsetHandlers(void* userData) {
-    std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    if (m_userData != userData) {
-        return;  // a newer owner's handlers stay
+    std::function<void()> listener;
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_mutex);
+        if (m_userData != userData) {
+            return;  // a newer owner's handlers stay
+        }
+        m_revoke = nullptr;
+        m_reset = nullptr;
+        m_userData = nullptr;
+        std::lock_guard<std::mutex> listLock(m_listMutex);
+        m_listOwner = nullptr;
+        m_clients.clear();
+        listener = m_listener;
     }
-    m_revoke = nullptr;
-    m_reset = nullptr;
-    m_userData = nullptr;
+    if (listener) {
+        listener();
+    }
+}
+
+PairedClientsControl::Client PairedClientsControl::shown(const paired_clients_client_s& client) {
+    Client shown;
+    shown.macAddress = client.mac_address != nullptr ? client.mac_address : "";
+    shown.accessClass = client.access_class;
+    const char* token = client.access_token != nullptr ? client.access_token : "";
+    if (*token != '\0') {
+        const char* end = token;
+        for (size_t i = 0; i < kShownTokenLength && *end != '\0'; ++i) {
+            end = g_utf8_find_next_char(end, nullptr);
+        }
+        shown.token = std::string(token, static_cast<size_t>(end - token)) + "\u2026";
+    }
+    return shown;
+}
+
+bool PairedClientsControl::setList(std::vector<Client> clients, void* owner) {
+    std::function<void()> listener;
+    {
+        std::lock_guard<std::mutex> lock(m_listMutex);
+        if (owner == nullptr || owner != m_listOwner) {
+            return false;
+        }
+        m_clients = std::move(clients);
+        listener = m_listener;
+    }
+    if (listener) {
+        listener();
+    }
+    return true;
+}
+
+std::vector<PairedClientsControl::Client> PairedClientsControl::clients() const {
+    std::lock_guard<std::mutex> lock(m_listMutex);
+    return m_clients;
+}
+
+void PairedClientsControl::setListener(std::function<void()> listener) {
+    std::lock_guard<std::mutex> lock(m_listMutex);
+    m_listener = std::move(listener);
 }
 
 PairedClientsControl::Result PairedClientsControl::revoke(const std::string& macAddress,

@@ -52,7 +52,7 @@ bool startAdminServer(PlatformObjects& objects, std::string& error) {
         return true;
     }
     auto admin = std::make_shared<AdminServer>(fileInDir(objects.options.resourceDir, "web"));
-    addPlatformAdminApi(*admin, objects.notifications, objects.options.dataDir);
+    addPlatformAdminApi(*admin, objects.notifications);
     addLogAdminApi(*admin);
     if (!admin->start(objects.options.adminPort, error)) {
         return false;

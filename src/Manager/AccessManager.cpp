@@ -2,33 +2,26 @@
 #include "Manager/AccessManager.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <exception>
 #include <set>
 #include <utility>
-
-#include <sys/random.h>
 
 #include <glib.h>
 
 #include "Common/KPILogger.h"
 #include "Core/AppInfo.h"
 #include "Log.h"
+#include "Manager/AccessToken.h"
 #include "Manager/AuthListFile.h"
 #include "Manager/Localisation.h"
+#include "Manager/PairedClientsLink.h"
 #include "SecurityMode.h"
 #include "System/SystemApi.h"
 #include "notification.h"
-#include "paired_clients.h"
 
 namespace {
 
-const char kTokenAlphabet[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-const int kTokenAlphabetSize = 62;
-const int kTokenLength = 49;
 const int kHideTimeoutSeconds = 30;
 const char* const kDenied = "denied";
 const char* const kTimeout = "timeout";
@@ -45,62 +38,6 @@ struct LiveManagers {
 LiveManagers& liveManagers() {
     static auto* live = new LiveManagers;
     return *live;
-}
-
-// The token depends only on the second it is made in: two made within one second are equal.
-std::string clockToken() {
-    srand(static_cast<unsigned int>(time(nullptr)));
-    auto state = static_cast<unsigned int>(time(nullptr));
-    std::string token;
-    for (int i = 0; i < kTokenLength; ++i) {
-        token += kTokenAlphabet[rand_r(&state) % kTokenAlphabetSize];
-    }
-    return token;
-}
-
-// A token from the kernel's random source, each character equally likely (bytes that would
-// favour the first characters of the alphabet are drawn again). Empty if the source fails.
-std::string randomToken() {
-    constexpr unsigned int kUnbiasedBelow = 256 - 256 % kTokenAlphabetSize;
-    std::string token;
-    unsigned char bytes[64];
-    while (token.size() < static_cast<size_t>(kTokenLength)) {
-        const ssize_t got = getrandom(bytes, sizeof bytes, 0);
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            LOGE("getrandom failed: %s", strerror(errno));
-            return "";
-        }
-        for (ssize_t i = 0; i < got && token.size() < static_cast<size_t>(kTokenLength); ++i) {
-            if (bytes[i] < kUnbiasedBelow) {
-                token += kTokenAlphabet[bytes[i] % kTokenAlphabetSize];
-            }
-        }
-    }
-    return token;
-}
-
-// What a record's token must look like for a request to match it in the hardened mode.
-bool isWellFormedToken(const std::string& token) {
-    return token.size() == static_cast<size_t>(kTokenLength) &&
-           token.find_first_not_of(kTokenAlphabet) == std::string::npos;
-}
-
-// A new token: made from the clock by default; in the hardened mode random and carried by no
-// record yet (the index answers as the list would).
-std::string makeToken(const AuthTokenIndex& index) {
-    std::string token;
-    if (!SecurityMode::hardened()) {
-        token = clockToken();
-    } else {
-        do {
-            token = randomToken();
-        } while (!token.empty() && index.firstWith(token) != AuthTokenIndex::npos);
-    }
-    LOGI("generated AToken:%s", SecurityMode::token(token).c_str());
-    return token;
 }
 
 void sendConnectionResult(bool allowed) {
@@ -135,7 +72,7 @@ AccessManager::AccessManager(unsigned int releaseTimeoutMs) : m_releaseTimeoutMs
 
 AccessManager::~AccessManager() {
     // First, without the lock: it waits for a revoke or reset of the page still running.
-    paired_clients_unset_handlers(this);
+    PairedClientsLink::detach(this);
     {
         std::lock_guard<std::mutex> live(liveManagers().mutex);
         liveManagers().managers.erase(this);
@@ -157,14 +94,16 @@ bool AccessManager::create() {
     }
     // Outside the lock: the platform holds its own while a handler runs, and a handler takes
     // this manager's lock, so the two are never taken in the other order.
-    paired_clients_set_handlers(&AccessManager::_revokeFromScreen, &AccessManager::_resetFromScreen,
-                                this);
+    PairedClientsLink::attach(this);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    _showClients();
     return true;
 }
 
 bool AccessManager::destroy() {
-    // A stopped service keeps no list in memory: the page's revoke waits for the next start.
-    paired_clients_unset_handlers(this);
+    // A stopped service keeps no list in memory: the page's list and revoke wait for the next
+    // start.
+    PairedClientsLink::detach(this);
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     m_bIsNotiHandled = false;
     m_authList.clear();
@@ -180,7 +119,7 @@ bool AccessManager::isRegisteredInAuthGroup(std::string token) {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     LOGI("received AccessToken:%s", SecurityMode::token(token).c_str());
     // The Deny record carries an empty token, and a hand-edited list may carry anything.
-    if (SecurityMode::hardened() && !isWellFormedToken(token)) {
+    if (SecurityMode::hardened() && !AccessToken::isWellFormed(token)) {
         LOGE("Failed to find matched AccessToken!!");
         return false;
     }
@@ -222,6 +161,7 @@ bool AccessManager::assignLowerAccessClass(std::string macAddr) {
                  record.accessClass);
             record.accessClass += 1;
             LOGI("Changed : accessClass[%d]", record.accessClass);
+            _showClients();
         } else {
             LOGI("No need to set lower AccessClass for client(macAddr:%s)", macAddr.c_str());
         }
@@ -233,6 +173,7 @@ bool AccessManager::assignLowerAccessClass(std::string macAddr) {
     record.macAddr = macAddr;
     m_authList.push_back(record);
     m_tokenIndex.added(m_authList.size() - 1, record.accessToken);
+    _showClients();
     return true;
 }
 
@@ -260,6 +201,7 @@ void AccessManager::resetAuthGroupData() {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     m_authList.clear();
     m_tokenIndex.clear();
+    _showClients();
     updateAuthListToFile();
 }
 
@@ -273,6 +215,7 @@ int AccessManager::revokeClient(const std::string& macAddr) {
     LOGI("revoked %d record(s) of macAddr:%s", revoked, macAddr.c_str());
     if (revoked > 0) {
         m_tokenIndex.rebuild(m_authList);
+        _showClients();
         updateAuthListToFile();
     }
     return revoked;
@@ -298,7 +241,7 @@ bool AccessManager::notifyAccessToken(const std::string& result) {
 
 std::string AccessManager::generateAccessToken() {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    std::string token = makeToken(m_tokenIndex);
+    std::string token = AccessToken::make(m_tokenIndex);
     bool found = false;
     for (size_t position = 0; position < m_authList.size(); ++position) {
         AuthRecord& record = m_authList[position];
@@ -320,6 +263,7 @@ std::string AccessManager::generateAccessToken() {
         m_authList.push_back(record);
         m_tokenIndex.added(m_authList.size() - 1, token);
     }
+    _showClients();
     updateAuthListToFile();
     LOGI("finished, m_authList.size:%zu", m_authList.size());
     return token;
@@ -344,6 +288,7 @@ void AccessManager::syncAuthListWithFileInternal(const std::string& content) {
     for (size_t position = before; position < m_authList.size(); ++position) {
         m_tokenIndex.added(position, m_authList[position].accessToken);
     }
+    _showClients();
     LOGI("m_authList.size:%zu", m_authList.size());
 }
 
@@ -443,25 +388,6 @@ int AccessManager::internalReleaseTimeoutCallback(void* data) {
     return G_SOURCE_REMOVE;
 }
 
-int AccessManager::_revokeFromScreen(const char* macAddr, void* data) {
-    // The platform withdraws these handlers before the manager goes, so data is alive here.
-    try {
-        return static_cast<AccessManager*>(data)->revokeClient(macAddr != nullptr ? macAddr : "");
-    } catch (const std::exception& e) {
-        LOGE("revoke failed: %s", e.what());
-        return 0;
-    }
-}
-
-void AccessManager::_resetFromScreen(void* data) {
-    LOGI("paired clients reset from the TV screen");
-    try {
-        static_cast<AccessManager*>(data)->resetAuthGroupData();
-    } catch (const std::exception& e) {
-        LOGE("reset failed: %s", e.what());
-    }
-}
-
 void AccessManager::_handleButtonEvent(int eventType) {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     // A pop-up that was erased, destroyed or replaced may still answer: it is forgotten.
@@ -521,6 +447,10 @@ void AccessManager::_handleReleaseTimeout() {
     m_bIsNotiHandled = true;
     _clearNotification();
     notifyAccessToken(kTimeout);
+}
+
+void AccessManager::_showClients() {
+    PairedClientsLink::show(this, m_authList);
 }
 
 void AccessManager::_clearNotification() {

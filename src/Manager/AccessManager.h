@@ -23,7 +23,8 @@ struct notification_s;
 //
 // Thread-safe: called from the server thread (checks, issueAccessToken), the main loop (the
 // pop-up's events, the release timer, the TV screen page's revoke and reset, which create()
-// registers with the platform and destroy() withdraws) and the core (create, destroy). One
+// registers with the platform through PairedClientsLink and destroy() withdraws) and the core
+// (create, destroy). The page's list is handed over after every change of the list. One
 // recursive lock is held through every public operation and both callbacks; the result callback
 // runs under it, inside issueAccessToken() when a second client ends the first one's pop-up.
 class AccessManager : public IAccessManager {
@@ -86,15 +87,13 @@ private:
     // The pop-up's event callback and the release timer's callback; data is the manager.
     static void _ip_control_noti_button_cb(notification_s* noti, int eventType, void* data);
     static int internalReleaseTimeoutCallback(void* data);
-    // The TV screen page's revoke and reset (paired_clients.h), on the main loop while this
-    // manager is created; data is the manager.
-    static int _revokeFromScreen(const char* macAddr, void* data);
-    static void _resetFromScreen(void* data);
 
     void _handleButtonEvent(int eventType);
     void _handleReleaseTimeout();
     // Ends the pop-up: no timer, nothing showing, no client under check.
     void _clearNotification();
+    // Hands the list to the TV screen page; after every change of m_authList, under the lock.
+    void _showClients();
 
     const unsigned int m_releaseTimeoutMs;
 

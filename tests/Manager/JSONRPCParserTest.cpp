@@ -93,12 +93,4 @@ TEST(JSONRPCParserResponse, FinishedCommandResponseForms) {
     }
 }
 
-TEST(JSONRPCParserErrors, DeviceResultCodesChooseTheirErrorObject) {
-    EXPECT_EQ("", JSONRPCParser::getResultMessage(DEVICE_MANAGER_SUCCESS));
-    EXPECT_EQ("", JSONRPCParser::getResultMessage(static_cast<_DeviceManagerError>(6)));
-    // Method not found is the -32601 object, not a server error.
-    EXPECT_EQ(JSONRPCParser::getJsonErrorMessage(METHOD_NOT_FOUND),
-              JSONRPCParser::getResultMessage(DEVICE_MANAGER_ERROR_METHOD_NOT_FOUND));
-}
-
 }  // namespace

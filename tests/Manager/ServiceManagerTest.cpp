@@ -155,27 +155,23 @@ TEST_F(ServiceManagerTest, RefusesUnparsableOrUnauthenticatedRequestsWithBarePar
     EXPECT_TRUE(commands().empty());
 }
 
-TEST_F(ServiceManagerTest, RefusesTokenRequestFromDeniedMacWithoutAskingViewer) {
+// A denied MAC address is refused without asking the viewer; a pop-up that cannot go up, and a
+// pending request whose approval times out, is denied or fails, are refused.
+TEST_F(ServiceManagerTest, RefusesTokenRequestsTheViewerDoesNotAllow) {
+    m_issue = [](const std::string& mac) { return mac == "mac-4" ? 0 : 1; };
     m_pipeline.handleJsonRequest(kDeniedClient, request("createAccessToken", ""));
-    EXPECT_EQ((std::vector<Sent>{{kDeniedClient, kParseError, true}}), sentWhenCount(1));
-    EXPECT_TRUE(m_issuedFor.empty());
-}
-
-TEST_F(ServiceManagerTest, RefusesWithEmptyTextWhenTokenCannotBeIssued) {
-    m_issue = [](const std::string&) { return 0; };
     m_pipeline.handleJsonRequest(4, request("createAccessToken", ""));
-    EXPECT_EQ((std::vector<Sent>{{4, "", true}}), sentWhenCount(1));
-    EXPECT_EQ(std::vector<std::string>{"mac-4"}, m_issuedFor);
-}
-
-TEST_F(ServiceManagerTest, RefusesPendingClientWhenApprovalTimesOutIsDeniedOrFails) {
     m_pipeline.handleJsonRequest(7, request("createAccessToken", "", "12"));
     EXPECT_FALSE(m_pipeline.handleAccessToken("timeout"));
     EXPECT_FALSE(m_pipeline.handleAccessToken("denied"));
     EXPECT_FALSE(m_pipeline.handleAccessToken(""));
-    EXPECT_EQ(
-        (std::vector<Sent>{{7, kUnauthorized, true}, {7, kUnauthorized, true}, {7, "", true}}),
-        sentWhenCount(3));
+    EXPECT_EQ((std::vector<Sent>{{kDeniedClient, kParseError, true},
+                                 {4, "", true},
+                                 {7, kUnauthorized, true},
+                                 {7, kUnauthorized, true},
+                                 {7, "", true}}),
+              sentWhenCount(5));
+    EXPECT_EQ((std::vector<std::string>{"mac-4", "mac-7"}), m_issuedFor);
 }
 
 TEST_F(ServiceManagerTest, AnswersIssuedTokenWithFullResponseToPendingRequest) {

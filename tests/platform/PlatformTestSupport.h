@@ -1,5 +1,5 @@
 // Helpers of the platform tests on top of the shared test support: a platform brought up on a
-// temporary data folder with the shipped profiles, editor-like file writes, named test cases.
+// temporary data folder with the shipped profiles, editor-like file writes, pop-ups.
 #pragma once
 
 #include <mutex>
@@ -45,18 +45,6 @@ private:
 // active pop-up area, a hide timeout, a layout and a tag) with events going to events; returns
 // the result of the post.
 int postPopup(PopupEvents& events, const std::string& title = "IP Remote", int hideSeconds = 30);
-
-// A named case of a parameterised test; CaseName() makes the name part of the test's name.
-struct NamedText {
-    const char* name;
-    const char* text;
-};
-struct CaseName {
-    template <typename Info>
-    std::string operator()(const Info& info) const {
-        return info.param.name;
-    }
-};
 
 // Base fixture: a temporary data folder, the shipped profiles as resources, and a shutdown of
 // the platform after each test.

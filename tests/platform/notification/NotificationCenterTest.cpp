@@ -111,20 +111,6 @@ TEST_F(NotificationTest, UndeliveredAnswerIsDroppedByALaterPost) {
     EXPECT_EQ("second", center().showing()->content.title);
 }
 
-TEST_F(NotificationTest, AllowAndDenyModesPressTheirButtonShortlyAfterThePost) {
-    for (const auto& [mode, event] : {std::pair<const char*, int>{"allow", 0}, {"deny", 1}}) {
-        startWith(mode);
-        PopupEvents popup;
-        ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup));
-        pumpFor(100);
-        EXPECT_EQ(events({}), popup.events()) << mode << " answered at once";
-        ASSERT_TRUE(waitForEvents(popup, 1)) << mode;
-        pumpFor(400);
-        EXPECT_EQ(events({event}), popup.events()) << mode;
-        ipc_platform::shutdown();
-    }
-}
-
 TEST_F(NotificationTest, ViewerAnswerBeatsTheAllowMode) {
     startWith("allow");
     PopupEvents popup;
@@ -162,28 +148,6 @@ TEST_F(NotificationTest, ShutdownTakesThePopupDownWithoutAnEvent) {
     pumpFor(500);
     EXPECT_EQ(events({}), popup.events());
     EXPECT_EQ(NOTIFICATION_ERROR_NOT_READY, postPopup(popup));
-}
-
-TEST_F(NotificationTest, InterfaceRefusesBadArguments) {
-    EXPECT_EQ(nullptr, notification_create(static_cast<notification_type_e>(7)));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER, notification_free(nullptr));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
-              notification_zt_post_with_event_cb(nullptr, &PopupEvents::record, nullptr));
-
-    notification_h noti = notification_create(NOTIFICATION_TYPE_NOTI);
-    ASSERT_NE(nullptr, noti);
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
-              notification_set_text(noti, static_cast<notification_text_type_e>(5), "x", nullptr));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
-              notification_set_text(noti, NOTIFICATION_TEXT_TYPE_TITLE, "bad \xff text", nullptr));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER,
-              notification_add_button(noti, static_cast<notification_button_index_e>(4)));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER, notification_zt_set_hide_timeout(noti, -1));
-    EXPECT_EQ(NOTIFICATION_ERROR_INVALID_PARAMETER, notification_set_tag(noti, nullptr));
-    PopupEvents popup;
-    EXPECT_EQ(NOTIFICATION_ERROR_NOT_READY,
-              notification_zt_post_with_event_cb(noti, &PopupEvents::record, &popup));
-    EXPECT_EQ(NOTIFICATION_ERROR_NONE, notification_free(noti));
 }
 
 }  // namespace

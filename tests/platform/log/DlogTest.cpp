@@ -1,5 +1,5 @@
-// Tests of the platform log: the level check before any formatting, the sink, and the ring and
-// its writing thread under many logging threads.
+// Tests of the platform log: the level check before any formatting, the ring and its writing
+// thread under many logging threads, the recent lines and the line formatter.
 #include <printf.h>
 #include <unistd.h>
 
@@ -89,26 +89,15 @@ protected:
     std::vector<Line> m_lines;
 };
 
-TEST_F(DlogTest, SinkReceivesFormattedMessageAndRefusesMissingTagOrFormat) {
-    EXPECT_EQ(9, dlog_print(DLOG_ERROR, "TAG", "value %03d", 7));
-    ASSERT_EQ(1u, m_lines.size());
-    EXPECT_EQ(DLOG_ERROR, m_lines[0].prio);
-    EXPECT_EQ("TAG", m_lines[0].tag);
-    EXPECT_EQ("value 007", m_lines[0].message);
-    // Longer than a line formatted on the stack.
-    const std::string longText(5000, 'x');
-    EXPECT_EQ(5000, dlog_print(DLOG_ERROR, "TAG", "%s", longText.c_str()));
-    ASSERT_EQ(2u, m_lines.size());
-    EXPECT_EQ(longText, m_lines[1].message);
-
-    EXPECT_EQ(-1, dlog_print(DLOG_ERROR, nullptr, "x"));
-    EXPECT_EQ(-1, dlog_print(DLOG_ERROR, "TAG", nullptr));
-    EXPECT_EQ(2u, m_lines.size());
-}
-
 // A line is formatted only when the output or the recent lines keep it: the recent lines keep
 // info even when the output is at warn, and nothing at silent.
 TEST_F(DlogTest, LevelIsCheckedBeforeFormattingAndRecentLinesKeepInfo) {
+    // Longer than a line formatted on the stack.
+    const std::string longText(5000, 'x');
+    EXPECT_EQ(5000, dlog_print(DLOG_ERROR, "TAG", "%s", longText.c_str()));
+    ASSERT_EQ(1u, m_lines.size());
+    EXPECT_EQ(longText, m_lines[0].message);
+    m_lines.clear();
     g_formatted = 0;
     EXPECT_EQ(0, logCounted(DLOG_DEBUG, "debug at info"));
     EXPECT_EQ(0, g_formatted);
@@ -293,32 +282,10 @@ TEST(LogRingTest, LinesThatDoNotFitBeforeTheEndStartAtTheBeginning) {
     EXPECT_EQ(1u, batch.droppedOutput);  // the longer one; the other went with the batch before
 }
 
-// The recent lines are a ring: once full, each line replaces the oldest, and the order stays
-// oldest first.
-TEST(RecentLinesTest, KeepsTheLatestLinesInOrderAndCutsLongTexts) {
-    RecentLines recent(3);
-    const std::string accented = std::string(RecentLines::kMaxText - 1, 'a') + "\xc3\xa9 tail";
-    for (int i = 1; i <= 5; ++i) {
-        const std::string text = i == 4 ? accented : "line " + std::to_string(i);
-        recent.add(i == 2 ? DLOG_WARN : DLOG_INFO, i, "TAG", 3, text.c_str(), text.size());
-    }
-    std::vector<RecentLines::Entry> lines = recent.lines(DLOG_DEBUG);
-    ASSERT_EQ(3u, lines.size());
-    EXPECT_EQ(3u, lines[0].sequence);
-    EXPECT_EQ("line 3", lines[0].text);
-    EXPECT_EQ(std::string(RecentLines::kMaxText - 1, 'a') + "\u2026", lines[1].text);
-    EXPECT_EQ("line 5", lines[2].text);
-    EXPECT_EQ(5, lines[2].timeUs);
-    EXPECT_EQ(5u, recent.lastSequence());
-    recent.add(DLOG_WARN, 6, "TAG", 3, "six", 3);
-    lines = recent.lines(DLOG_WARN);
-    ASSERT_EQ(1u, lines.size());
-    EXPECT_EQ("six", lines[0].text);
-}
-
 // Lines of every length pass through: their texts wrap around the end of the recent lines' bytes
-// and get moved when those grow for a longer line, and each comes back as it was added.
-TEST(RecentLinesTest, KeepsTextsWhileTheirBytesWrapAroundAndGrow) {
+// and get moved when those grow for a longer line, and each comes back as it was added, oldest
+// first; a text too long is cut at a character boundary.
+TEST(RecentLinesTest, KeepsTheLatestTextsWhileTheirBytesWrapAroundAndGrow) {
     RecentLines recent(6);
     std::vector<std::string> added;
     for (size_t i = 0; i < 300; ++i) {
@@ -332,6 +299,11 @@ TEST(RecentLinesTest, KeepsTextsWhileTheirBytesWrapAroundAndGrow) {
             ASSERT_EQ("T", lines[k].tag);
         }
     }
+    const std::string accented = std::string(RecentLines::kMaxText - 1, 'a') + "\xc3\xa9 tail";
+    recent.add(DLOG_INFO, 7, "T", 1, accented.c_str(), accented.size());
+    EXPECT_EQ(std::string(RecentLines::kMaxText - 1, 'a') + "\u2026",
+              recent.lines(DLOG_DEBUG).back().text);
+    EXPECT_EQ(301u, recent.lastSequence());
 }
 
 // Lines are formatted without vsnprintf where the format allows: the text must be the same, also

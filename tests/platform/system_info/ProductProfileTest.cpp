@@ -59,46 +59,31 @@ TEST_F(ProductProfileTest, RefusesUnknownKeysAndKeysAskedWithAnotherType) {
     EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER, system_info_get_custom_bool(nullptr, &flag));
 }
 
-TEST_F(ProductProfileTest, FactMissingFromProfileIsNotSupported) {
-    ASSERT_EQ("", startWithProfile(R"({"systemInfo": {"swVersion": "1.0"}, "tv": {"x": []}})"));
-    char* value = nullptr;
-    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
-              system_info_get_value_string(SYSTEM_INFO_KEY_SERIAL_NUMBER, &value));
-    EXPECT_EQ(nullptr, value);
+TEST_F(ProductProfileTest, BrokenOrMissingProfileFailsInitializeNamingIt) {
+    for (const char* text :
+         {"{\"featureconf\": {", "[1, 2]", R"({"featureconf": {"easel_tv": "yes"}})",
+          R"({"featureconf": {"product.tv_year": 9999999999}})",
+          R"({"systemInfo": {"swVersion": 1}})", R"({"tv": ["ambientType", 4]})"}) {
+        const std::string error = startWithProfile(text);
+        EXPECT_NE(std::string::npos, error.find(profilePath())) << text << ": " << error;
+        EXPECT_FALSE(ipc_platform::isInitialized());
+    }
+    const std::string error = startError("no-such-product");
+    EXPECT_NE(std::string::npos, error.find("profiles/no-such-product.json")) << error;
 }
 
-class RefusedProfileTest : public ProductProfileTest,
-                           public ::testing::WithParamInterface<NamedText> {};
-
-TEST_P(RefusedProfileTest, InitializeFailsNamingFile) {
-    const std::string error = startWithProfile(GetParam().text);
-    EXPECT_NE(std::string::npos, error.find(profilePath())) << error;
-    EXPECT_FALSE(ipc_platform::isInitialized());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, RefusedProfileTest,
-    ::testing::Values(NamedText{"Truncated", "{\"featureconf\": {"},
-                      NamedText{"TopLevelArray", "[1, 2]"},
-                      NamedText{"FeatureString", R"({"featureconf": {"easel_tv": "yes"}})"},
-                      NamedText{"FeatureBeyondInt",
-                                R"({"featureconf": {"product.tv_year": 9999999999}})"},
-                      NamedText{"FactNumber", R"({"systemInfo": {"swVersion": 1}})"},
-                      NamedText{"TvNotObject", R"({"tv": ["ambientType", 4]})"}),
-    CaseName());
-
-TEST_F(ProductProfileTest, KeepsTheTvSectionAsTextForTheVirtualTv) {
+TEST_F(ProductProfileTest, KeepsTheTvSectionAsTextAndLeavesMissingFactsUnsupported) {
     ASSERT_EQ("", startWithProfile(R"({"tv": {"ambientType": 4, "unsupported": ["x"]}})"));
     EXPECT_EQ(R"({"ambientType":4,"unsupported":["x"]})",
               ipc_platform::productProfile()->tvSection());
     ipc_platform::shutdown();
-    ASSERT_EQ("", startWithProfile(R"({"systemInfo": {}})"));
+    ASSERT_EQ("", startWithProfile(R"({"systemInfo": {"swVersion": "1.0"}})"));
     EXPECT_EQ("", ipc_platform::productProfile()->tvSection());
-}
-
-TEST_F(ProductProfileTest, MissingProfileNamesTheFile) {
-    const std::string error = startError("no-such-product");
-    EXPECT_NE(std::string::npos, error.find("profiles/no-such-product.json")) << error;
+    // A fact the profile leaves out is not supported.
+    char* value = nullptr;
+    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
+              system_info_get_value_string(SYSTEM_INFO_KEY_SERIAL_NUMBER, &value));
+    EXPECT_EQ(nullptr, value);
 }
 
 TEST_F(ProductProfileTest, EveryShippedProfileLoadsWithServiceAvailable) {
