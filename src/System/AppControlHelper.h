@@ -28,20 +28,20 @@ public:
     // art mode or the first-screen list; a launch needs a name, so its read is refused. Null when
     // refused.
     dynf_property_list_h getPropertyData(CmdRequest* request) override;
-    // A write answers its params; a read {"artMode"} or
-    // {"firstScreenAppList": [{"name","id"}, ...]}. An answer that cannot be read fails.
-    void handleResult(const dynf_error& error, dynf_property_list_h result,
-                      CmdRequest* request) override;
     // The client's name of the foreground app in a "launchApp" value: its "title", or "unknown".
     static std::string foregroundAppName(const common::json::JsonValue& launchApp);
 
 private:
+    // A read answers {"artMode"} or {"firstScreenAppList": [{"name","id"}, ...]}; an answer that
+    // cannot be read fails.
+    void _readAnswer(dynf_property_list_h result, CmdRequest* request) override;
+    // A write's event: "APPLICATION" for a launch, "COMMAND" for the others. Reads send none.
+    void _sendKPILog(CmdRequest* request) override;
     dynf_property_list_h _getDirectAccessProperty(CmdRequest* request);
     dynf_property_list_h _getArtModeProperty(CmdRequest* request);
     dynf_property_list_h _getFirstScreenAppProperty(CmdRequest* request);
     void _handleArtModeResult(dynf_property_list_h result, CmdRequest* request);
     void _handleFirstScreenAppResult(dynf_property_list_h result, CmdRequest* request);
-    void _sendKPILog(CmdRequest* request);
 
     // The params member "applicationName"; false when it cannot be read, or (recorded as
     // "Invalid params") when it is absent or empty.

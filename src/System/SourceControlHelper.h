@@ -18,10 +18,6 @@ public:
     // the vocabulary picks. Null for "USB", a USB choice without both fields, unusable params or
     // another type.
     dynf_property_list_h getPropertyData(CmdRequest* request) override;
-    // A read answers {"inputSource": ...} or the USB list; a write its params. A successful write
-    // sends a usage event, as does a read of the input source.
-    void handleResult(const dynf_error& error, dynf_property_list_h result,
-                      CmdRequest* request) override;
 
     // The client's word for a framework input ("dtv" is "TV"), and back; other words are the
     // same on both sides. Every method that names inputs uses these.
@@ -29,9 +25,12 @@ public:
     static std::string toFrameworkSource(const std::string& client);
 
 private:
+    // A read answers {"inputSource": ...} or the USB list.
+    void _readAnswer(dynf_property_list_h result, CmdRequest* request) override;
+    // "inputSource" for reads and writes, "deviceName" for a USB choice; a USB read reports none.
+    std::string _usageKey(const CmdRequest& request) const override;
     dynf_property_list_h _getInputSourcePropertyInternal(CmdRequest* request);
     dynf_property_list_h _getUSBSourcePropertyInternal(CmdRequest* request);
     void _handleInputSourceResult(dynf_property_list_h result, CmdRequest* request);
     void _handleUSBSourceResult(dynf_property_list_h result, CmdRequest* request);
-    void _sendKPILog(CmdRequest* request);
 };
