@@ -6,6 +6,7 @@
 #include "Log.h"
 #include "Manager/CmdRequest.h"
 #include "System/CmdRequestFields.h"
+#include "System/ResponseHandBack.h"
 #include "System/ControlHelperBase.h"
 #include "System/DYNFProtocolData.h"
 
@@ -213,7 +214,7 @@ bool DYNFHandler::_allowErrorCase(const dynf_error& error, const CmdRequest* req
 }
 
 void DYNFHandler::_handBack(CmdRequest* request) {
-    if (!cmdfields::handBack(m_owner, request)) {
+    if (!handBackForResponse(m_owner, request)) {
         LOGE("m_owner is null");
     }
 }

@@ -6,6 +6,7 @@
 #include "Manager/CmdRequest.h"
 #include "System/AmbientMode.h"
 #include "System/CmdRequestFields.h"
+#include "System/ResponseHandBack.h"
 #include "System/DYNFHandler.h"
 #include "System/SystemApi.h"
 
@@ -126,5 +127,5 @@ void TVManager::_enqueueForResponse(CmdRequest* request) {
         return;
     }
     LOGI("_enqueueForResponse method: %s", request->method.c_str());
-    cmdfields::handBack(static_cast<DeviceManager*>(m_owner), request);
+    handBackForResponse(static_cast<DeviceManager*>(m_owner), request);
 }
