@@ -15,7 +15,11 @@
 // lookup resolves per command. A missing or empty name fails as "Invalid params" before any
 // framework call, for a launch also an unknown one; a first-screen choice of an unknown name
 // sends the empty choice "{}". A run title the TV cannot resolve is sent unresolved, for the TV
-// to refuse.
+// to refuse. The browser ("Internet", "org.orvane.browser") alone takes the params member "url".
+// A launch without params is refused like one without a name; the foreground app is read by
+// "getTVStates". "firstScreenAppControl" without params reads the list; with "applicationName"
+// it writes "firstScreenAppId" = {"id": <app id>} and is answered as a write. "contentInfo" is
+// not used.
 //
 // Every successful write sends a usage event: a launch an "APPLICATION" event with the name, the
 // others a "COMMAND" event.

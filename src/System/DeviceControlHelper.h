@@ -6,8 +6,11 @@
 // Serves the read-only "getTVStates": one request for power, volume, mute, sources, channel,
 // picture and sound modes and the foreground app, plus art mode on an Easel TV. Ambient mode is
 // not a property of the read: it is the state that refuses screen-sensitive writes, reported on
-// every product where it can. The answer uses the client words of the single-property methods
-// (README). A write is refused before any framework call.
+// every product where it can (ambient screen or Easel TV). The answer uses the client words of the
+// single methods: {"power", "volume", "mute", "inputSource" (the extended source when set, "dtv"
+// as "TV"), "channel": {"major", "minor"}, "pictureMode", "soundMode", "applicationName" (the
+// foreground app's title, "unknown" without one), "artMode", "ambientMode": bool}. A write is
+// refused before any framework call.
 // Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
 class DeviceControlHelper : public ControlHelperBase {
 public:

@@ -34,7 +34,7 @@ bool isSet(const JsonValue& value) {
     }
 }
 
-// One entry of the client's USB list from one framework entry (README).
+// One entry of the client's USB list from one framework entry.
 JsonValue usbEntry(const JsonValue& source) {
     JsonValue entry(JsonType::objectValue);
     entry[kDeviceName] = cmdfields::scalarText(source["name"]);
