@@ -6,9 +6,9 @@
 #include "Log.h"
 #include "Manager/CmdRequest.h"
 #include "System/CmdRequestFields.h"
-#include "System/ResponseHandBack.h"
 #include "System/ControlHelperBase.h"
 #include "System/DYNFProtocolData.h"
+#include "System/ResponseHandBack.h"
 
 namespace {
 

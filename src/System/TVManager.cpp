@@ -6,8 +6,8 @@
 #include "Manager/CmdRequest.h"
 #include "System/AmbientMode.h"
 #include "System/CmdRequestFields.h"
-#include "System/ResponseHandBack.h"
 #include "System/DYNFHandler.h"
+#include "System/ResponseHandBack.h"
 #include "System/SystemApi.h"
 
 TVManager::TVManager() = default;
