@@ -59,7 +59,6 @@ TEST(ControlHelperBaseTest, BuildersReadParamsOfEveryKind) {
         {false, R"({"v":""})", nullptr},
         {false, R"({"v":15.0})", nullptr},
         {false, R"({"v":true})", nullptr},
-        {false, R"({"v":null})", nullptr},
         {false, R"({"v":[12]})", nullptr},
         {false, R"({"other":1})", nullptr},
         {false, R"({"v":2147483648})", nullptr},

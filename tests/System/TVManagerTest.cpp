@@ -57,11 +57,12 @@ protected:
         Framework::instance().reset();
     }
 
-    // Brings up a product with the given feature keys and creates the TV on it.
-    void createOn(const std::string& featureconf) {
+    // Brings up a product with the given feature keys (and stored flags) and creates the TV on it.
+    void createOn(const std::string& featureconf, const char* flags = nullptr) {
         std::string error;
         ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(featureconf), error))
             << error;
+        ASSERT_TRUE(flags == nullptr || vconf_set_str(kConfigFlagsKey, flags) == 0);
         ASSERT_TRUE(m_tv.create(&m_owner));
         m_created = true;
     }
@@ -142,6 +143,13 @@ TEST_F(TVManagerTest, TestWallModeWrittenFromOutsideAppliesToTheNextCommand) {
         testsupport::pumpMainLoopUntil([] { return AppSettings::getInstance().isTestWallMode(); }));
     run("getBoxStates", "{}");
     EXPECT_EQ("wallBoxStates", askedProperty());
+}
+
+// The settings throw for flags that are not an object; the TV takes that as no test wall mode.
+TEST_F(TVManagerTest, FlagsThatAreNotAnObjectLeaveTestWallModeOff) {
+    createOn("", "[true]");
+    EXPECT_FALSE(m_tv.isWall());
+    EXPECT_EQ(METHOD_NOT_FOUND, errorOf("getBoxStates", "{}"));
 }
 
 TEST_F(TVManagerTest, AmbientScreenRefusesOnlyWritesOfNoneAmbientMethods) {
