@@ -72,19 +72,7 @@ dynf_property_list_h AppControlHelper::getPropertyData(CmdRequest* request) {
     }
 }
 
-void AppControlHelper::handleResult(const dynf_error& error, dynf_property_list_h result,
-                                    CmdRequest* request) {
-    LOGI("handleResult");
-    if (request == nullptr) {
-        LOGE("invalid pointer");
-        return;
-    }
-    if (!preHandleResult(error, request)) {
-        if (!request->bJsonRpcError) {
-            _sendKPILog(request);
-        }
-        return;
-    }
+void AppControlHelper::_readAnswer(dynf_property_list_h result, CmdRequest* request) {
     switch (request->propType) {
         case ART_MODE_CONTROL:
             _handleArtModeResult(result, request);
@@ -190,6 +178,9 @@ void AppControlHelper::_handleFirstScreenAppResult(dynf_property_list_h result,
 }
 
 void AppControlHelper::_sendKPILog(CmdRequest* request) {
+    if (!cmdfields::hasValueParams(*request)) {
+        return;
+    }
     const std::string name = cmdfields::resultString(*request, kAppNameParam);
     switch (request->propType) {
         case DIRECT_ACCESS_CONTROL: {

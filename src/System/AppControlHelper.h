@@ -15,7 +15,11 @@
 // lookup resolves per command. A missing or empty name fails as "Invalid params" before any
 // framework call, for a launch also an unknown one; a first-screen choice of an unknown name
 // sends the empty choice "{}". A run title the TV cannot resolve is sent unresolved, for the TV
-// to refuse.
+// to refuse. The browser ("Internet", "org.orvane.browser") alone takes the params member "url".
+// A launch without params is refused like one without a name; the foreground app is read by
+// "getTVStates". "firstScreenAppControl" without params reads the list; with "applicationName"
+// it writes "firstScreenAppId" = {"id": <app id>} and is answered as a write. "contentInfo" is
+// not used.
 //
 // Every successful write sends a usage event: a launch an "APPLICATION" event with the name, the
 // others a "COMMAND" event.
@@ -28,20 +32,20 @@ public:
     // art mode or the first-screen list; a launch needs a name, so its read is refused. Null when
     // refused.
     dynf_property_list_h getPropertyData(CmdRequest* request) override;
-    // A write answers its params; a read {"artMode"} or
-    // {"firstScreenAppList": [{"name","id"}, ...]}. An answer that cannot be read fails.
-    void handleResult(const dynf_error& error, dynf_property_list_h result,
-                      CmdRequest* request) override;
     // The client's name of the foreground app in a "launchApp" value: its "title", or "unknown".
     static std::string foregroundAppName(const common::json::JsonValue& launchApp);
 
 private:
+    // A read answers {"artMode"} or {"firstScreenAppList": [{"name","id"}, ...]}; an answer that
+    // cannot be read fails.
+    void _readAnswer(dynf_property_list_h result, CmdRequest* request) override;
+    // A write's event: "APPLICATION" for a launch, "COMMAND" for the others. Reads send none.
+    void _sendKPILog(CmdRequest* request) override;
     dynf_property_list_h _getDirectAccessProperty(CmdRequest* request);
     dynf_property_list_h _getArtModeProperty(CmdRequest* request);
     dynf_property_list_h _getFirstScreenAppProperty(CmdRequest* request);
     void _handleArtModeResult(dynf_property_list_h result, CmdRequest* request);
     void _handleFirstScreenAppResult(dynf_property_list_h result, CmdRequest* request);
-    void _sendKPILog(CmdRequest* request);
 
     // The params member "applicationName"; false when it cannot be read, or (recorded as
     // "Invalid params") when it is absent or empty.

@@ -19,7 +19,11 @@ const char* const kMinor = "channelMinor";
 
 }  // namespace
 
-dynf_property_list_h ChannelControlHelper::_getCompositePropertyData(CmdRequest* request) {
+dynf_property_list_h ChannelControlHelper::getPropertyData(CmdRequest* request) {
+    if (request == nullptr) {
+        LOGE("invalid pointer");
+        return nullptr;
+    }
     if (request->propType != DIRECT_CHANNEL_CONTROL) {
         LOGE("no property for type(%d)", request->propType);
         return nullptr;
@@ -43,8 +47,7 @@ dynf_property_list_h ChannelControlHelper::_getCompositePropertyData(CmdRequest*
     return list;
 }
 
-void ChannelControlHelper::_handleCompositeResult(dynf_property_list_h result,
-                                                  CmdRequest* request) {
+void ChannelControlHelper::_readAnswer(dynf_property_list_h result, CmdRequest* request) {
     int major = 0;
     int minor = 0;
     if (findIntProperty(result, kMajor, major, request) &&
@@ -55,6 +58,6 @@ void ChannelControlHelper::_handleCompositeResult(dynf_property_list_h result,
     }
 }
 
-std::string ChannelControlHelper::_usageKey(const CmdRequest& /*request*/) const {
-    return kMajorKey;
+std::string ChannelControlHelper::_usageKey(const CmdRequest& request) const {
+    return cmdfields::hasValueParams(request) ? kMajorKey : "";
 }

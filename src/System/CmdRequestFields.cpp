@@ -1,11 +1,6 @@
 // Reading a command's params and recording its failure.
 #include "System/CmdRequestFields.h"
 
-#include <exception>
-
-#include "Log.h"
-#include "Manager/DeviceManager.h"
-
 namespace cmdfields {
 
 namespace {
@@ -70,18 +65,6 @@ void setError(CmdRequest& request, eJSONRPCErrorCode errorIndex, _DeviceManagerE
     request.bJsonRpcError = true;
     request.errorIndex = errorIndex;
     request.resultCode = resultCode;
-}
-
-bool handBack(DeviceManager* owner, CmdRequest* request) {
-    if (owner == nullptr) {
-        return false;
-    }
-    try {
-        owner->processEnqueueForResponse(request);
-    } catch (const std::exception& e) {
-        LOGE("hand-back failed, command unanswered: %s", e.what());
-    }
-    return true;
 }
 
 }  // namespace cmdfields

@@ -5,8 +5,6 @@
 
 #include "Manager/CmdRequest.h"
 
-class DeviceManager;
-
 // Free functions over one CmdRequest; each call touches only the command it is given, so they
 // are as thread-safe as the command (one thread at a time).
 namespace cmdfields {
@@ -33,9 +31,5 @@ std::string resultText(const CmdRequest& request, const std::string& name);
 
 // Marks the command failed with the given error object and result code.
 void setError(CmdRequest& request, eJSONRPCErrorCode errorIndex, _DeviceManagerError resultCode);
-
-// Gives the finished command to owner for the response. False without an owner; a response
-// layer that is stopping (and throws) leaves the command unanswered. Never throws.
-bool handBack(DeviceManager* owner, CmdRequest* request);
 
 }  // namespace cmdfields

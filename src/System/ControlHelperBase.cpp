@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <utility>
 
 #include "Common/KPILogger.h"
 #include "JsonValue.h"
@@ -60,11 +61,39 @@ dynf_property_list_h ControlHelperBase::getPropertyData(CmdRequest* /*request*/)
     return nullptr;
 }
 
-void ControlHelperBase::handleResult(const dynf_error& error, dynf_property_list_h /*result*/,
+void ControlHelperBase::handleResult(const dynf_error& error, dynf_property_list_h result,
                                      CmdRequest* request) {
-    if (preHandleResult(error, request)) {
-        LOGE("no reader for type(%d)", request->propType);
-        cmdfields::setError(*request, SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_FAILED);
+    LOGI("handleResult");
+    if (request == nullptr) {
+        LOGE("invalid pointer");
+        return;
+    }
+    if (_acceptAnswer(error, request)) {
+        _readAnswer(result, request);
+    }
+    // Usage counts what was done: after any error, even one a helper answers, nothing is sent.
+    if (error == DYNF_ERROR_NONE && !request->bJsonRpcError) {
+        _sendKPILog(request);
+    }
+}
+
+bool ControlHelperBase::_acceptAnswer(const dynf_error& error, CmdRequest* request) {
+    return preHandleResult(error, request);
+}
+
+void ControlHelperBase::_readAnswer(dynf_property_list_h /*result*/, CmdRequest* request) {
+    LOGE("no reader for type(%d)", request->propType);
+    cmdfields::setError(*request, SERVER_ERROR_FAILED, DEVICE_MANAGER_ERROR_FAILED);
+}
+
+std::string ControlHelperBase::_usageKey(const CmdRequest& /*request*/) const {
+    return "";
+}
+
+void ControlHelperBase::_sendKPILog(CmdRequest* request) {
+    const std::string key = _usageKey(*request);
+    if (!key.empty()) {
+        sendKPILog(key, cmdfields::resultText(*request, key), request);
     }
 }
 
@@ -214,6 +243,21 @@ bool ControlHelperBase::readStringParam(const CmdRequest* request, const std::st
     return true;
 }
 
+bool ControlHelperBase::requireParam(const CmdRequest* request, const std::string& key) {
+    if (request->params.type() == JsonType::objectValue && request->params.isMember(key)) {
+        return true;
+    }
+    LOGE("params lack \"%s\"", key.c_str());
+    return false;
+}
+
+dynf_property_list_h ControlHelperBase::createJsonList(const std::string& name,
+                                                       const JsonValue& value) {
+    const std::string text = value.toString();
+    LOGI("%s->(%s)", name.c_str(), text.c_str());
+    return createList(dynf_property_create_json_string(name.c_str(), text.c_str()));
+}
+
 bool ControlHelperBase::refuseWrite(CmdRequest* request) {
     if (!cmdfields::hasValueParams(*request)) {
         return false;
@@ -271,6 +315,64 @@ bool ControlHelperBase::handleJsonStringArrayResult(
     }
     cmdfields::resultObject(*request)[key] = values;
     return true;
+}
+
+bool ControlHelperBase::readJsonResult(dynf_property_list_h list, const std::string& name,
+                                       JsonType kind, JsonValue& out, CmdRequest* request) {
+    std::string text;
+    if (!findStringProperty(list, name, text, request)) {
+        return false;
+    }
+    JsonValue parsed = JsonValue::Create(text);
+    if (parsed.type() != kind) {
+        LOGE("%s is not of the expected kind: %s", name.c_str(), text.c_str());
+        handleError(DYNF_ERROR_UNKNOWN, request);
+        return false;
+    }
+    out = std::move(parsed);
+    return true;
+}
+
+dynf_property_list_h ControlHelperBase::getRowPropertyData(const PropertyRows& rows,
+                                                           CmdRequest* request) {
+    if (request == nullptr) {
+        LOGE("invalid pointer");
+        return nullptr;
+    }
+    const PropertyRow* row = rows.find(request->propType);
+    if (row == nullptr) {
+        LOGE("no property for type(%d)", request->propType);
+        return nullptr;
+    }
+    if (cmdfields::hasValueParams(*request) && !requireParam(request, row->key)) {
+        return nullptr;
+    }
+    return row->kind == DYNF_PROPERTY_STRING
+               ? getPropertyDataInternalString(request, row->key, row->property)
+               : getPropertyDataInternalInt(request, row->key, row->property);
+}
+
+void ControlHelperBase::handleRowResult(const PropertyRows& rows, dynf_property_list_h result,
+                                        CmdRequest* request) {
+    const PropertyRow* row = rows.find(request->propType);
+    if (row == nullptr) {
+        ControlHelperBase::_readAnswer(result, request);
+    } else if (row->kind == DYNF_PROPERTY_STRING) {
+        std::string value;
+        if (findStringProperty(result, row->property, value, request)) {
+            cmdfields::resultObject(*request)[row->key] = value;
+        }
+    } else {
+        int value = 0;
+        if (findIntProperty(result, row->property, value, request)) {
+            cmdfields::resultObject(*request)[row->key] = value;
+        }
+    }
+}
+
+std::string ControlHelperBase::rowUsageKey(const PropertyRows& rows, const CmdRequest& request) {
+    const PropertyRow* row = rows.find(request.propType);
+    return row != nullptr && cmdfields::hasValueParams(request) ? row->key : "";
 }
 
 bool ControlHelperBase::findIntProperty(dynf_property_list_h list, const std::string& name,

@@ -4,11 +4,20 @@
 #include <map>
 #include <string>
 
+#include "JsonType.h"
 #include "System/IControlHelper.h"
+#include "System/PropertyRows.h"
 
-// Base of the concrete helpers. A helper that builds no properties (the base itself, or a domain
-// not served yet) makes every command of its methods fail in the handler, and a result that
-// reaches it anyway fails the command rather than answering with nothing.
+namespace common::json {
+class JsonValue;
+}
+
+// Base of the concrete helpers, and the one result path they all take: handleResult() settles
+// refusals and writes, hands a read to the helper's reader, then sends the usage event of a
+// command that succeeded. Helpers fill in the steps (_acceptAnswer, _readAnswer, _usageKey,
+// _sendKPILog); none of them answers a result its own way. A helper that builds no properties
+// makes every command of its methods fail in the handler, and a read that reaches a helper
+// without a reader fails rather than answering with nothing.
 //
 // The builders read the command's params without changing them. A value they cannot use builds
 // nothing, so the handler fails the command as a refused write ("Failed"); no operation throws.
@@ -20,10 +29,11 @@ public:
     ~ControlHelperBase() override = default;
     // Null: the base knows no property.
     dynf_property_list_h getPropertyData(CmdRequest* request) override;
-    // A read that nobody parses fails (error index 3, result code 3); errors and writes are
-    // settled by preHandleResult().
+    // _acceptAnswer(), then _readAnswer() for a read; then, when the framework carried the
+    // command out (error 0) and no failure was recorded, _sendKPILog(). No usage event follows
+    // an error, not even one the helper answers itself (an empty speaker or USB list).
     void handleResult(const dynf_error& error, dynf_property_list_h result,
-                      CmdRequest* request) override;
+                      CmdRequest* request) final;
 
     // First step of every handleResult(). A refused error is recorded (handleError) and a write
     // is answered with its own params without "AccessToken"; both give false. True: a read whose
@@ -36,6 +46,17 @@ public:
     static bool readStringProperty(dynf_property_h property, std::string& out);
 
 protected:
+    // True when the answer is a read for _readAnswer(); by default preHandleResult().
+    virtual bool _acceptAnswer(const dynf_error& error, CmdRequest* request);
+    // Fills the result of a read from the framework's list (which may be null). By default the
+    // read fails (error index 3, result code 3): nobody parses it.
+    virtual void _readAnswer(dynf_property_list_h result, CmdRequest* request);
+    // The result member a command that succeeded reports in its "COMMAND" event; "" for none.
+    virtual std::string _usageKey(const CmdRequest& request) const;
+    // The usage event of a command that succeeded; by default the "COMMAND" event of
+    // _usageKey() with that result member as its value.
+    virtual void _sendKPILog(CmdRequest* request);
+
     // True when the error is 0; reads of "USBSourceControl" and "externalSpeakerControl" are
     // always allowed, because their helpers answer failures themselves.
     static bool _allowErrorCase(const dynf_error& error, const CmdRequest* request);
@@ -65,6 +86,12 @@ protected:
     // and arrays give false and record nothing.
     static bool readStringParam(const CmdRequest* request, const std::string& key,
                                 std::string& out);
+    // True when params hold key; otherwise false, recording nothing (nothing is built, so the
+    // handler fails the write).
+    static bool requireParam(const CmdRequest* request, const std::string& key);
+    // A new list with one JSON-string property holding value's text.
+    static dynf_property_list_h createJsonList(const std::string& name,
+                                               const common::json::JsonValue& value);
     // For a method that only reads: true (and the command failed, error index 4, result code 3)
     // when the command is a write.
     static bool refuseWrite(CmdRequest* request);
@@ -79,6 +106,21 @@ protected:
     bool handleJsonStringArrayResult(dynf_property_list_h list, const std::string& name,
                                      const std::string& key, CmdRequest* request,
                                      const std::map<std::string, std::string>& translations);
+
+    // The JSON text of the property name parsed into out. A missing property, or text that is
+    // not a JSON value of that kind, fails the read (error index 3, result code 1).
+    bool readJsonResult(dynf_property_list_h list, const std::string& name,
+                        common::json::JsonType kind, common::json::JsonValue& out,
+                        CmdRequest* request);
+
+    // The steps of the methods served by one row of rows: the row's property (a write needs
+    // params[key]; null without a row or with unusable params), the read answered as
+    // {key: value} (a missing property, or a type without a row, fails it), and the key a
+    // write reports ("" for a read or without a row).
+    dynf_property_list_h getRowPropertyData(const PropertyRows& rows, CmdRequest* request);
+    void handleRowResult(const PropertyRows& rows, dynf_property_list_h result,
+                         CmdRequest* request);
+    static std::string rowUsageKey(const PropertyRows& rows, const CmdRequest& request);
 
     // The value of the property of that name. A missing property, or one of another kind, fails
     // the command (framework error 2: error index 3, result code 1) and gives false.

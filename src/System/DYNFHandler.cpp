@@ -8,6 +8,7 @@
 #include "System/CmdRequestFields.h"
 #include "System/ControlHelperBase.h"
 #include "System/DYNFProtocolData.h"
+#include "System/ResponseHandBack.h"
 
 namespace {
 
@@ -213,7 +214,7 @@ bool DYNFHandler::_allowErrorCase(const dynf_error& error, const CmdRequest* req
 }
 
 void DYNFHandler::_handBack(CmdRequest* request) {
-    if (!cmdfields::handBack(m_owner, request)) {
+    if (!handBackForResponse(m_owner, request)) {
         LOGE("m_owner is null");
     }
 }

@@ -70,7 +70,11 @@ dynf_property_h placeholder(const State& state) {
 
 }  // namespace
 
-dynf_property_list_h DeviceControlHelper::_getCompositePropertyData(CmdRequest* request) {
+dynf_property_list_h DeviceControlHelper::getPropertyData(CmdRequest* request) {
+    if (request == nullptr) {
+        LOGE("invalid pointer");
+        return nullptr;
+    }
     if (request->propType != GET_TV_STATES || refuseWrite(request)) {
         return nullptr;
     }
@@ -89,7 +93,7 @@ dynf_property_list_h DeviceControlHelper::_getCompositePropertyData(CmdRequest* 
     return list;
 }
 
-void DeviceControlHelper::_handleCompositeResult(dynf_property_list_h result, CmdRequest* request) {
+void DeviceControlHelper::_readAnswer(dynf_property_list_h result, CmdRequest* request) {
     cmdfields::resultObject(*request);
     _handlePower(result, request);
     _handleSound(result, request);

@@ -78,19 +78,6 @@ dynf_property_list_h InputControlHelper::getPropertyData(CmdRequest* request) {
     }
 }
 
-void InputControlHelper::handleResult(const dynf_error& error, dynf_property_list_h /*result*/,
-                                      CmdRequest* request) {
-    LOGI("handleResult");
-    if (request == nullptr) {
-        LOGE("invalid pointer");
-        return;
-    }
-    // Only writes are ever sent, so false with no error is a key that was pressed.
-    if (!preHandleResult(error, request) && !request->bJsonRpcError) {
-        _sendKPILog(request);
-    }
-}
-
 void InputControlHelper::_generateKeyMap() {
     for (const auto& [word, key] : kKeys) {
         m_keyMap.emplace(word, key);
@@ -131,7 +118,6 @@ std::string InputControlHelper::_getPropertyName(const CmdRequest* request) {
     return request->propType == REMOTE_KEY_CONTROL ? kRemoteKeyParam : kControlParam;
 }
 
-void InputControlHelper::_sendKPILog(CmdRequest* request) {
-    const std::string name = _getPropertyName(request);
-    sendKPILog(name, cmdfields::resultString(*request, name), request);
+std::string InputControlHelper::_usageKey(const CmdRequest& request) const {
+    return _getPropertyName(&request);
 }

@@ -18,17 +18,15 @@ public:
     ~InputControlHelper() override = default;
     // "remoteKey" = {"keyName":"KEY_…","keyStatus":"pressAndRelease"}; null when refused.
     dynf_property_list_h getPropertyData(CmdRequest* request) override;
-    // A write answers its params and sends a usage event; nothing is read back.
-    void handleResult(const dynf_error& error, dynf_property_list_h result,
-                      CmdRequest* request) override;
 
 private:
+    // The params member that named the key; nothing is read back.
+    std::string _usageKey(const CmdRequest& request) const override;
     void _generateKeyMap();
     dynf_property_list_h _getPropertyInternal(CmdRequest* request, const std::string& parameter);
     dynf_property_h _createProperty(CmdRequest* request, const std::string& parameter);
     // The params member that names the key: "remoteKey" or "control".
     static std::string _getPropertyName(const CmdRequest* request);
-    void _sendKPILog(CmdRequest* request);
 
     const std::string m_propertyName;             // the framework's key property
     std::map<std::string, std::string> m_keyMap;  // client key word → platform key name

@@ -45,7 +45,11 @@ bool isTextArray(const JsonValue& value) {
 
 }  // namespace
 
-dynf_property_list_h MultiViewControlHelper::_getCompositePropertyData(CmdRequest* request) {
+dynf_property_list_h MultiViewControlHelper::getPropertyData(CmdRequest* request) {
+    if (request == nullptr) {
+        LOGE("invalid pointer");
+        return nullptr;
+    }
     if (request->propType != MULTIVIEW_CONTROL) {
         LOGE("no property for type(%d)", request->propType);
         return nullptr;
@@ -57,8 +61,7 @@ dynf_property_list_h MultiViewControlHelper::_getCompositePropertyData(CmdReques
     return createJsonList(kMultiView, choice);
 }
 
-void MultiViewControlHelper::_handleCompositeResult(dynf_property_list_h result,
-                                                    CmdRequest* request) {
+void MultiViewControlHelper::_readAnswer(dynf_property_list_h result, CmdRequest* request) {
     JsonValue read;
     if (!readJsonResult(result, kMultiView, JsonType::objectValue, read, request)) {
         return;
@@ -79,8 +82,8 @@ void MultiViewControlHelper::_handleCompositeResult(dynf_property_list_h result,
     }
 }
 
-std::string MultiViewControlHelper::_usageKey(const CmdRequest& /*request*/) const {
-    return kMultiView;
+std::string MultiViewControlHelper::_usageKey(const CmdRequest& request) const {
+    return cmdfields::hasValueParams(request) ? kMultiView : "";
 }
 
 bool MultiViewControlHelper::_buildChoice(CmdRequest* request, JsonValue& choice) {

@@ -6,40 +6,25 @@
 #include "Manager/CmdRequest.h"
 #include "System/CmdRequestFields.h"
 
+using common::json::JsonType;
+
 namespace {
-
-// One picture method: its client key, its framework property and the property's kind.
-struct PictureSetting {
-    DYNF_TVCONTROL_PROP_TYPE type;
-    const char* key;
-    const char* property;
-    bool isString;
-};
-
-const PictureSetting kSettings[] = {
-    {PICTURE_MODE_CONTROL, "pictureMode", "pictureMode", true},
-    {CONTRAST_CONTROL, "contrast", "contrast", false},
-    {BRIGHTNESS_CONTROL, "brightness", "brightness", false},
-    {SHARPNESS_CONTROL, "sharpness", "sharpness", false},
-    {COLOR_CONTROL, "color", "color", false},
-    {TINT_CONTROL, "tint", "tint", false},
-    {PICTURE_SIZE_CONTROL, "pictureSize", "pictureSizeIPControl", true},
-};
 
 // What "getVideoStates" reads, in the order it asks.
 const char* const kVideoStates[] = {"contrast", "sharpness", "brightness", "color", "tint"};
 
-// The row of type, or null.
-const PictureSetting* findSetting(int type) {
-    for (const PictureSetting& setting : kSettings) {
-        if (setting.type == type) {
-            return &setting;
-        }
-    }
-    return nullptr;
-}
-
 }  // namespace
+
+PictureControlHelper::PictureControlHelper()
+    : m_rows({
+          {PICTURE_MODE_CONTROL, "pictureMode", "pictureMode", DYNF_PROPERTY_STRING},
+          {CONTRAST_CONTROL, "contrast", "contrast", DYNF_PROPERTY_INT},
+          {BRIGHTNESS_CONTROL, "brightness", "brightness", DYNF_PROPERTY_INT},
+          {SHARPNESS_CONTROL, "sharpness", "sharpness", DYNF_PROPERTY_INT},
+          {COLOR_CONTROL, "color", "color", DYNF_PROPERTY_INT},
+          {TINT_CONTROL, "tint", "tint", DYNF_PROPERTY_INT},
+          {PICTURE_SIZE_CONTROL, "pictureSize", "pictureSizeIPControl", DYNF_PROPERTY_STRING},
+      }) {}
 
 dynf_property_list_h PictureControlHelper::getPropertyData(CmdRequest* request) {
     if (request == nullptr) {
@@ -49,27 +34,18 @@ dynf_property_list_h PictureControlHelper::getPropertyData(CmdRequest* request) 
     if (request->propType == GET_VIDEO_STATES) {
         return _getVideoStatesPropertyInternal(request);
     }
-    const PictureSetting* setting = findSetting(request->propType);
-    if (setting == nullptr) {
+    // Built here rather than by the row steps: a mode or size write without its key sends "".
+    const PropertyRow* row = m_rows.find(request->propType);
+    if (row == nullptr) {
         LOGE("invalid pointer");
         return nullptr;
     }
-    return setting->isString
-               ? getPropertyDataInternalString(request, setting->key, setting->property)
-               : getPropertyDataInternalInt(request, setting->key, setting->property);
+    return row->kind == DYNF_PROPERTY_STRING
+               ? getPropertyDataInternalString(request, row->key, row->property)
+               : getPropertyDataInternalInt(request, row->key, row->property);
 }
 
-void PictureControlHelper::handleResult(const dynf_error& error, dynf_property_list_h result,
-                                        CmdRequest* request) {
-    LOGI("handleResult");
-    if (request == nullptr) {
-        LOGE("invalid pointer");
-        return;
-    }
-    if (!preHandleResult(error, request)) {
-        _sendKPILog(request);
-        return;
-    }
+void PictureControlHelper::_readAnswer(dynf_property_list_h result, CmdRequest* request) {
     if (result == nullptr) {
         LOGE("invalid pointer");
         return;
@@ -77,6 +53,19 @@ void PictureControlHelper::handleResult(const dynf_error& error, dynf_property_l
     _handlePictureModeSizeResult(result, request);
     _handlePictureControlResult(result, request);
     _handleVideoStatesResult(result, request);
+}
+
+std::string PictureControlHelper::_usageKey(const CmdRequest& request) const {
+    const PropertyRow* row = m_rows.find(request.propType);
+    if (row == nullptr) {
+        return "";
+    }
+    if (cmdfields::hasValueParams(request)) {
+        return row->key;
+    }
+    const bool found =
+        request.result.type() == JsonType::objectValue && request.result.isMember(row->key);
+    return row->kind == DYNF_PROPERTY_STRING && found ? row->key : "";
 }
 
 dynf_property_list_h PictureControlHelper::_getVideoStatesPropertyInternal(CmdRequest* request) {
@@ -97,25 +86,23 @@ dynf_property_list_h PictureControlHelper::_getVideoStatesPropertyInternal(CmdRe
 
 void PictureControlHelper::_handlePictureModeSizeResult(dynf_property_list_h result,
                                                         CmdRequest* request) {
-    const PictureSetting* setting = findSetting(request->propType);
-    if (setting == nullptr || !setting->isString) {
+    const PropertyRow* row = m_rows.find(request->propType);
+    if (row == nullptr || row->kind != DYNF_PROPERTY_STRING) {
         return;
     }
     std::string value;
-    if (!findStringProperty(result, setting->property, value, request)) {
-        return;
+    if (findStringProperty(result, row->property, value, request)) {
+        cmdfields::resultObject(*request)[row->key] = value;
     }
-    cmdfields::resultObject(*request)[setting->key] = value;
-    _sendKPILog(request);
 }
 
 void PictureControlHelper::_handlePictureControlResult(dynf_property_list_h result,
                                                        CmdRequest* request) {
-    const PictureSetting* setting = findSetting(request->propType);
-    if (setting == nullptr || setting->isString) {
+    const PropertyRow* row = m_rows.find(request->propType);
+    if (row == nullptr || row->kind == DYNF_PROPERTY_STRING) {
         return;
     }
-    _copyIntResult(result, setting->property, request);
+    _copyIntResult(result, row->property, request);
 }
 
 void PictureControlHelper::_handleVideoStatesResult(dynf_property_list_h result,
@@ -138,12 +125,4 @@ bool PictureControlHelper::_copyIntResult(dynf_property_list_h result, const std
     LOGI("%s val->(%d)", name.c_str(), value);
     cmdfields::resultObject(*request)[name] = value;
     return true;
-}
-
-void PictureControlHelper::_sendKPILog(CmdRequest* request) {
-    const PictureSetting* setting = findSetting(request->propType);
-    if (setting == nullptr) {
-        return;
-    }
-    sendKPILog(setting->key, cmdfields::resultText(*request, setting->key), request);
 }

@@ -13,23 +13,25 @@
 // Stateless: getPropertyData() on the worker thread, handleResult() on the callback thread.
 class PictureControlHelper : public ControlHelperBase {
 public:
+    PictureControlHelper();
     ~PictureControlHelper() override = default;
     // The property (or, for "getVideoStates", the five properties) of the command's type: ""
     // or 0 for a read, the params member for a write. Null for another type, unusable params or
     // a write of "getVideoStates" (refused as an invalid operation, like every read-only method).
     dynf_property_list_h getPropertyData(CmdRequest* request) override;
-    // A read answers the values under their client keys; a write its params. Writes and reads of
-    // mode and size send a usage event. A property missing from the answer fails the command,
-    // though "getVideoStates" still copies the ones found.
-    void handleResult(const dynf_error& error, dynf_property_list_h result,
-                      CmdRequest* request) override;
 
 private:
+    // A read answers the values under their client keys. A property missing from the answer
+    // fails the command, though "getVideoStates" still copies the ones found.
+    void _readAnswer(dynf_property_list_h result, CmdRequest* request) override;
+    // The key of a write, or of a read of mode or size that found its value.
+    std::string _usageKey(const CmdRequest& request) const override;
     dynf_property_list_h _getVideoStatesPropertyInternal(CmdRequest* request);
     void _handlePictureModeSizeResult(dynf_property_list_h result, CmdRequest* request);
     void _handlePictureControlResult(dynf_property_list_h result, CmdRequest* request);
     void _handleVideoStatesResult(dynf_property_list_h result, CmdRequest* request);
     // Copies the integer property name into result[name]; false when it is missing.
     bool _copyIntResult(dynf_property_list_h result, const std::string& name, CmdRequest* request);
-    void _sendKPILog(CmdRequest* request);
+
+    const PropertyRows m_rows;
 };

@@ -56,20 +56,18 @@ dynf_property_list_h PowerControlHelper::getPropertyData(CmdRequest* request) {
     return createList(_getPropertyDataInternal(request));
 }
 
-void PowerControlHelper::handleResult(const dynf_error& error, dynf_property_list_h result,
-                                      CmdRequest* request) {
-    LOGI("handleResult");
-    if (request == nullptr) {
-        LOGE("invalid pointer");
+void PowerControlHelper::_readAnswer(dynf_property_list_h result, CmdRequest* request) {
+    if (result == nullptr) {
         return;
     }
-    if (preHandleResult(error, request) && result != nullptr) {
-        dynf_property_h property = getPropertyHandle(result, m_propertyName, request);
-        if (property != nullptr) {
-            _handlePowerResult(property, request);
-        }
+    dynf_property_h property = getPropertyHandle(result, m_propertyName, request);
+    if (property != nullptr) {
+        _handlePowerResult(property, request);
     }
-    _sendKPILog(request);
+}
+
+std::string PowerControlHelper::_usageKey(const CmdRequest& /*request*/) const {
+    return kPowerKey;
 }
 
 dynf_property_h PowerControlHelper::_getPropertyDataInternal(CmdRequest* request) {
@@ -103,8 +101,4 @@ void PowerControlHelper::_handlePowerResult(dynf_property_h property, CmdRequest
         return;
     }
     result[kPowerKey] = client;
-}
-
-void PowerControlHelper::_sendKPILog(CmdRequest* request) {
-    sendKPILog(kPowerKey, cmdfields::resultString(*request, kPowerKey), request);
 }

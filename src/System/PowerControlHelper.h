@@ -16,14 +16,14 @@ public:
     // "powerValue" with "" for a read, the translated params member "power" for a write; null
     // for a value outside the vocabulary.
     dynf_property_list_h getPropertyData(CmdRequest* request) override;
-    // A read answers {"power": <client word>}; a write its params. Both send a usage event.
-    void handleResult(const dynf_error& error, dynf_property_list_h result,
-                      CmdRequest* request) override;
 
 private:
+    // A read answers {"power": <client word>}.
+    void _readAnswer(dynf_property_list_h result, CmdRequest* request) override;
+    // "power", for reads as for writes.
+    std::string _usageKey(const CmdRequest& request) const override;
     dynf_property_h _getPropertyDataInternal(CmdRequest* request);
     void _handlePowerResult(dynf_property_h property, CmdRequest* request);
-    void _sendKPILog(CmdRequest* request);
 
     const std::string m_propertyName;  // the framework's power property
 };

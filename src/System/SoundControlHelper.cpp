@@ -79,17 +79,7 @@ dynf_property_list_h SoundControlHelper::getPropertyData(CmdRequest* request) {
     }
 }
 
-void SoundControlHelper::handleResult(const dynf_error& error, dynf_property_list_h result,
-                                      CmdRequest* request) {
-    LOGI("handleResult");
-    if (request == nullptr) {
-        LOGE("invalid pointer");
-        return;
-    }
-    if (!preHandleResult(error, request)) {
-        _sendKPILog(request);
-        return;
-    }
+void SoundControlHelper::_readAnswer(dynf_property_list_h result, CmdRequest* request) {
     // A refused speaker list arrives without a list and is still answered ({}).
     if (result == nullptr && request->propType != EXTERNAL_SPEAKER_CONTROL) {
         LOGE("invalid pointer");
@@ -100,7 +90,6 @@ void SoundControlHelper::handleResult(const dynf_error& error, dynf_property_lis
     _handleSoundModeResult(result, request);
     _handleSpeakerSelectResult(result, request);
     _handleExternalSpeakerResult(result, request);
-    _sendKPILog(request);
 }
 
 dynf_property_h SoundControlHelper::_getMutePropertyInternal(CmdRequest* request) {
@@ -251,20 +240,21 @@ void SoundControlHelper::_handleExternalSpeakerResult(dynf_property_list_h resul
     LOGI("parse success!");
 }
 
-void SoundControlHelper::_sendKPILog(CmdRequest* request) {
-    if (request->bJsonRpcError) {
-        return;  // only a command that succeeded counts as usage
-    }
-    if (request->propType == EXTERNAL_SPEAKER_CONTROL) {
-        std::string value = request->result.toString();
-        value.erase(std::remove(value.begin(), value.end(), '\n'), value.end());
-        sendKPILog("", value, request);
-        return;
-    }
+std::string SoundControlHelper::_usageKey(const CmdRequest& request) const {
     for (const SoundKey& key : kKeys) {
-        if (key.type == request->propType) {
-            sendKPILog(key.name, cmdfields::resultText(*request, key.name), request);
-            return;
+        if (key.type == request.propType) {
+            return key.name;
         }
     }
+    return "";
+}
+
+void SoundControlHelper::_sendKPILog(CmdRequest* request) {
+    if (request->propType != EXTERNAL_SPEAKER_CONTROL) {
+        ControlHelperBase::_sendKPILog(request);
+        return;
+    }
+    std::string value = request->result.toString();
+    value.erase(std::remove(value.begin(), value.end(), '\n'), value.end());
+    sendKPILog("", value, request);
 }

@@ -19,12 +19,14 @@ public:
     // The command's property: a placeholder for a read, the translated params for a write. Null
     // for another type or unusable params.
     dynf_property_list_h getPropertyData(CmdRequest* request) override;
-    // A read answers the value under its client key (the speaker list as the whole result); a
-    // write its params. Each successful command sends a usage event.
-    void handleResult(const dynf_error& error, dynf_property_list_h result,
-                      CmdRequest* request) override;
 
 private:
+    // A read answers the value under its client key (the speaker list as the whole result).
+    void _readAnswer(dynf_property_list_h result, CmdRequest* request) override;
+    // The client key of volume, mute, sound mode and speaker, for reads as for writes.
+    std::string _usageKey(const CmdRequest& request) const override;
+    // The speaker list reports the whole result, without a key; the others their key.
+    void _sendKPILog(CmdRequest* request) override;
     dynf_property_h _getMutePropertyInternal(CmdRequest* request);
     dynf_property_h _getSpeakerSelectPropertyInternal(CmdRequest* request);
     dynf_property_h _getExternalSpeakerPropertyInternal(CmdRequest* request);
@@ -33,5 +35,4 @@ private:
     void _handleSoundModeResult(dynf_property_list_h result, CmdRequest* request);
     void _handleSpeakerSelectResult(dynf_property_list_h result, CmdRequest* request);
     void _handleExternalSpeakerResult(dynf_property_list_h result, CmdRequest* request);
-    void _sendKPILog(CmdRequest* request);
 };

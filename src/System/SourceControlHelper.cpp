@@ -34,7 +34,7 @@ bool isSet(const JsonValue& value) {
     }
 }
 
-// One entry of the client's USB list from one framework entry (README).
+// One entry of the client's USB list from one framework entry.
 JsonValue usbEntry(const JsonValue& source) {
     JsonValue entry(JsonType::objectValue);
     entry[kDeviceName] = cmdfields::scalarText(source["name"]);
@@ -65,21 +65,12 @@ dynf_property_list_h SourceControlHelper::getPropertyData(CmdRequest* request) {
     }
 }
 
-void SourceControlHelper::handleResult(const dynf_error& error, dynf_property_list_h result,
-                                       CmdRequest* request) {
-    LOGI("handleResult");
-    if (request == nullptr) {
-        LOGE("invalid pointer");
-        return;
+void SourceControlHelper::_readAnswer(dynf_property_list_h result, CmdRequest* request) {
+    if (request->propType == INPUT_SOURCE_CONTROL) {
+        _handleInputSourceResult(result, request);
+    } else if (request->propType == USB_SOURCE_CONTROL) {
+        _handleUSBSourceResult(result, request);
     }
-    if (preHandleResult(error, request)) {
-        if (request->propType == INPUT_SOURCE_CONTROL) {
-            _handleInputSourceResult(result, request);
-        } else if (request->propType == USB_SOURCE_CONTROL) {
-            _handleUSBSourceResult(result, request);
-        }
-    }
-    _sendKPILog(request);
 }
 
 dynf_property_list_h SourceControlHelper::_getInputSourcePropertyInternal(CmdRequest* request) {
@@ -194,13 +185,12 @@ void SourceControlHelper::_handleUSBSourceResult(dynf_property_list_h result, Cm
     LOGI("parse success!");
 }
 
-void SourceControlHelper::_sendKPILog(CmdRequest* request) {
-    if (request->bJsonRpcError) {
-        return;  // only a command that succeeded counts as usage
+std::string SourceControlHelper::_usageKey(const CmdRequest& request) const {
+    if (request.propType == INPUT_SOURCE_CONTROL) {
+        return kInputSource;
     }
-    if (request->propType == INPUT_SOURCE_CONTROL) {
-        sendKPILog(kInputSource, cmdfields::resultText(*request, kInputSource), request);
-    } else if (request->propType == USB_SOURCE_CONTROL && cmdfields::hasValueParams(*request)) {
-        sendKPILog(kDeviceName, cmdfields::resultText(*request, kDeviceName), request);
+    if (request.propType == USB_SOURCE_CONTROL && cmdfields::hasValueParams(request)) {
+        return kDeviceName;
     }
+    return "";
 }

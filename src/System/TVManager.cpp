@@ -7,6 +7,7 @@
 #include "System/AmbientMode.h"
 #include "System/CmdRequestFields.h"
 #include "System/DYNFHandler.h"
+#include "System/ResponseHandBack.h"
 #include "System/SystemApi.h"
 
 TVManager::TVManager() = default;
@@ -126,5 +127,5 @@ void TVManager::_enqueueForResponse(CmdRequest* request) {
         return;
     }
     LOGI("_enqueueForResponse method: %s", request->method.c_str());
-    cmdfields::handBack(static_cast<DeviceManager*>(m_owner), request);
+    handBackForResponse(static_cast<DeviceManager*>(m_owner), request);
 }

@@ -41,9 +41,12 @@ const WallRead* findRead(int type) {
 }  // namespace
 
 WallModeControlHelper::WallModeControlHelper()
-    : PropertyTableHelper({{AMBIENT_CONTROL, "ambient", "wallAmbient", DYNF_PROPERTY_STRING}}) {}
+    : m_rows({{AMBIENT_CONTROL, "ambient", "wallAmbient", DYNF_PROPERTY_STRING}}) {}
 
-dynf_property_list_h WallModeControlHelper::_getCompositePropertyData(CmdRequest* request) {
+dynf_property_list_h WallModeControlHelper::getPropertyData(CmdRequest* request) {
+    if (request == nullptr || m_rows.find(request->propType) != nullptr) {
+        return getRowPropertyData(m_rows, request);
+    }
     const WallRead* read = findRead(request->propType);
     if (read == nullptr) {
         LOGE("no property for type(%d)", request->propType);
@@ -69,8 +72,11 @@ bool WallModeControlHelper::_acceptAnswer(const dynf_error& error, CmdRequest* r
     return true;
 }
 
-void WallModeControlHelper::_handleCompositeResult(dynf_property_list_h result,
-                                                   CmdRequest* request) {
+void WallModeControlHelper::_readAnswer(dynf_property_list_h result, CmdRequest* request) {
+    if (m_rows.find(request->propType) != nullptr) {
+        handleRowResult(m_rows, result, request);
+        return;
+    }
     const WallRead* read = findRead(request->propType);
     JsonValue entries;
     if (read != nullptr &&
@@ -78,6 +84,10 @@ void WallModeControlHelper::_handleCompositeResult(dynf_property_list_h result,
         request->result = JsonValue(JsonType::objectValue);
         request->result[read->key] = entries;
     }
+}
+
+std::string WallModeControlHelper::_usageKey(const CmdRequest& request) const {
+    return rowUsageKey(m_rows, request);
 }
 
 bool WallModeControlHelper::_buildCabinetFilter(CmdRequest* request, JsonValue& filter) {

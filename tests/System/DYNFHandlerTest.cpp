@@ -82,20 +82,18 @@ protected:
     std::vector<Answer> m_answers;
 };
 
-TEST_F(DYNFHandlerTest, CreateSubscribesTheTvAndWallServices) {
+TEST_F(DYNFHandlerTest, CreateNeedsTheFrameworkAndBothServices) {
     ASSERT_TRUE(create());
     EXPECT_EQ((std::vector<std::string>{"tvcontrol", "tvcontrol"}), framework().subscriptions());
     EXPECT_EQ(POWER_CONTROL, m_handler->getTypeForGetOp(false, "powerControl"));
-}
 
-TEST_F(DYNFHandlerTest, CreateFailsWithoutFrameworkAndKnowsNoMethod) {
+    framework().reset();
     framework().setCreateFails(true);
     EXPECT_FALSE(create());
     EXPECT_EQ(TVCONTROL_PROP_TYPE_INVALID, m_handler->getTypeForGetOp(false, "powerControl"));
     m_handler->destroy();
-}
 
-TEST_F(DYNFHandlerTest, FailedWallSubscriptionFailsCreateAndResultsGoNowhere) {
+    framework().reset();
     framework().setSubscriptionFailure(1);
     EXPECT_FALSE(create());
     ASSERT_TRUE(startPowerRead());
@@ -115,8 +113,11 @@ TEST_F(DYNFHandlerTest, FrameworkErrorInTheResultFailsTheCommand) {
 }
 
 TEST_F(DYNFHandlerTest, UnavailableServiceAnswersAtOnceWithoutCall) {
+    // Reported while the handler is still being created, and kept.
+    framework().setOnCreate([](dynf_protocol_h handle) {
+        Framework::instance().sendStatus(handle, "tvcontrol", DYNF_SERVICE_UNAVAILABLE);
+    });
     ASSERT_TRUE(create());
-    framework().sendStatus("tvcontrol", DYNF_SERVICE_UNAVAILABLE);
     EXPECT_FALSE(startPowerRead());
     EXPECT_TRUE(framework().calls().empty());
     ASSERT_EQ(1u, answers().size());
@@ -125,15 +126,6 @@ TEST_F(DYNFHandlerTest, UnavailableServiceAnswersAtOnceWithoutCall) {
 
     framework().sendStatus("tvcontrol", DYNF_SERVICE_AVAILABLE);
     EXPECT_TRUE(startPowerRead());
-}
-
-TEST_F(DYNFHandlerTest, StatusReportedWhileCreatingIsKept) {
-    framework().setOnCreate([](dynf_protocol_h handle) {
-        Framework::instance().sendStatus(handle, "tvcontrol", DYNF_SERVICE_UNAVAILABLE);
-    });
-    ASSERT_TRUE(create());
-    EXPECT_FALSE(startPowerRead());
-    EXPECT_EQ(1u, answers().size());
 }
 
 TEST_F(DYNFHandlerTest, SpeakerAndUsbHelpersJudgeAnUnavailableService) {
@@ -151,32 +143,21 @@ TEST_F(DYNFHandlerTest, SpeakerAndUsbHelpersJudgeAnUnavailableService) {
     EXPECT_EQ(JsonValue::Create("[]"), answers()[1].result);
 }
 
-TEST_F(DYNFHandlerTest, CommandWithoutPropertyDataIsNotStarted) {
+// Without property data, or refused by the framework: the caller answers and frees it.
+TEST_F(DYNFHandlerTest, CommandsNotStartedAreLeftToTheCaller) {
     ASSERT_TRUE(create());
     EXPECT_FALSE(start(
         command("inputSourceControl", INPUT_SOURCE_CONTROL, R"({"inputSource":"USB"})"), true));
     EXPECT_FALSE(start(command("powerControl", POWER_CONTROL, R"({"power":"on"})"), true));
     EXPECT_TRUE(framework().calls().empty());
-    EXPECT_TRUE(answers().empty());
-}
-
-TEST_F(DYNFHandlerTest, RefusedCallIsLeftToTheCaller) {
-    ASSERT_TRUE(create());
     framework().setCallResult(-5);
     EXPECT_FALSE(startPowerRead());
     EXPECT_EQ(1u, framework().calls().size());
     EXPECT_TRUE(answers().empty());
 }
 
-TEST_F(DYNFHandlerTest, ResultArrivingDuringDestroyIsReleasedUnanswered) {
-    ASSERT_TRUE(create());
-    framework().setAnswerOpenCallsOnDestroy(true, DYNF_ERROR_NONE);
-    ASSERT_TRUE(startPowerRead());
-    m_handler->destroy();
-    EXPECT_TRUE(answers().empty());
-}
-
-TEST_F(DYNFHandlerTest, DestroyReleasesCommandsTheFrameworkNeverAnswered) {
+// Commands the framework never answered, or answers while the handler goes: freed unanswered.
+TEST_F(DYNFHandlerTest, DestroyReleasesOpenCommandsUnanswered) {
     ASSERT_TRUE(create());
     ASSERT_TRUE(startPowerRead());
     ASSERT_TRUE(startPowerRead());
@@ -185,6 +166,12 @@ TEST_F(DYNFHandlerTest, DestroyReleasesCommandsTheFrameworkNeverAnswered) {
     EXPECT_EQ(2u, framework().unsubscriptions().size());
     EXPECT_EQ(0, framework().liveHandles());
     EXPECT_EQ(TVCONTROL_PROP_TYPE_INVALID, m_handler->getTypeForGetOp(false, "powerControl"));
+
+    ASSERT_TRUE(create());
+    framework().setAnswerOpenCallsOnDestroy(true, DYNF_ERROR_NONE);
+    ASSERT_TRUE(startPowerRead());
+    m_handler->destroy();
+    EXPECT_TRUE(answers().empty());
 }
 
 TEST_F(DYNFHandlerTest, EveryCommandIsAnsweredOnceWhileTheServiceComesAndGoes) {

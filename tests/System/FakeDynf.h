@@ -1,5 +1,5 @@
-// Test stand-in for the property framework, linked in place of the real one: records every call
-// and lets a test answer requests, report service status and send notifications.
+// Test stand-in for the property framework's protocol, linked in place of the real one: records
+// every call and lets a test answer requests and report service status.
 #pragma once
 
 #include <functional>
@@ -23,8 +23,6 @@ struct Property {
 // One get or set call.
 struct Call {
     bool isSet = false;
-    std::string service;
-    int flags = 0;
     std::vector<Property> properties;  // the list the caller handed over
     bool accepted = false;
     bool answered = false;
@@ -93,12 +91,11 @@ public:
     void sendStatus(dynf_protocol_h handle, const std::string& service, dynf_service_status status);
 
     // Framework side of the C functions.
-    dynf_protocol_h create(dynf_service_status_cb status, dynf_noti_cb noti, void* userData);
+    dynf_protocol_h create(dynf_service_status_cb status, void* userData);
     int destroy(dynf_protocol_h handle);
     int subscribe(dynf_protocol_h handle, const char* service, bool subscribing);
-    int property(bool isSet, dynf_protocol_h handle, const char* service,
-                 dynf_property_list_h properties, dynf_result_cb callback, int flags,
-                 uint32_t* requestId, void* userData);
+    int property(bool isSet, dynf_protocol_h handle, dynf_property_list_h properties,
+                 dynf_result_cb callback, uint32_t* requestId, void* userData);
 
 private:
     mutable std::mutex m_mutex;  // protects every member below

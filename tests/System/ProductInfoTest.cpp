@@ -5,46 +5,34 @@
 #include "AppInfoUtil.h"
 #include "System/SystemApi.h"
 #include "SystemInfoUtil.h"
-#include "device_power.h"
-#include "support/PlatformFixture.h"
+#include "support/PlatformTest.h"
 
 namespace {
 
-class ProductInfoTest : public ::testing::Test {
+class ProductInfoTest : public testsupport::PlatformTest {
 protected:
-    void TearDown() override {
-        device_power_set_ambient_mode(0);
-        ipc_platform::shutdown();
+    void start(const std::string& featureconf) {
+        startPlatform(featureconf);
+        SystemApi::getInstance().reloadFeatures();  // as the service does when it starts
     }
-
-    void startPlatform(const std::string& featureconf) {
-        std::string error;
-        ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(featureconf), error))
-            << error;
-        // As the service does when it starts.
-        SystemApi::getInstance().reloadFeatures();
-    }
-
-    testsupport::TempDir m_dir;
 };
-
-TEST_F(ProductInfoTest, WallVersionOneIsAWallButNotMicroLed) {
-    startPlatform("\"tessera_support\": true, \"tessera_version\": 1");
-    EXPECT_TRUE(SystemApi::getInstance().isWall());
-    EXPECT_FALSE(SystemApi::getInstance().isMicroLED());
-}
 
 // Only the service's own package is installed; its files lie in the resource folder.
 TEST_F(ProductInfoTest, RootPathIsKnownForTheOwnPackageOnly) {
-    startPlatform("");
+    start("");
     EXPECT_FALSE(AppInfoUtil::GetResourcePath().empty());
     EXPECT_EQ(AppInfoUtil::GetResourcePath(), AppInfoUtil::GetRootPath(AppInfoUtil::GetId()));
     EXPECT_EQ("", AppInfoUtil::GetRootPath("com.example.other"));
 }
 
-TEST_F(ProductInfoTest, MissingFeatureKeysReadAsFalse) {
-    startPlatform("\"product.tv_year\": 23");
+// Wall version 1 is a wall but no MicroLED; keys the profile lacks read as false.
+TEST_F(ProductInfoTest, FeatureKeysReadAsTheProfileHasThem) {
+    start("\"tessera_support\": true, \"tessera_version\": 1");
     SystemApi& api = SystemApi::getInstance();
+    EXPECT_TRUE(api.isWall());
+    EXPECT_FALSE(api.isMicroLED());
+    ipc_platform::shutdown();
+    start("\"product.tv_year\": 23");
     EXPECT_FALSE(api.isWall());
     EXPECT_FALSE(api.isMicroLED());
     EXPECT_FALSE(api.isEaselTv());
@@ -54,14 +42,14 @@ TEST_F(ProductInfoTest, MissingFeatureKeysReadAsFalse) {
 }
 
 TEST_F(ProductInfoTest, ProductTypesOutsideTheTableAreUnknown) {
-    startPlatform("\"product.product_type\": 6");
+    start("\"product.product_type\": 6");
     std::string type;
     EXPECT_TRUE(SystemApi::getInstance().getProductType(type));
     EXPECT_EQ("UNKNOWN", type);
 }
 
 TEST_F(ProductInfoTest, IdentityStringsComeFromTheProfileAndSettings) {
-    startPlatform("\"product.tv_year\": 23");
+    start("\"product.tv_year\": 23");
     SystemApi& api = SystemApi::getInstance();
     std::string value;
     EXPECT_TRUE(api.getSwVersion(value));
@@ -75,10 +63,10 @@ TEST_F(ProductInfoTest, IdentityStringsComeFromTheProfileAndSettings) {
 }
 
 TEST_F(ProductInfoTest, ModelYearIsMinusOneWhenUnknown) {
-    startPlatform("\"product.product_type\": 0");
+    start("\"product.product_type\": 0");
     EXPECT_EQ(-1, SystemInfoUtil::GetTVYear());
     ipc_platform::shutdown();
-    startPlatform("\"product.tv_year\": 19");
+    start("\"product.tv_year\": 19");
     EXPECT_EQ(19, SystemInfoUtil::GetTVYear());
 }
 

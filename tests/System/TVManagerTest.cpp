@@ -33,7 +33,6 @@ struct Answer {
     bool bJsonRpcError;
     eJSONRPCErrorCode errorIndex;
     _DeviceManagerError resultCode;
-    DYNF_TVCONTROL_PROP_TYPE propType;
     JsonValue result;
 };
 
@@ -44,7 +43,7 @@ protected:
         m_owner.m_enqueueForResponseHook.set([this](CmdRequest* cmd) {
             std::lock_guard<std::mutex> lock(m_mutex);
             m_answers.push_back({cmd, cmd->jsonId, cmd->bJsonRpcError, cmd->errorIndex,
-                                 cmd->resultCode, cmd->propType, cmd->result});
+                                 cmd->resultCode, cmd->result});
         });
     }
 
@@ -58,11 +57,12 @@ protected:
         Framework::instance().reset();
     }
 
-    // Brings up a product with the given feature keys and creates the TV on it.
-    void createOn(const std::string& featureconf) {
+    // Brings up a product with the given feature keys (and stored flags) and creates the TV on it.
+    void createOn(const std::string& featureconf, const char* flags = nullptr) {
         std::string error;
         ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(featureconf), error))
             << error;
+        ASSERT_TRUE(flags == nullptr || vconf_set_str(kConfigFlagsKey, flags) == 0);
         ASSERT_TRUE(m_tv.create(&m_owner));
         m_created = true;
     }
@@ -134,16 +134,6 @@ TEST_F(TVManagerTest, ParamsBesidesTheTokenMakeAWrite) {
     EXPECT_TRUE(answers().empty());  // the framework has not answered; destroy releases them
 }
 
-TEST_F(TVManagerTest, UnknownMethodAnswersMethodNotFound) {
-    createOn("");
-    run("fooControl", R"({"AccessToken":"t"})");
-    Answer answer = onlyAnswer();
-    EXPECT_TRUE(answer.bJsonRpcError);
-    EXPECT_EQ(METHOD_NOT_FOUND, answer.errorIndex);
-    EXPECT_EQ(DEVICE_MANAGER_ERROR_INVALID_OPERATION, answer.resultCode);
-    EXPECT_EQ(TVCONTROL_PROP_TYPE_INVALID, answer.propType);
-}
-
 TEST_F(TVManagerTest, TestWallModeWrittenFromOutsideAppliesToTheNextCommand) {
     createOn("\"tessera_support\": false");
     EXPECT_EQ(METHOD_NOT_FOUND, errorOf("getBoxStates", "{}"));
@@ -155,12 +145,9 @@ TEST_F(TVManagerTest, TestWallModeWrittenFromOutsideAppliesToTheNextCommand) {
     EXPECT_EQ("wallBoxStates", askedProperty());
 }
 
+// The settings throw for flags that are not an object; the TV takes that as no test wall mode.
 TEST_F(TVManagerTest, FlagsThatAreNotAnObjectLeaveTestWallModeOff) {
-    std::string error;
-    ASSERT_TRUE(testsupport::startPlatform(m_dir, testsupport::makeProfile(""), error)) << error;
-    ASSERT_EQ(0, vconf_set_str(kConfigFlagsKey, "[true]"));
-    ASSERT_TRUE(m_tv.create(&m_owner));
-    m_created = true;
+    createOn("", "[true]");
     EXPECT_FALSE(m_tv.isWall());
     EXPECT_EQ(METHOD_NOT_FOUND, errorOf("getBoxStates", "{}"));
 }
@@ -187,21 +174,18 @@ TEST_F(TVManagerTest, EaselTvIsAmbientOnlyWhileShowingArt) {
     EXPECT_FALSE(m_tv.getAmbientMode());
 }
 
-TEST_F(TVManagerTest, RefusedStartAnswersServerErrorFailed) {
-    createOn("");
-    Framework::instance().setCallResult(-1);
-    EXPECT_EQ(SERVER_ERROR_FAILED, errorOf("powerControl", "{}"));
-    EXPECT_EQ(DEVICE_MANAGER_ERROR_FAILED, onlyAnswer().resultCode);
-}
-
-// A value that cannot be used fails as a refused write; an unknown word keeps its own error.
-TEST_F(TVManagerTest, UnusableParamsFailAsRefusedWrites) {
+// A value that cannot be used fails as a refused write, before any call; an unknown word keeps
+// its own error. A start the framework refuses fails the same way.
+TEST_F(TVManagerTest, CommandsNotStartedAnswerTheirError) {
     createOn("");
     EXPECT_EQ(SERVER_ERROR_FAILED, errorOf("directVolumeControl", R"({"volume":"abc"})"));
     EXPECT_EQ(DEVICE_MANAGER_ERROR_FAILED, onlyAnswer().resultCode);
     EXPECT_EQ(SERVER_ERROR_FAILED, errorOf("powerControl", R"({"power":{"on":1}})"));
     EXPECT_EQ(INVALID_PARAMS, errorOf("remoteKeyControl", R"({"remoteKey":"Enter"})"));
     EXPECT_TRUE(Framework::instance().calls().empty());
+    Framework::instance().setCallResult(-1);
+    EXPECT_EQ(SERVER_ERROR_FAILED, errorOf("powerControl", "{}"));
+    EXPECT_EQ(DEVICE_MANAGER_ERROR_FAILED, onlyAnswer().resultCode);
 }
 
 TEST_F(TVManagerTest, UnavailableServiceHandsTheCommandBackTwiceAndFreesItOnce) {
