@@ -30,19 +30,6 @@ TEST(DynfPropertyTest, ValuesAreReadOnlyAsTheirOwnType) {
     }
 }
 
-TEST(DynfPropertyTest, NullArgumentsAreRefused) {
-    EXPECT_EQ(nullptr, dynf_property_create_int(nullptr, 1));
-    EXPECT_EQ(nullptr, dynf_property_create_string("s", nullptr));
-    EXPECT_EQ(nullptr, dynf_property_create_json_string("j", nullptr));
-    EXPECT_NE(DYNF_ERROR_NONE, dynf_property_get_int(nullptr, nullptr));
-    EXPECT_EQ(nullptr, dynf_property_get_name(nullptr));
-    EXPECT_EQ(0u, dynf_property_list_size(nullptr));
-    EXPECT_EQ(nullptr, dynf_property_list_find(nullptr, "s"));
-    EXPECT_NE(DYNF_ERROR_NONE, dynf_property_list_push(nullptr, nullptr));
-    dynf_property_destroy(nullptr);
-    dynf_property_list_destroy(nullptr);
-}
-
 TEST(DynfPropertyTest, AListOwnsWhatItHoldsAndTakesAPropertyOnce) {
     dynf_property_list_h first = dynf_property_list_create();
     dynf_property_list_h second = dynf_property_list_create();

@@ -11,13 +11,17 @@ const Prop kAmbientRead = intProp("ambientMode", 0);
 
 class VirtualTvPowerTest : public VirtualTvTest {};
 
-TEST_F(VirtualTvPowerTest, StandbyKeepsReadsAndTakesOnlyPowerWrites) {
+TEST_F(VirtualTvPowerTest, StandbyKeepsReadsAndTakesOnlyPowerWritesAndThePowerKey) {
     startTv();
     RecordingClient client;
     ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("powerValue", "off")));
     EXPECT_EQ("off", client.read(kPowerRead));
     EXPECT_EQ("0", client.read(kAmbientRead));
     EXPECT_EQ(DYNF_ERROR_NOT_AVAILABLE, client.write(intProp("ambientMode", 1)));
+    EXPECT_EQ(DYNF_ERROR_NOT_AVAILABLE, client.write(keyProp("KEY_VOLUP")));
+    EXPECT_EQ(DYNF_ERROR_NONE, client.write(keyProp("KEY_POWER")));
+    EXPECT_EQ("on", client.read(kPowerRead));
+    ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("powerValue", "off")));
     // A list that holds power as well is refused as a whole.
     ASSERT_EQ(DYNF_ERROR_NONE,
               client.set({textProp("powerValue", "on"), intProp("ambientMode", 1)}));
