@@ -66,8 +66,7 @@ TEST_F(TvAdminApiTest, PowerRouteActsAsTheRemote) {
     const HttpResponse off = request("PUT", "/api/tv/power", R"("off")");
     EXPECT_EQ(200, off.status) << off.body;
     EXPECT_EQ(R"("off")", tvState("power"));
-    ASSERT_TRUE(
-        client.waitFor([](const RecordingClient& c) { return !c.notifications().empty(); }));
+    ASSERT_TRUE(client.waitFor("noti ", 1));
     EXPECT_EQ(std::vector<std::string>{"powerValue=off"}, client.notifications());
 
     EXPECT_EQ(409, request("PUT", "/api/tv/ambientMode", "1").status);

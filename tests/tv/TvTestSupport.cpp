@@ -189,22 +189,10 @@ bool RecordingClient::allOnOneOtherThread() const {
     return true;
 }
 
-bool RecordingClient::waitFor(const std::function<bool(const RecordingClient&)>& done,
-                              std::chrono::milliseconds timeout) const {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+bool RecordingClient::waitFor(const std::string& prefix, size_t count) const {
     std::unique_lock<std::mutex> lock(m_mutex);
-    while (true) {
-        lock.unlock();
-        const bool finished = done(*this);
-        lock.lock();
-        if (finished) {
-            return true;
-        }
-        if (m_changed.wait_until(lock, deadline) == std::cv_status::timeout) {
-            lock.unlock();
-            return done(*this);
-        }
-    }
+    return m_changed.wait_for(lock, std::chrono::seconds(5),
+                              [&] { return eventsAfter(m_events, prefix).size() >= count; });
 }
 
 void RecordingClient::onNextResult(std::function<void()> hook) {

@@ -73,9 +73,9 @@ public:
     std::vector<int> statuses() const;
     // True when every callback so far ran on one thread that is not the caller's.
     bool allOnOneOtherThread() const;
-    // Waits (bounded) until the events satisfy done.
-    bool waitFor(const std::function<bool(const RecordingClient&)>& done,
-                 std::chrono::milliseconds timeout = std::chrono::milliseconds(5000)) const;
+    // Waits (bounded) until at least count events start with prefix ("noti ", "status ", "" for
+    // any).
+    bool waitFor(const std::string& prefix, size_t count) const;
 
     // Runs inside the next result callback before it returns.
     void onNextResult(std::function<void()> hook);

@@ -122,8 +122,7 @@ INSTANTIATE_TEST_SUITE_P(
                               {},
                               "KEY_MULTI_VIEW",
                               {{"multiView",
-                                R"({"on":true,"layout":"pip","sources":["dtv","HDMI1"]})"}}},
-                      KeyCase{"OtherKeysOnlyShow", {}, "KEY_RED", {{"volume", "15"}}}),
+                                R"({"on":true,"layout":"pip","sources":["dtv","HDMI1"]})"}}}),
     [](const ::testing::TestParamInfo<KeyCase>& info) { return std::string(info.param.name); });
 
 TEST_F(VirtualTvControlsTest, SourcesAndSpeakersExcludeOneAnother) {

@@ -52,7 +52,7 @@ TEST_F(VirtualTvKnobsTest, UnavailableTvServiceReportsStatusAndRefusesRequests) 
     RecordingClient other;
     ASSERT_TRUE(subscriber.subscribe());
     setKnobs(R"({"tvServiceAvailable": false})");
-    ASSERT_TRUE(subscriber.waitFor([](const RecordingClient& c) { return !c.statuses().empty(); }));
+    ASSERT_TRUE(subscriber.waitFor("status ", 1));
     EXPECT_EQ("error 2", subscriber.read(kPowerRead));
     EXPECT_EQ(DYNF_ERROR_NOT_AVAILABLE, other.write(textProp("powerValue", "off")));
     // Marking it unavailable again reports nothing new.

@@ -133,10 +133,9 @@ TEST_F(VirtualTvRequestTest, WriteAnswersNewValuesThenNotifiesSubscribers) {
     const RecordingClient::Result result = writer.nextResult();
     EXPECT_EQ(DYNF_ERROR_NONE, result.error);
     EXPECT_EQ(std::vector<std::string>{"ambientMode=2"}, result.values);
-    ASSERT_TRUE(writer.waitFor([](const RecordingClient& c) { return c.events().size() == 2; }));
+    ASSERT_TRUE(writer.waitFor("", 2));
     EXPECT_EQ((std::vector<std::string>{"result 0", "noti ambientMode=2"}), writer.events());
-    ASSERT_TRUE(
-        subscriber.waitFor([](const RecordingClient& c) { return !c.notifications().empty(); }));
+    ASSERT_TRUE(subscriber.waitFor("noti ", 1));
     EXPECT_EQ(std::vector<std::string>{"ambientMode=2"}, subscriber.notifications());
 
     // Writing the value it already has changes nothing and notifies nothing.
@@ -154,8 +153,7 @@ TEST_F(VirtualTvRequestTest, SubscriptionsAreCountedPerHandle) {
     ASSERT_TRUE(client.subscribe());
     EXPECT_EQ(DYNF_ERROR_NONE, dynf_protocol_unsubscribe_service(client.handle(), "tvcontrol"));
     EXPECT_EQ(DYNF_ERROR_NONE, client.write(intProp("ambientMode", 1)));
-    ASSERT_TRUE(
-        client.waitFor([](const RecordingClient& c) { return !c.notifications().empty(); }));
+    ASSERT_TRUE(client.waitFor("noti ", 1));
     EXPECT_EQ(DYNF_ERROR_NONE, dynf_protocol_unsubscribe_service(client.handle(), "tvcontrol"));
     EXPECT_NE(DYNF_ERROR_NONE, dynf_protocol_unsubscribe_service(client.handle(), "tvcontrol"));
     EXPECT_EQ(DYNF_ERROR_NONE, client.write(intProp("ambientMode", 2)));
