@@ -279,6 +279,13 @@ void VirtualTvTest::startTv(const std::string& tvSection) {
     ASSERT_EQ("", startError(tvSection));
 }
 
+void VirtualTvTest::startShippedTv(const std::string& name) {
+    m_options.dataDir = m_dir.path();
+    m_options.resourceDir = IPC_TEST_RESOURCE_DIR;
+    m_options.profile = name;
+    startTv("");
+}
+
 void VirtualTvTest::restartTv() {
     ipc_tv::stop();
     std::string error;

@@ -118,6 +118,8 @@ protected:
     std::string profile(const std::string& tvSection, const std::string& featureconf = "") const;
     // Starts the platform and the TV; fails the test when either fails.
     void startTv(const std::string& tvSection = kFastReboot);
+    // Starts the platform and the TV on a shipped profile (data/profiles/<name>.json).
+    void startShippedTv(const std::string& name);
     // The TV's start error with that section (the platform starts); empty when it started.
     std::string startError(const std::string& tvSection);
     void restartTv();

@@ -55,22 +55,13 @@ TEST_F(VirtualTvFeaturesTest, MultiViewKeepsWhatAWriteLeavesOut) {
               client.read(jsonProp("multiView", "{}")));
 }
 
-// The shipped wall profile.
-class WallTest : public VirtualTvFeaturesTest {
-protected:
-    void SetUp() override {
-        m_options.dataDir = m_dir.path();
-        m_options.resourceDir = IPC_TEST_RESOURCE_DIR;
-        m_options.profile = "wall";
-        startTv("");
-    }
-};
-
-TEST_F(WallTest, CabinetReadsAnswerWhatTheFilterMatches) {
+// The shipped wall profile's cabinets.
+TEST_F(VirtualTvFeaturesTest, WallCabinetReadsAnswerWhatTheFilterMatches) {
     const std::pair<const char*, size_t> kFilters[] = {{"{}", 12},
                                                        {R"({"groupId":"A"})", 6},
                                                        {R"({"groupId":"A","cabinetId":"B4"})", 0},
                                                        {R"({"groupId":"C"})", 0}};
+    startShippedTv("wall");
     RecordingClient client;
     for (const auto& [filter, count] : kFilters) {
         const std::string cabinets = client.read(jsonProp("wallCabinetStates", filter));

@@ -302,9 +302,6 @@ std::vector<std::string> TvPropertyRules::connect(const std::string& listName,
 }
 
 void TvPropertyRules::settle(PropertyStore& store) const {
-    if (store.schema().find(kFirstScreenAppList) == nullptr) {
-        return;  // a schema without the controls (tests of the schema's rules)
-    }
     store.set(kFirstScreenAppList, PropertyValue::ofJson(m_apps.firstScreenJson()));
     store.set(kWallBoxStates, PropertyValue::ofJson(m_wall.boxes));
     store.set(kWallCabinetGroupIds, PropertyValue::ofJson(m_wall.groupIds));
