@@ -59,8 +59,6 @@ TEST_P(RefusedControlTest, AnswersTheErrorAndChangesNothing) {
 INSTANTIATE_TEST_SUITE_P(
     Cases, RefusedControlTest,
     ::testing::Values(
-        Refusal{"PictureModeUnknown", true, textProp("pictureMode", "Vivid"), 4},
-        Refusal{"MuteAsText", true, textProp("mute", "true"), 5},
         Refusal{"SpeakerNotConnected", true,
                 jsonProp("connectedExternalSpeakerList", R"({"id":"x","name":"X"})"), 4},
         Refusal{"InputBeyondTheHdmiCount", true, textProp("inputSource", "HDMI3"), 4},

@@ -15,7 +15,8 @@ constexpr char kProduct[] = R"({"hdmiCount": 2, "extendedSources": ["AV"], "mult
 
 using VirtualTvFeaturesTest = VirtualTvTest;
 
-TEST_F(VirtualTvFeaturesTest, ChannelWriteTunesDigitalTvAndWaitsOutStandby) {
+// The channels' ranges are rows of the schema, checked as every row is.
+TEST_F(VirtualTvFeaturesTest, ChannelWriteTunesDigitalTv) {
     startTv(kProduct);
     RecordingClient client;
     ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("inputSource", "HDMI2")));
@@ -29,15 +30,6 @@ TEST_F(VirtualTvFeaturesTest, ChannelWriteTunesDigitalTvAndWaitsOutStandby) {
     EXPECT_EQ((std::vector<std::string>{"channelMajor=999", "channelMinor=99", "inputSource=dtv",
                                         "launchApp={}"}),
               client.nextResult().values);
-
-    for (const Prop& outside : {intProp("channelMajor", 0), intProp("channelMajor", 1000),
-                                intProp("channelMinor", 100), intProp("channelMinor", -1)}) {
-        EXPECT_EQ(DYNF_ERROR_INVALID_VALUE, client.write(outside))
-            << outside.name << outside.number;
-    }
-    ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("powerValue", "off")));
-    EXPECT_EQ(DYNF_ERROR_NOT_AVAILABLE, client.write(intProp("channelMajor", 5)));
-    EXPECT_EQ("999", client.read(intProp("channelMajor", 0)));
 }
 
 // Its refusals are among the refused controls (VirtualTvControlsTest.cpp).
