@@ -1,22 +1,19 @@
 #!/usr/bin/python3
 # How ipcontrol-lab up shares N TVs among the profiles asked for (no root needed).
 import collections
-import importlib.machinery
-import importlib.util
 import os
 import sys
 import unittest
 
 sys.dont_write_bytecode = True  # nothing written into the source tree
-SCRIPT = os.path.join(os.path.dirname(__file__), "..", "..", "tools", "lab", "ipcontrol-lab.py")
-loader = importlib.machinery.SourceFileLoader("lab", SCRIPT)
-lab = importlib.util.module_from_spec(importlib.util.spec_from_loader("lab", loader))
-loader.exec_module(lab)
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "tools", "lab"))
+from ipclab import common as lab  # noqa: E402 (after the path is set)
+from ipclab.profiles import share_profiles  # noqa: E402
 KNOWN = {"tv-2019": 1515, "tv-2023": 1516, "wall": 1516}
 
 
 def shares(count, *requests):
-    return dict(collections.Counter(lab.share_profiles(count, list(requests), KNOWN)))
+    return dict(collections.Counter(share_profiles(count, list(requests), KNOWN)))
 
 
 class ProfileShares(unittest.TestCase):
@@ -28,14 +25,14 @@ class ProfileShares(unittest.TestCase):
         # Rounding down leaves TVs over: they go to the percents when nothing else takes them.
         self.assertEqual({"wall": 2, "tv-2019": 1}, shares(3, "wall:50%", "tv-2019:50%"))
         self.assertEqual({"wall": 3}, shares(3, "wall:3"))
-        self.assertEqual(["wall", "wall", "tv-2019"], lab.share_profiles(3, ["wall:2", "tv-2019"],
+        self.assertEqual(["wall", "wall", "tv-2019"], share_profiles(3, ["wall:2", "tv-2019"],
                                                                           KNOWN))
 
     def test_refusals_are_usage_errors(self):
         for requests in (["easel"], ["wall:x"], ["wall:-1"], ["wall:120%"], ["wall:4"],
                          ["wall:1"]):
             with self.assertRaises(lab.LabError, msg=str(requests)) as caught:
-                lab.share_profiles(3, requests, KNOWN)
+                share_profiles(3, requests, KNOWN)
             self.assertEqual(lab.EXIT_USAGE, caught.exception.code)
 
 

@@ -1,11 +1,8 @@
 // The ipcontrol executable against a scripted TV: what each answer of the TV becomes, as the
 // sentence and exit code a user or a script sees.
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 #include "TokenStore.h"
-#include "support/HttpClient.h"
 #include "support/PlatformFixture.h"
 #include "tools/CliRunner.h"
 #include "tools/ScriptedTv.h"
@@ -26,17 +23,15 @@ class CliOutcomeTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_NE(0, m_tv.port()); }
 
-    // Runs ipcontrol against port.
-    int runAt(unsigned short port, std::vector<std::string> args) {
-        args.insert(args.begin(), {"--port", std::to_string(port)});
+    int run(std::vector<std::string> args) {
+        args.insert(args.begin(), {"--port", std::to_string(m_tv.port())});
         return m_cli.run(args);
     }
-    int run(const std::vector<std::string>& args) { return runAt(m_tv.port(), args); }
     bool said(const std::string& text) const { return m_cli.said(text); }
 
-    void storeToken(unsigned short port) {
+    void storeToken() {
         TokenStore store(m_cli.tokenFile());
-        store.put(TokenStore::keyFor("127.0.0.1", port), kToken);
+        store.put(TokenStore::keyFor("127.0.0.1", m_tv.port()), kToken);
         std::string error;
         ASSERT_TRUE(store.save(error)) << error;
     }
@@ -96,7 +91,7 @@ TEST_F(CliOutcomeTest, EveryPairingRefusalHasItsOwnExitCode) {
 }
 
 TEST_F(CliOutcomeTest, EveryCallFailureHasItsOwnExitCode) {
-    storeToken(m_tv.port());
+    storeToken();
     expectEach(
         {"call", "powerControl"},
         {
@@ -113,32 +108,16 @@ TEST_F(CliOutcomeTest, EveryCallFailureHasItsOwnExitCode) {
         });
 }
 
-TEST_F(CliOutcomeTest, CallWithoutAStoredTokenAsksToPairFirst) {
-    EXPECT_EQ(8, run({"call", "powerControl"}));
-    EXPECT_TRUE(said("not paired")) << m_cli.output();
-    EXPECT_TRUE(said("pair first")) << m_cli.output();
-    EXPECT_TRUE(m_tv.requests().empty());
-}
-
-TEST_F(CliOutcomeTest, UnreachableOrStoppedTvExitsWith3) {
-    // Bound but not listening: held by this test, so nothing else can listen there meanwhile.
-    unsigned short nothingListens = 0;
-    const int holder = testsupport::holdLoopbackPort(nothingListens, false);
-    ASSERT_GE(holder, 0);
-    storeToken(nothingListens);
-    EXPECT_EQ(3, runAt(nothingListens, {"pair"}));
-    EXPECT_TRUE(said("cannot be reached (Connection refused)")) << m_cli.output();
-    EXPECT_EQ(3, runAt(nothingListens, {"call", "powerControl"}));
-    close(holder);
-
-    storeToken(m_tv.port());
+// A TV that cannot be reached at all exits with 3 too (CliAgainstTvTest.cpp).
+TEST_F(CliOutcomeTest, StoppedServiceExitsWith3) {
+    storeToken();
     m_tv.stopService();
     EXPECT_EQ(3, run({"call", "powerControl"}));
     EXPECT_TRUE(said("not running (HTTP 503)")) << m_cli.output();
 }
 
 TEST_F(CliOutcomeTest, JsonPrintsTheRawResponseBody) {
-    storeToken(m_tv.port());
+    storeToken();
     const std::string body = response("\"result\":{\"volume\":\"12\"}");
     m_tv.answerWith({body});
     EXPECT_EQ(0, run({"--json", "call", "directVolumeControl"}));

@@ -1,6 +1,4 @@
-// The framework's property, list and string functions: typed access and who frees what.
-#include <cstdlib>
-
+// The framework's property and list functions: typed access and who frees what.
 #include <gtest/gtest.h>
 
 #include "dynf.h"
@@ -30,19 +28,6 @@ TEST(DynfPropertyTest, ValuesAreReadOnlyAsTheirOwnType) {
     }
 }
 
-TEST(DynfPropertyTest, NullArgumentsAreRefused) {
-    EXPECT_EQ(nullptr, dynf_property_create_int(nullptr, 1));
-    EXPECT_EQ(nullptr, dynf_property_create_string("s", nullptr));
-    EXPECT_EQ(nullptr, dynf_property_create_json_string("j", nullptr));
-    EXPECT_NE(DYNF_ERROR_NONE, dynf_property_get_int(nullptr, nullptr));
-    EXPECT_EQ(nullptr, dynf_property_get_name(nullptr));
-    EXPECT_EQ(0u, dynf_property_list_size(nullptr));
-    EXPECT_EQ(nullptr, dynf_property_list_find(nullptr, "s"));
-    EXPECT_NE(DYNF_ERROR_NONE, dynf_property_list_push(nullptr, nullptr));
-    dynf_property_destroy(nullptr);
-    dynf_property_list_destroy(nullptr);
-}
-
 TEST(DynfPropertyTest, AListOwnsWhatItHoldsAndTakesAPropertyOnce) {
     dynf_property_list_h first = dynf_property_list_create();
     dynf_property_list_h second = dynf_property_list_create();
@@ -59,20 +44,6 @@ TEST(DynfPropertyTest, AListOwnsWhatItHoldsAndTakesAPropertyOnce) {
     EXPECT_EQ(nullptr, dynf_property_list_get(first, 1));
     dynf_property_list_destroy(first);
     dynf_property_list_destroy(second);
-}
-
-TEST(DynfPropertyTest, StringSetReplacesTheTextAndClearFreesIt) {
-    dynf_string string = {nullptr, 0};
-    ASSERT_EQ(DYNF_ERROR_NONE, dynf_string_set(&string, "tvcontrol"));
-    EXPECT_STREQ("tvcontrol", string.str);
-    EXPECT_EQ(9u, string.length);
-    ASSERT_EQ(DYNF_ERROR_NONE, dynf_string_set(&string, ""));
-    EXPECT_EQ(0u, string.length);
-    EXPECT_NE(DYNF_ERROR_NONE, dynf_string_set(&string, nullptr));
-    EXPECT_NE(DYNF_ERROR_NONE, dynf_string_set(nullptr, "x"));
-    dynf_string_clear(&string);
-    EXPECT_EQ(nullptr, string.str);
-    dynf_string_clear(&string);
 }
 
 }  // namespace

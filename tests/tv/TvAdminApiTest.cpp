@@ -1,8 +1,6 @@
 // The virtual TV on the admin API over HTTP: the "tv" state section, the power, ambient, knobs
 // and test wall mode routes, and the bodies they refuse.
-#include <json-glib/json-glib.h>
-
-#include "AdminJson.h"
+#include "JsonValue.h"
 #include "TvTestSupport.h"
 #include "VirtualTvRuntime.h"
 #include "support/HttpClient.h"
@@ -11,7 +9,7 @@
 namespace tv_test {
 namespace {
 
-using ipc_platform::JsonNodePtr;
+using common::json::JsonValue;
 using testsupport::HttpResponse;
 
 constexpr char kFlagsKey[] = "db/private/ipcontrol/config_flags";
@@ -38,24 +36,8 @@ protected:
         return client.read().value_or(HttpResponse());
     }
 
-    // The compact JSON text of a member of the "tv" section (a dotted path); "<missing>"
-    // when it is not there.
-    std::string tvState(const std::string& path = "") {
-        std::string error;
-        JsonNodePtr state = ipc_platform::parseJsonText(request("GET", "/api/state").body, error);
-        JsonNode* node = state != nullptr && JSON_NODE_HOLDS_OBJECT(state.get())
-                             ? json_object_get_member(json_node_get_object(state.get()), "tv")
-                             : nullptr;
-        std::string rest = path;
-        while (node != nullptr && !rest.empty()) {
-            const std::string name = rest.substr(0, rest.find('.'));
-            rest = rest.find('.') == std::string::npos ? "" : rest.substr(rest.find('.') + 1);
-            node = JSON_NODE_HOLDS_OBJECT(node)
-                       ? json_object_get_member(json_node_get_object(node), name.c_str())
-                       : nullptr;
-        }
-        return node != nullptr ? ipc_platform::jsonText(node) : "<missing>";
-    }
+    // The "tv" section of the state.
+    JsonValue tvState() { return JsonValue::Create(request("GET", "/api/state").body)["tv"]; }
 };
 
 TEST_F(TvAdminApiTest, PowerRouteActsAsTheRemote) {
@@ -65,14 +47,13 @@ TEST_F(TvAdminApiTest, PowerRouteActsAsTheRemote) {
     // The remote works while the IP service is down.
     const HttpResponse off = request("PUT", "/api/tv/power", R"("off")");
     EXPECT_EQ(200, off.status) << off.body;
-    EXPECT_EQ(R"("off")", tvState("power"));
-    ASSERT_TRUE(
-        client.waitFor([](const RecordingClient& c) { return !c.notifications().empty(); }));
+    EXPECT_EQ("off", tvState()["power"].asString());
+    ASSERT_TRUE(client.waitFor("noti ", 1));
     EXPECT_EQ(std::vector<std::string>{"powerValue=off"}, client.notifications());
 
     EXPECT_EQ(409, request("PUT", "/api/tv/ambientMode", "1").status);
     EXPECT_EQ(200, request("PUT", "/api/tv/power", R"("reboot")").status);
-    EXPECT_EQ(R"("reboot")", tvState("power"));
+    EXPECT_EQ("reboot", tvState()["power"].asString());
     EXPECT_EQ(409, request("PUT", "/api/tv/power", R"("on")").status);
 }
 
@@ -82,12 +63,13 @@ TEST_F(TvAdminApiTest, KnobsRouteChangesOnlyTheGivenKnobs) {
         "PUT", "/api/tv/knobs",
         R"({"latencyMs": 5, "failNext": {"count": 3, "error": 2}, "wallServiceAvailable": false})");
     EXPECT_EQ(200, response.status) << response.body;
-    EXPECT_EQ(R"({"latencyMs":5,"jitterMs":0,"rebootMs":100,"failNext":{"count":3,"error":2},)"
-              R"("tvServiceAvailable":true,"wallServiceAvailable":false})",
-              tvState("knobs"));
-    EXPECT_EQ(R"({"tv":true,"wall":false})", tvState("service"));
+    EXPECT_EQ(JsonValue::Create(R"({"latencyMs":5,"jitterMs":0,"rebootMs":100,)"
+                                R"("failNext":{"count":3,"error":2},"tvServiceAvailable":true,)"
+                                R"("wallServiceAvailable":false})"),
+              tvState()["knobs"]);
+    EXPECT_EQ(JsonValue::Create(R"({"tv":true,"wall":false})"), tvState()["service"]);
     EXPECT_EQ(200, request("PUT", "/api/tv/knobs", R"({"tvServiceAvailable": false})").status);
-    EXPECT_EQ("false", tvState("service.tv"));
+    EXPECT_FALSE(tvState()["service"]["tv"].asBool());
 }
 
 struct BadBody {
@@ -101,7 +83,7 @@ class RefusedAdminBodyTest : public TvAdminApiTest,
 
 TEST_P(RefusedAdminBodyTest, AnswersBadRequestAndChangesNothing) {
     startTv();
-    const std::string before = tvState();
+    const JsonValue before = tvState();
     const HttpResponse response = request("PUT", GetParam().path, GetParam().body);
     EXPECT_EQ(400, response.status) << response.body;
     EXPECT_EQ(before, tvState());
@@ -112,7 +94,6 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(BadBody{"KnobsNotObject", "/api/tv/knobs", "[1]"},
                       BadBody{"KnobsUnknownMember", "/api/tv/knobs",
                               R"({"latencyMs": 5, "speed": 1})"},
-                      BadBody{"KnobsNegativeLatency", "/api/tv/knobs", R"({"latencyMs": -1})"},
                       BadBody{"KnobsFailWithSuccess", "/api/tv/knobs",
                               R"({"latencyMs": 5, "failNext": {"count": 1, "error": 0}})"},
                       BadBody{"PowerClientWord", "/api/tv/power", R"("powerOff")"},
@@ -129,9 +110,8 @@ TEST_F(TvAdminApiTest, DeviceRoutesPlugInAndOut) {
               request("PUT", "/api/tv/speakers", R"([{"id": "sb", "name": "Soundbar"}])").status);
     EXPECT_EQ(200,
               request("PUT", "/api/tv/usbDevices", R"([{"id": "u1", "name": "Stick"}])").status);
-    EXPECT_EQ(R"("[{\"name\":\"Stick\",\"id\":\"u1\",\"uniqueKey\":\"u1\",\"errorCode\":0,)"
-              R"(\"unavailable\":false}]")",
-              tvState("properties.connectedExtendedSourceList"));
+    EXPECT_EQ(R"([{"name":"Stick","id":"u1","uniqueKey":"u1","errorCode":0,"unavailable":false}])",
+              tvState()["properties"]["connectedExtendedSourceList"].asString());
     RecordingClient client;
     ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("speaker", "external")));
     ASSERT_EQ(DYNF_ERROR_NONE,
@@ -141,9 +121,10 @@ TEST_F(TvAdminApiTest, DeviceRoutesPlugInAndOut) {
     EXPECT_EQ(200, request("PUT", "/api/tv/usbDevices",
                            R"([{"id": "u1", "name": "Stick", "unavailable": true}])")
                        .status);
-    EXPECT_EQ(R"("internal")", tvState("properties.speaker"));
-    EXPECT_EQ(R"("dtv")", tvState("properties.inputSource"));
-    EXPECT_EQ(R"("")", tvState("properties.extendedSource"));
+    const JsonValue properties = tvState()["properties"];
+    EXPECT_EQ("internal", properties["speaker"].asString());
+    EXPECT_EQ("dtv", properties["inputSource"].asString());
+    EXPECT_EQ("", properties["extendedSource"].asString());
 }
 
 TEST_F(TvAdminApiTest, TestWallModeKeepsTheOtherFlagsAndIsAnnounced) {
@@ -158,7 +139,7 @@ TEST_F(TvAdminApiTest, TestWallModeKeepsTheOtherFlagsAndIsAnnounced) {
     char* flags = vconf_get_str(kFlagsKey);
     EXPECT_STREQ(R"({"other":1,"test_wall_mode":true})", flags);
     free(flags);
-    EXPECT_EQ("true", tvState("testWallMode"));
+    EXPECT_TRUE(tvState()["testWallMode"].asBool());
     EXPECT_TRUE(testsupport::pumpMainLoopUntil([&] { return changes == 2; }));
 
     // Flags that do not hold an object are replaced.

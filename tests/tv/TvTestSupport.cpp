@@ -27,6 +27,11 @@ Prop jsonProp(const std::string& name, const std::string& json) {
     return Prop{name, DYNF_PROPERTY_JSON_STRING, 0, json};
 }
 
+Prop keyProp(const std::string& name, const std::string& status) {
+    return jsonProp("remoteKey",
+                    R"({"keyName":")" + name + R"(","keyStatus":")" + status + R"("})");
+}
+
 namespace {
 
 dynf_property_h createProperty(const Prop& prop) {
@@ -42,16 +47,6 @@ dynf_property_h createProperty(const Prop& prop) {
     }
     return nullptr;
 }
-
-std::string joined(const std::vector<std::string>& parts) {
-    std::string text;
-    for (const std::string& part : parts) {
-        text += (text.empty() ? "" : ",") + part;
-    }
-    return text;
-}
-
-}  // namespace
 
 std::vector<std::string> describe(dynf_property_list_h list) {
     std::vector<std::string> values;
@@ -72,6 +67,20 @@ std::vector<std::string> describe(dynf_property_list_h list) {
     }
     return values;
 }
+
+// The events that start with prefix, without it.
+std::vector<std::string> eventsAfter(const std::vector<std::string>& events,
+                                     const std::string& prefix) {
+    std::vector<std::string> found;
+    for (const std::string& event : events) {
+        if (event.compare(0, prefix.size(), prefix) == 0) {
+            found.push_back(event.substr(prefix.size()));
+        }
+    }
+    return found;
+}
+
+}  // namespace
 
 RecordingClient::RecordingClient()
     : m_handle(dynf_protocol_create(&RecordingClient::onStatus, &RecordingClient::onNotification,
@@ -159,18 +168,15 @@ std::vector<std::string> RecordingClient::events() const {
 }
 
 std::vector<std::string> RecordingClient::notifications() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_notifications;
+    return eventsAfter(events(), "noti ");
 }
 
 std::vector<int> RecordingClient::statuses() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_statuses;
-}
-
-size_t RecordingClient::resultCount() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_results.size();
+    std::vector<int> statuses;
+    for (const std::string& status : eventsAfter(events(), "status ")) {
+        statuses.push_back(std::stoi(status));
+    }
+    return statuses;
 }
 
 bool RecordingClient::allOnOneOtherThread() const {
@@ -183,22 +189,10 @@ bool RecordingClient::allOnOneOtherThread() const {
     return true;
 }
 
-bool RecordingClient::waitFor(const std::function<bool(const RecordingClient&)>& done,
-                              std::chrono::milliseconds timeout) const {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+bool RecordingClient::waitFor(const std::string& prefix, size_t count) const {
     std::unique_lock<std::mutex> lock(m_mutex);
-    while (true) {
-        lock.unlock();
-        const bool finished = done(*this);
-        lock.lock();
-        if (finished) {
-            return true;
-        }
-        if (m_changed.wait_until(lock, deadline) == std::cv_status::timeout) {
-            lock.unlock();
-            return done(*this);
-        }
-    }
+    return m_changed.wait_for(lock, std::chrono::seconds(5),
+                              [&] { return eventsAfter(m_events, prefix).size() >= count; });
 }
 
 void RecordingClient::onNextResult(std::function<void()> hook) {
@@ -216,16 +210,17 @@ void RecordingClient::onStatus(dynf_protocol_h, const char*, dynf_service_status
                                void* self) {
     auto* client = static_cast<RecordingClient*>(self);
     std::lock_guard<std::mutex> lock(client->m_mutex);
-    client->m_statuses.push_back(status);
     client->_record("status " + std::to_string(status));
 }
 
 void RecordingClient::onNotification(dynf_protocol_h, const char*, dynf_property_list_h list,
                                      void* self) {
     auto* client = static_cast<RecordingClient*>(self);
-    const std::string values = joined(describe(list));
+    std::string values;
+    for (const std::string& value : describe(list)) {
+        values += (values.empty() ? "" : ",") + value;
+    }
     std::lock_guard<std::mutex> lock(client->m_mutex);
-    client->m_notifications.push_back(values);
     client->_record("noti " + values);
 }
 
@@ -245,7 +240,6 @@ void RecordingClient::onResult(dynf_protocol_h, dynf_error error, dynf_property_
     result.error = error;
     result.hasList = list != nullptr;
     result.values = describe(list);
-    result.thread = std::this_thread::get_id();
     result.requestId = tag->requestId;
     std::lock_guard<std::mutex> lock(client->m_mutex);
     client->m_results.push_back(result);
@@ -283,6 +277,13 @@ std::string VirtualTvTest::startError(const std::string& tvSection) {
 
 void VirtualTvTest::startTv(const std::string& tvSection) {
     ASSERT_EQ("", startError(tvSection));
+}
+
+void VirtualTvTest::startShippedTv(const std::string& name) {
+    m_options.dataDir = m_dir.path();
+    m_options.resourceDir = IPC_TEST_RESOURCE_DIR;
+    m_options.profile = name;
+    startTv("");
 }
 
 void VirtualTvTest::restartTv() {

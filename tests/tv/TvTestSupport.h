@@ -32,9 +32,8 @@ Prop intProp(const std::string& name, int value);
 Prop boolProp(const std::string& name, bool value);
 Prop textProp(const std::string& name, const std::string& value);
 Prop jsonProp(const std::string& name, const std::string& json);
-
-// "name=value" for each property of a list (integers in decimal, bools as true/false).
-std::vector<std::string> describe(dynf_property_list_h list);
+// A press of a remote key (remoteKey), pressAndRelease unless told.
+Prop keyProp(const std::string& name, const std::string& status = "pressAndRelease");
 
 // One handle of the framework; records results, statuses and notifications in arrival order,
 // with the threads they came on. Thread-safe.
@@ -44,8 +43,7 @@ public:
         uint32_t requestId = 0;  // from the user data
         dynf_error error = DYNF_ERROR_NONE;
         bool hasList = false;
-        std::vector<std::string> values;
-        std::thread::id thread;
+        std::vector<std::string> values;  // "name=value", bools as true/false
     };
 
     RecordingClient();
@@ -73,12 +71,11 @@ public:
     std::vector<std::string> events() const;
     std::vector<std::string> notifications() const;
     std::vector<int> statuses() const;
-    size_t resultCount() const;
     // True when every callback so far ran on one thread that is not the caller's.
     bool allOnOneOtherThread() const;
-    // Waits (bounded) until the events satisfy done.
-    bool waitFor(const std::function<bool(const RecordingClient&)>& done,
-                 std::chrono::milliseconds timeout = std::chrono::milliseconds(5000)) const;
+    // Waits (bounded) until at least count events start with prefix ("noti ", "status ", "" for
+    // any).
+    bool waitFor(const std::string& prefix, size_t count) const;
 
     // Runs inside the next result callback before it returns.
     void onNextResult(std::function<void()> hook);
@@ -97,11 +94,9 @@ private:
     mutable std::mutex m_mutex;
     mutable std::condition_variable m_changed;
     std::vector<std::string> m_events;
+    std::vector<std::thread::id> m_threads;  // the thread of each event
     std::vector<Result> m_results;
     size_t m_taken = 0;  // results handed out by nextResult
-    std::vector<std::string> m_notifications;
-    std::vector<int> m_statuses;
-    std::vector<std::thread::id> m_threads;
     std::function<void()> m_hook;
     // The user data of each request: the client and the request's id.
     struct Tag {
@@ -123,6 +118,8 @@ protected:
     std::string profile(const std::string& tvSection, const std::string& featureconf = "") const;
     // Starts the platform and the TV; fails the test when either fails.
     void startTv(const std::string& tvSection = kFastReboot);
+    // Starts the platform and the TV on a shipped profile (data/profiles/<name>.json).
+    void startShippedTv(const std::string& name);
     // The TV's start error with that section (the platform starts); empty when it started.
     std::string startError(const std::string& tvSection);
     void restartTv();

@@ -11,13 +11,17 @@ const Prop kAmbientRead = intProp("ambientMode", 0);
 
 class VirtualTvPowerTest : public VirtualTvTest {};
 
-TEST_F(VirtualTvPowerTest, StandbyKeepsReadsAndTakesOnlyPowerWrites) {
+TEST_F(VirtualTvPowerTest, StandbyKeepsReadsAndTakesOnlyPowerWritesAndThePowerKey) {
     startTv();
     RecordingClient client;
     ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("powerValue", "off")));
     EXPECT_EQ("off", client.read(kPowerRead));
     EXPECT_EQ("0", client.read(kAmbientRead));
     EXPECT_EQ(DYNF_ERROR_NOT_AVAILABLE, client.write(intProp("ambientMode", 1)));
+    EXPECT_EQ(DYNF_ERROR_NOT_AVAILABLE, client.write(keyProp("KEY_VOLUP")));
+    EXPECT_EQ(DYNF_ERROR_NONE, client.write(keyProp("KEY_POWER")));
+    EXPECT_EQ("on", client.read(kPowerRead));
+    ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("powerValue", "off")));
     // A list that holds power as well is refused as a whole.
     ASSERT_EQ(DYNF_ERROR_NONE,
               client.set({textProp("powerValue", "on"), intProp("ambientMode", 1)}));
@@ -36,8 +40,7 @@ TEST_F(VirtualTvPowerTest, EveryPowerChangeIsNotified) {
     ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("powerValue", "off")));
     ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("powerValue", "off")));
     ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("powerValue", "on")));
-    ASSERT_TRUE(
-        client.waitFor([](const RecordingClient& c) { return c.notifications().size() == 3; }));
+    ASSERT_TRUE(client.waitFor("noti ", 3));
     // Going off leaves the ambient screen.
     EXPECT_EQ((std::vector<std::string>{"ambientMode=3", "powerValue=off,ambientMode=0",
                                         "powerValue=on"}),
@@ -52,13 +55,13 @@ TEST_F(VirtualTvPowerTest, RebootIsUnavailableUntilTheTvIsOnAgain) {
     const RecordingClient::Result result = client.nextResult();
     EXPECT_EQ(DYNF_ERROR_NONE, result.error);
     EXPECT_EQ(std::vector<std::string>{"powerValue=reboot"}, result.values);
-    ASSERT_TRUE(client.waitFor([](const RecordingClient& c) { return !c.statuses().empty(); }));
+    ASSERT_TRUE(client.waitFor("status ", 1));
     EXPECT_EQ("error 2", client.read(kPowerRead));
     EXPECT_EQ(DYNF_ERROR_NOT_AVAILABLE, client.write(textProp("powerValue", "off")));
 
-    ASSERT_TRUE(client.waitFor([](const RecordingClient& c) { return c.statuses().size() == 2; }));
+    ASSERT_TRUE(client.waitFor("status ", 2));
     EXPECT_EQ("on", client.read(kPowerRead));
-    ASSERT_TRUE(client.waitFor([](const RecordingClient& c) { return c.events().size() == 8; }));
+    ASSERT_TRUE(client.waitFor("", 8));
     EXPECT_EQ(
         (std::vector<std::string>{"result 0", "noti powerValue=reboot", "status 1", "result 2",
                                   "result 2", "status 0", "noti powerValue=on", "result 0"}),
@@ -70,7 +73,7 @@ TEST_F(VirtualTvPowerTest, RebootFromStandbyComesBackOn) {
     RecordingClient client;
     ASSERT_TRUE(client.subscribe());
     ASSERT_EQ(DYNF_ERROR_NONE, client.write(textProp("powerValue", "reboot")));
-    ASSERT_TRUE(client.waitFor([](const RecordingClient& c) { return c.statuses().size() == 2; }));
+    ASSERT_TRUE(client.waitFor("status ", 2));
     EXPECT_EQ("on", client.read(kPowerRead));
 }
 
@@ -80,7 +83,7 @@ TEST_F(VirtualTvPowerTest, SubscribingWhileUnavailableReportsTheStatus) {
     ASSERT_EQ(DYNF_ERROR_NONE, writer.write(textProp("powerValue", "reboot")));
     RecordingClient late;
     ASSERT_TRUE(late.subscribe());
-    ASSERT_TRUE(late.waitFor([](const RecordingClient& c) { return !c.statuses().empty(); }));
+    ASSERT_TRUE(late.waitFor("status ", 1));
     EXPECT_EQ(std::vector<int>{DYNF_SERVICE_UNAVAILABLE}, late.statuses());
     EXPECT_TRUE(late.allOnOneOtherThread());
 }

@@ -36,7 +36,7 @@ struct VirtualTv::Pending {
 
 VirtualTv::VirtualTv(PropertySchema schema, TvConfig config, std::string statePath)
     : m_config(std::move(config)),
-      m_controls(m_config.apps, m_config.extendedSources, m_config.multiView, m_config.wallStates),
+      m_rules(m_config.apps, m_config.extendedSources, m_config.multiView, m_config.wallStates),
       m_stateFile(std::move(statePath)),
       m_store(m_config.productSchema(schema), m_config.unsupportedNames()),
       m_knobs(m_config.knobs),
@@ -53,7 +53,7 @@ void VirtualTv::start() {
     for (const auto& [name, value] : values) {
         m_store.set(name, value);
     }
-    m_controls.settle(m_store);
+    m_rules.settle(m_store);
     // A restart during a reboot comes back on.
     if (_powerLocked() == Power::Rebooting) {
         m_store.set(kPowerValue, PropertyValue::ofString(kPowerOn));
@@ -213,7 +213,7 @@ void VirtualTv::_process(Pending& pending) {
         if (error == DYNF_ERROR_NONE) {
             result = !request.withValues ? std::make_unique<dynf_property_list_s>()
                      : request.isWrite   ? m_store.valuesOf(*request.list)
-                                         : m_controls.answer(*request.list, m_store);
+                                         : m_rules.answer(*request.list, m_store);
         }
     }
     const ClientPtr& client = request.client;
@@ -236,14 +236,14 @@ dynf_error VirtualTv::_setLocked(const dynf_property_list_s& list) {
     conditions.wallAvailable = m_knobs.wallServiceAvailable;
     conditions.standby = _powerLocked() == Power::Off;
     conditions.validate = [this, &conditions](const std::string& name, const PropertyValue& value) {
-        return m_controls.check(name, value, m_store, conditions.standby);
+        return m_rules.check(name, value, m_store, conditions.standby);
     };
     const dynf_error error = m_store.checkSet(list, conditions);
     if (error != DYNF_ERROR_NONE) {
         return error;
     }
     const Power before = _powerLocked();
-    _changedLocked(m_controls.apply(list, m_store), before);
+    _changedLocked(m_rules.apply(list, m_store), before);
     return DYNF_ERROR_NONE;
 }
 
@@ -253,7 +253,7 @@ dynf_error VirtualTv::connectDevices(const std::string& listName, const std::str
         return DYNF_ERROR_NOT_AVAILABLE;
     }
     const Power before = _powerLocked();
-    _changedLocked(m_controls.connect(listName, json, m_store), before);
+    _changedLocked(m_rules.connect(listName, json, m_store), before);
     return DYNF_ERROR_NONE;
 }
 
@@ -321,8 +321,8 @@ VirtualTv::Snapshot VirtualTv::snapshot() const {
     if (const PropertySpec* inputs = m_store.schema().find(kInputSource)) {
         snapshot.inputs = inputs->words;
     }
-    snapshot.inputs.insert(snapshot.inputs.end(), m_controls.extendedSources().begin(),
-                           m_controls.extendedSources().end());
+    snapshot.inputs.insert(snapshot.inputs.end(), m_rules.extendedSources().begin(),
+                           m_rules.extendedSources().end());
     snapshot.multiView = m_config.multiView;
     return snapshot;
 }

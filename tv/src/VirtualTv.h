@@ -14,7 +14,7 @@
 #include "PropertyStore.h"
 #include "ProtocolClient.h"
 #include "TvConfig.h"
-#include "TvControls.h"
+#include "TvPropertyRules.h"
 #include "TvKnobs.h"
 #include "TvStateFile.h"
 
@@ -90,7 +90,7 @@ public:
     // canonical JSON text (ConnectedDevices.h). DYNF_ERROR_NOT_AVAILABLE while rebooting.
     dynf_error connectDevices(const std::string& listName, const std::string& json);
     // The application catalogue. Thread-safe without the lock (immutable).
-    const AppCatalogue& apps() const { return m_controls.apps(); }
+    const AppCatalogue& apps() const { return m_rules.apps(); }
     // Applies knobs given as JSON (see TvKnobs::apply); false with error when refused.
     bool applyKnobs(JsonNode* knobs, std::string& error);
     Snapshot snapshot() const;
@@ -115,7 +115,7 @@ private:
     void _listenerLocked() const;
 
     const TvConfig m_config;
-    const TvControls m_controls;
+    const TvPropertyRules m_rules;
     const TvStateFile m_stateFile;
     CallbackThread m_thread;
 

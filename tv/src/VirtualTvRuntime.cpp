@@ -86,7 +86,8 @@ std::shared_ptr<VirtualTv> currentTv() {
     return g_tv;
 }
 
-bool startWithSchema(const PropertySchema& schema, std::string& error) {
+bool start(std::string& error) {
+    const PropertySchema& schema = PropertySchema::builtIn();
     const std::shared_ptr<const ipc_platform::ProductProfile> profile =
         ipc_platform::productProfile();
     if (profile == nullptr) {
@@ -110,10 +111,6 @@ bool startWithSchema(const PropertySchema& schema, std::string& error) {
     // Once it is current, so that the first state sent shows it.
     connectAdmin(*tv);
     return true;
-}
-
-bool start(std::string& error) {
-    return startWithSchema(PropertySchema::builtIn(), error);
 }
 
 void stop() {

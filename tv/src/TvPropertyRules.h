@@ -1,5 +1,5 @@
-// What the TV's controls do beyond storing a value: keys, sources, channels, speakers,
-// applications, multi-view and the wall's states.
+// The rules that tie the TV's properties together beyond storing a value: keys, sources, channels,
+// speakers, applications, multi-view and the wall's states.
 #pragma once
 
 #include <string>
@@ -15,11 +15,11 @@ namespace ipc_tv {
 // The rules that tie properties to one another and to the product's catalogue and devices.
 // Holds no state of its own: every call reads and changes the store it is given.
 // Thread-safe (immutable); the store is serialised by its owner.
-class TvControls {
+class TvPropertyRules {
 public:
     // multiView: the product has the multi-view key; wall: the wall's states it serves.
-    TvControls(AppCatalogue apps, std::vector<std::string> extendedSources, bool multiView,
-               WallStates wall);
+    TvPropertyRules(AppCatalogue apps, std::vector<std::string> extendedSources, bool multiView,
+                    WallStates wall);
 
     const AppCatalogue& apps() const { return m_apps; }
     const std::vector<std::string>& extendedSources() const { return m_extendedSources; }

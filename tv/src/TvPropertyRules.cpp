@@ -1,6 +1,6 @@
-// The TV's controls: keys acting on the state, sources, channels, speakers, application
-// launches, multi-view and the wall's states.
-#include "TvControls.h"
+// The rules that tie the TV's properties together: keys acting on the state, sources, channels,
+// speakers, application launches, multi-view and the wall's states.
+#include "TvPropertyRules.h"
 
 #include <algorithm>
 #include <array>
@@ -65,7 +65,7 @@ bool isTuner(const std::string& input) {
 }  // namespace
 
 // Stores values and remembers which changed, in order and once each.
-class TvControls::Changes {
+class TvPropertyRules::Changes {
 public:
     explicit Changes(PropertyStore& store) : m_store(store) {}
     const PropertyStore& store() const { return m_store; }
@@ -88,15 +88,15 @@ private:
     std::vector<std::string> m_names;
 };
 
-TvControls::TvControls(AppCatalogue apps, std::vector<std::string> extendedSources, bool multiView,
-                       WallStates wall)
+TvPropertyRules::TvPropertyRules(AppCatalogue apps, std::vector<std::string> extendedSources,
+                                 bool multiView, WallStates wall)
     : m_apps(std::move(apps)),
       m_extendedSources(std::move(extendedSources)),
       m_multiView(multiView),
       m_wall(std::move(wall)) {}
 
-dynf_error TvControls::check(const std::string& name, const PropertyValue& value,
-                             const PropertyStore& store, bool standby) const {
+dynf_error TvPropertyRules::check(const std::string& name, const PropertyValue& value,
+                                  const PropertyStore& store, bool standby) const {
     const std::string& text = value.text();
     bool valid = true;
     if (name == kRemoteKey) {
@@ -131,13 +131,13 @@ dynf_error TvControls::check(const std::string& name, const PropertyValue& value
     return valid ? DYNF_ERROR_NONE : DYNF_ERROR_INVALID_VALUE;
 }
 
-std::vector<std::string> TvControls::_sources(const PropertyStore& store) const {
+std::vector<std::string> TvPropertyRules::_sources(const PropertyStore& store) const {
     std::vector<std::string> sources = store.schema().find(kInputSource)->words;
     sources.insert(sources.end(), m_extendedSources.begin(), m_extendedSources.end());
     return sources;
 }
 
-bool TvControls::_isSource(const std::string& name, const PropertyStore& store) const {
+bool TvPropertyRules::_isSource(const std::string& name, const PropertyStore& store) const {
     if (std::find(m_extendedSources.begin(), m_extendedSources.end(), name) !=
         m_extendedSources.end()) {
         return true;
@@ -149,8 +149,8 @@ bool TvControls::_isSource(const std::string& name, const PropertyStore& store) 
     return device != nullptr && device->usable;
 }
 
-std::vector<std::string> TvControls::apply(const dynf_property_list_s& list,
-                                           PropertyStore& store) const {
+std::vector<std::string> TvPropertyRules::apply(const dynf_property_list_s& list,
+                                                PropertyStore& store) const {
     Changes changes(store);
     for (const auto& property : list.items) {
         const PropertySpec* row = store.schema().find(property->name);
@@ -161,8 +161,8 @@ std::vector<std::string> TvControls::apply(const dynf_property_list_s& list,
     return changes.names();
 }
 
-PropertyListPtr TvControls::answer(const dynf_property_list_s& list,
-                                   const PropertyStore& store) const {
+PropertyListPtr TvPropertyRules::answer(const dynf_property_list_s& list,
+                                        const PropertyStore& store) const {
     auto values = std::make_unique<dynf_property_list_s>();
     for (const auto& property : list.items) {
         const std::string& name = property->name;
@@ -175,8 +175,8 @@ PropertyListPtr TvControls::answer(const dynf_property_list_s& list,
     return values;
 }
 
-void TvControls::_applyOne(const std::string& name, const PropertyValue& value,
-                           Changes& changes) const {
+void TvPropertyRules::_applyOne(const std::string& name, const PropertyValue& value,
+                                Changes& changes) const {
     const std::string& text = value.text();
     if (name == kRemoteKey) {
         _pressKey(member(objectOf(text), "keyName"), changes);
@@ -230,7 +230,7 @@ void TvControls::_applyOne(const std::string& name, const PropertyValue& value,
     }
 }
 
-void TvControls::_pressKey(const std::string& key, Changes& changes) const {
+void TvPropertyRules::_pressKey(const std::string& key, Changes& changes) const {
     const PropertyStore& store = changes.store();
     changes.set(kLastKey, PropertyValue::ofString(key));
     changes.set(kKeyCount, PropertyValue::ofInt((store.value(kKeyCount).intValue() + 1) % 1000000));
@@ -266,7 +266,7 @@ void TvControls::_pressKey(const std::string& key, Changes& changes) const {
 }
 
 // Channels are the tuner's: a source other than the tuner is left for digital TV.
-void TvControls::_tune(int major, Changes& changes) const {
+void TvPropertyRules::_tune(int major, Changes& changes) const {
     changes.set(kChannelMajor, PropertyValue::ofInt(major));
     changes.set(kChannelMinor, PropertyValue::ofInt(0));
     if (!isTuner(changes.value(kInputSource).text())) {
@@ -276,8 +276,9 @@ void TvControls::_tune(int major, Changes& changes) const {
     changes.leaveApp();
 }
 
-std::vector<std::string> TvControls::connect(const std::string& listName, const std::string& json,
-                                             PropertyStore& store) const {
+std::vector<std::string> TvPropertyRules::connect(const std::string& listName,
+                                                  const std::string& json,
+                                                  PropertyStore& store) const {
     Changes changes(store);
     changes.set(listName, PropertyValue::ofJson(json));
     const std::vector<Device> devices = devicesOf(json);
@@ -300,10 +301,7 @@ std::vector<std::string> TvControls::connect(const std::string& listName, const 
     return changes.names();
 }
 
-void TvControls::settle(PropertyStore& store) const {
-    if (store.schema().find(kFirstScreenAppList) == nullptr) {
-        return;  // a schema without the controls (tests of the schema's rules)
-    }
+void TvPropertyRules::settle(PropertyStore& store) const {
     store.set(kFirstScreenAppList, PropertyValue::ofJson(m_apps.firstScreenJson()));
     store.set(kWallBoxStates, PropertyValue::ofJson(m_wall.boxes));
     store.set(kWallCabinetGroupIds, PropertyValue::ofJson(m_wall.groupIds));

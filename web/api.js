@@ -1,0 +1,63 @@
+// The screen page's shared helpers: element lookup, the admin API's requests and the small
+// formatting every section uses.
+
+export const $ = (id) => document.getElementById(id);
+
+export async function request(method, path, body) {
+  const init = { method, headers: {} };
+  if (body !== undefined) {
+    init.headers['Content-Type'] = 'application/json';
+    init.body = JSON.stringify(body);
+  }
+  const response = await fetch(path, init);
+  let data = null;
+  try {
+    data = await response.json();
+  } catch (ignored) {
+    // An answer without a JSON body; the status says enough.
+  }
+  return { ok: response.ok, status: response.status, data };
+}
+
+// A change asked of the service: message shows the refusal (the reply's error text when it has
+// one) or that the TV cannot be reached, and is cleared on success. Resolves with the reply, or
+// null when none came.
+export async function change(method, path, body, message) {
+  try {
+    const result = await request(method, path, body);
+    message.textContent = result.ok ? '' : (result.data && result.data.error) || 'Refused';
+    return result;
+  } catch (error) {
+    message.textContent = 'The TV cannot be reached';
+    return null;
+  }
+}
+
+export function parseJson(text) {
+  try {
+    return JSON.parse(text);
+  } catch (ignored) {
+    return null;
+  }
+}
+
+// A field being edited keeps what the viewer typed.
+export function setField(id, value) {
+  const field = $(id);
+  if (document.activeElement !== field && value !== null && value !== undefined) {
+    field.value = value;
+  }
+}
+
+// "HH:MM", with ":SS" and ".mmm" when asked, in local time.
+export function timeOfDay(when, seconds, millis) {
+  const two = (n) => String(n).padStart(2, '0');
+  let text = two(when.getHours()) + ':' + two(when.getMinutes());
+  if (seconds) {
+    text += ':' + two(when.getSeconds());
+  }
+  if (millis) {
+    text += '.' + String(when.getMilliseconds()).padStart(3, '0');
+  }
+  return text;
+}

@@ -1,0 +1,112 @@
+// Under the screen, the latest JSON-RPC requests; at the end of the panel, the service's recent
+// log lines. Both newest first.
+import { $, request, timeOfDay } from './api.js';
+
+let lastRequestSeq = -1;
+
+function requestOutcome(entry) {
+  if (entry.status !== 200) {
+    return 'refused ' + entry.status + (entry.errorCode ? ' ' + entry.errorCode : '') +
+      (entry.errorMessage ? ' ' + entry.errorMessage : '');
+  }
+  if (entry.errorCode) {
+    return 'error ' + entry.errorCode + ' ' + entry.errorMessage;
+  }
+  return entry.answer;
+}
+
+// Redrawn only when a request was added.
+export function renderRequests(entries) {
+  const list = entries || [];
+  const newest = list.length > 0 ? list[list.length - 1].seq : 0;
+  if (newest === lastRequestSeq) {
+    return;
+  }
+  lastRequestSeq = newest;
+  const columns = ['time', 'client', 'method', 'kind', 'answer', 'ms'];
+  const rows = [];
+  for (let i = list.length - 1; i >= 0; --i) {
+    const entry = list[i];
+    const row = document.createElement('tr');
+    row.className = entry.status !== 200 ? 'refused' : (entry.errorCode ? 'failed' : 'ok');
+    const outcome = requestOutcome(entry);
+    const cells = [timeOfDay(new Date(entry.time), true, false), entry.client || '–',
+      entry.method || '(unparsable)', entry.kind, outcome, String(entry.ms)];
+    cells.forEach((text, index) => {
+      const cell = document.createElement('td');
+      cell.textContent = text;
+      cell.className = columns[index];
+      if (columns[index] === 'answer') {
+        cell.title = outcome;
+      }
+      row.appendChild(cell);
+    });
+    rows.push(row);
+  }
+  $('requests').replaceChildren(...rows);
+  $('requests-empty').hidden = rows.length > 0;
+  $('requests-count').textContent = rows.length > 0 ? '(' + rows.length + ')' : '';
+}
+
+const LOG_SHOWN = 200;  // the newest lines that the panel shows
+let logSeen = -1;       // the state's latest line number when the list was last fetched
+let logFetching = false;
+let logStale = false;   // something changed while a fetch was under way
+
+// The lines are fetched when the state announces new ones or the level changes; one fetch at a
+// time, so a busy log costs the page one request per state it receives at most.
+async function fetchLog() {
+  if (logFetching) {
+    logStale = true;
+    return;
+  }
+  logFetching = true;
+  try {
+    const level = encodeURIComponent($('log-level').value);
+    const result = await request('GET', 'api/log?level=' + level);
+    if (result.ok && result.data) {
+      renderLog(result.data.lines || []);
+    }
+  } catch (ignored) {
+    // The connection line already tells that the TV cannot be reached.
+  } finally {
+    logFetching = false;
+    if (logStale) {
+      logStale = false;
+      fetchLog();
+    }
+  }
+}
+
+export function followLog(log) {
+  const last = log ? log.last : 0;
+  if (last !== logSeen) {
+    logSeen = last;
+    fetchLog();
+  }
+}
+
+function renderLog(lines) {
+  const items = lines.slice(-LOG_SHOWN).reverse().map((line) => {
+    const item = document.createElement('li');
+    item.className = line.level;
+    const parts = [
+      ['when', timeOfDay(new Date(line.time), true, true) + ' '],
+      ['level', line.level.charAt(0).toUpperCase() + ' '],
+      ['tag', line.tag + ': '],
+      ['text', line.text],
+    ];
+    for (const [name, text] of parts) {
+      const span = document.createElement('span');
+      span.className = name;
+      span.textContent = text;
+      item.appendChild(span);
+    }
+    return item;
+  });
+  $('log-lines').replaceChildren(...items);
+  $('log-empty').hidden = items.length > 0;
+  $('log-count').textContent = items.length > 0 ? '(' + items.length + ')' : '';
+}
+
+$('log-level').addEventListener('change', fetchLog);
