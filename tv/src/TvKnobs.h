@@ -16,7 +16,8 @@ struct TvKnobs {
     unsigned int latencyMs = 0;  // every result comes this much later...
     unsigned int jitterMs = 0;   // ...plus up to this much more, drawn per request
     unsigned int rebootMs = 3000;
-    unsigned int failNextCount = 0;  // the next requests answered with failNextError
+    unsigned int failNextCount = 0;  // the next requests answered with failNextError, counted when
+                                     // accepted (before the latency), so a test knows which fail
     dynf_error failNextError = DYNF_ERROR_UNKNOWN;
     bool tvServiceAvailable = true;    // else status 1 to subscribers and error 2 to requests
     bool wallServiceAvailable = true;  // else error 2 for the wall's properties
