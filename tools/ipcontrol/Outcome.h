@@ -3,7 +3,7 @@
 
 #include <string>
 
-// Exit codes of ipcontrol; tools/README.md lists them for users.
+// Exit codes of ipcontrol; the manual page docs/man/ipcontrol.1 lists them for users.
 enum class ExitCode : int {
     Success = 0,
     Failure = 1,         // anything else: unexpected answer, token file unusable
