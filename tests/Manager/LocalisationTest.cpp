@@ -94,7 +94,7 @@ TEST_F(LocalisationTest, LanguageChangeSwitchesTheNextPopUp) {
     access.destroy();
 }
 
-TEST_F(LocalisationTest, CountryChangeMovesTheRegionCategoriesOnly) {
+TEST_F(LocalisationTest, CountryMovesTheRegionCategoriesOnlyAndSettingsAreFollowedUntilDel) {
     i18n_init();
     setSetting(SYSTEM_SETTINGS_KEY_LOCALE_COUNTRY, "ko_KR.UTF-8");
     ASSERT_TRUE(
@@ -102,10 +102,7 @@ TEST_F(LocalisationTest, CountryChangeMovesTheRegionCategoriesOnly) {
     EXPECT_EQ("ko_KR.UTF-8", currentLocale(LC_CTYPE));
     EXPECT_EQ("en_US.UTF-8", currentLocale(LC_MESSAGES));
     EXPECT_STREQ("IP Remote", i18n_text("TV_SID_SYSTEM_IP_REMOTE"));
-}
 
-TEST_F(LocalisationTest, SettingsAreFollowedOnlyBetweenInitAndDel) {
-    i18n_init();
     i18n_del();
     setSetting(SYSTEM_SETTINGS_KEY_LOCALE_LANGUAGE, "es_ES.UTF-8");
     testsupport::drainMainLoop();
