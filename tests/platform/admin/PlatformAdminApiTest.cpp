@@ -69,6 +69,7 @@ TEST_F(AdminServerTest, AnswersNeedAShowingPopupAndAKnownNameAndArriveOnTheMainL
     EXPECT_TRUE(popup.events().empty());
     EXPECT_EQ("null", member(state(), "notification"));
     ASSERT_TRUE(pumpMainLoopUntil([&] { return !popup.events().empty(); }));
+    drainMainLoop();  // once
     EXPECT_EQ(std::vector<int>{NOTIFICATION_EVENT_HIDDEN_BY_USER}, popup.events());
     EXPECT_TRUE(popup.allOnCreatingThread());
 }

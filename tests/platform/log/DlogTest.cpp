@@ -75,6 +75,33 @@ bool inRecentLines(const std::string& text) {
     return false;
 }
 
+// Queues one line of tag "TAG".
+bool pushLine(LogRing& ring, const std::string& text, int priority = DLOG_INFO,
+              int64_t timeUs = 0) {
+    ipc_platform::LogRecordHeader header;
+    header.tagLength = 3;
+    header.textLength = static_cast<uint32_t>(text.size());
+    header.timeUs = timeUs;
+    header.priority = static_cast<uint8_t>(priority);
+    return ring.push(header, "TAG", text.c_str());
+}
+
+// Stops the writer while reading its pipe to the end (a full pipe would block it); what it wrote.
+std::string stopAndRead(LogWriter& writer, const int fds[2]) {
+    std::string output;
+    std::thread reader([&output, fd = fds[0]] {
+        char buffer[65536];
+        for (ssize_t count; (count = read(fd, buffer, sizeof buffer)) > 0;) {
+            output.append(buffer, static_cast<size_t>(count));
+        }
+    });
+    writer.stop();  // writes everything queued first
+    close(fds[1]);
+    reader.join();
+    close(fds[0]);
+    return output;
+}
+
 class DlogTest : public ::testing::Test {
 protected:
     void SetUp() override { dlog_set_sink(&DlogTest::record, &m_lines); }
@@ -151,34 +178,19 @@ TEST(LogRingTest, ManyWritersLoseNoLineSilentlyAndNeverTearOne) {
                 // Lengths vary so that lines wrap around the ring's end at every offset.
                 const std::string text = "w" + std::to_string(t) + " n" + std::to_string(i) + " " +
                                          std::string(i % 97, static_cast<char>('a' + t));
-                ipc_platform::LogRecordHeader header;
-                header.tagLength = 3;
-                header.textLength = static_cast<uint32_t>(text.size());
-                header.timeUs = 1000000 + i;
-                header.priority = DLOG_INFO;
                 // Half the threads drop while the ring is full before pushing, as the log does.
                 if (t % 2 == 1 && ring.full()) {
                     ring.drop(true);
                     continue;
                 }
-                ring.push(header, "TAG", text.c_str());
+                pushLine(ring, text, DLOG_INFO, 1000000 + i);
             }
         });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    std::string output;
-    std::thread reader([&output, fd = fds[0]] {
-        char buffer[65536];
-        for (ssize_t count; (count = read(fd, buffer, sizeof buffer)) > 0;) {
-            output.append(buffer, static_cast<size_t>(count));
-        }
-    });
-    writer.stop();  // writes everything queued first
-    close(fds[1]);
-    reader.join();
-    close(fds[0]);
+    const std::string output = stopAndRead(writer, fds);
 
     const std::regex logged(R"(\d\d:\d\d:\d\d\.\d{3} I TAG: w(\d) n(\d+) ([a-h]*))");
     const std::regex dropped(R"(\d\d:\d\d:\d\d\.\d{3} W IPC_PLATFORM: (\d+) log lines dropped)");
@@ -220,20 +232,10 @@ TEST(LogWriterTest, EachLineGetsItsOwnLevelAndTime) {
                                                  {DLOG_WARN, 1'001'000},
                                                  {DLOG_ERROR, 1'001'999}};
         for (const auto& [priority, timeUs] : lines) {
-            ipc_platform::LogRecordHeader header;
-            header.tagLength = 3;
-            header.textLength = 1;
-            header.timeUs = timeUs;
-            header.priority = static_cast<uint8_t>(priority);
-            ring.push(header, "TAG", "x");
+            pushLine(ring, "x", priority, timeUs);
         }
         writer.start();
-        writer.stop();
-        close(fds[1]);
-        char buffer[512];
-        const ssize_t count = read(fds[0], buffer, sizeof buffer);
-        close(fds[0]);
-        return std::string(buffer, count > 0 ? static_cast<size_t>(count) : 0);
+        return stopAndRead(writer, fds);
     };
     const std::string plain = written(false);
     EXPECT_TRUE(std::regex_match(plain, std::regex(R"(\d\d:\d\d:01\.000 I TAG: x\n)"
@@ -249,11 +251,7 @@ TEST(LogWriterTest, EachLineGetsItsOwnLevelAndTime) {
 TEST(LogRingTest, LinesThatDoNotFitBeforeTheEndStartAtTheBeginning) {
     LogRing ring(1024);
     auto push = [&ring](size_t length, char fill) {
-        const std::string text(length, fill);
-        ipc_platform::LogRecordHeader header;
-        header.tagLength = 3;
-        header.textLength = static_cast<uint32_t>(length);
-        return ring.push(header, "TAG", text.c_str());
+        return pushLine(ring, std::string(length, fill));
     };
     auto takeAll = [&ring] {
         std::string texts;

@@ -1,7 +1,5 @@
 // Tests of the product profile through the system information interface, and of the shipped
 // profiles.
-#include <filesystem>
-
 #include <gtest/gtest.h>
 
 #include "PlatformTestSupport.h"
@@ -29,34 +27,23 @@ protected:
     }
 };
 
-TEST_F(ProductProfileTest, AnswersFeatureKeysAndFactsOfDefaultProfile) {
+// Every shipped profile loads with the service available: EveryMethodEndToEndTest.
+TEST_F(ProductProfileTest, AnswersKeysOfTheirOwnTypeOnlyAndFacts) {
     start();
     int year = 0;
-    bool ambient = false;
+    bool flag = false;
     ASSERT_EQ(SYSTEM_INFO_ERROR_NONE,
               system_info_get_custom_int(FEATURE("product.tv_year"), &year));
-    ASSERT_EQ(SYSTEM_INFO_ERROR_NONE,
-              system_info_get_custom_bool(FEATURE("ambient_screen_support"), &ambient));
     EXPECT_EQ(23, year);
-    EXPECT_TRUE(ambient);
     EXPECT_EQ("OTV-2023-1040.5", fact(SYSTEM_INFO_KEY_SW_VERSION));
-    EXPECT_EQ("0TV23A1B2C3D4", fact(SYSTEM_INFO_KEY_SERIAL_NUMBER));
-    EXPECT_EQ("OTV55C8000", fact(SYSTEM_INFO_KEY_PRODUCT_CODE_SW));
-}
-
-TEST_F(ProductProfileTest, RefusesUnknownKeysAndKeysAskedWithAnotherType) {
-    start();
-    int number = 0;
-    bool flag = false;
     EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
-              system_info_get_custom_int("featureconf/product.tv_year", &number));
+              system_info_get_custom_int("featureconf/product.tv_year", &year));
     EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
-              system_info_get_custom_int(FEATURE("product.no_such_key"), &number));
+              system_info_get_custom_int(FEATURE("product.no_such_key"), &year));
     EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER,
-              system_info_get_custom_int(FEATURE("tessera_support"), &number));
+              system_info_get_custom_int(FEATURE("tessera_support"), &year));
     EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER,
               system_info_get_custom_bool(FEATURE("product.tv_year"), &flag));
-    EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER, system_info_get_custom_bool(nullptr, &flag));
 }
 
 TEST_F(ProductProfileTest, BrokenOrMissingProfileFailsInitializeNamingIt) {
@@ -84,22 +71,6 @@ TEST_F(ProductProfileTest, KeepsTheTvSectionAsTextAndLeavesMissingFactsUnsupport
     EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
               system_info_get_value_string(SYSTEM_INFO_KEY_SERIAL_NUMBER, &value));
     EXPECT_EQ(nullptr, value);
-}
-
-TEST_F(ProductProfileTest, EveryShippedProfileLoadsWithServiceAvailable) {
-    int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(IPC_TEST_PROFILES_DIR)) {
-        start(entry.path().string());
-        bool available = false;
-        EXPECT_EQ(SYSTEM_INFO_ERROR_NONE,
-                  system_info_get_custom_bool(FEATURE("convergence.ipcontrol.service_available"),
-                                              &available))
-            << entry.path();
-        EXPECT_TRUE(available) << entry.path();
-        ipc_platform::shutdown();
-        ++count;
-    }
-    EXPECT_EQ(5, count);
 }
 
 }  // namespace
