@@ -127,7 +127,11 @@ TEST_F(AccessManagerTest, AllowReplacesTheClientsRecordWithAnAuthorisedTokenAndI
     EXPECT_EQ(AuthRecord::AUTHORISED, list[0].accessClass);
     EXPECT_EQ(AuthRecord::DENIED_ONCE, list[1].accessClass);
     EXPECT_NE(std::string::npos, testsupport::readFile(authFile()).find(token));
-    EXPECT_EQ((std::vector<std::string>{"{svn=ipcontrol;result=Allow}"}), kpiDescriptions());
+    // Each lower class is counted as a Deny.
+    EXPECT_EQ(
+        (std::vector<std::string>{"{svn=ipcontrol;result=Deny}", "{svn=ipcontrol;result=Deny}",
+                                  "{svn=ipcontrol;result=Allow}"}),
+        kpiDescriptions());
 }
 
 TEST_F(AccessManagerTest, ClientDeniedTwiceJoinsTheDeniedGroupWithoutRewritingTheFile) {
@@ -335,6 +339,8 @@ TEST_F(AccessManagerTest, ScreenListsTheClientsOfALegacyFileAndFollowsTheList) {
     const std::string third =
         R"({"MacAddr":"aa:bb:cc:dd:ee:01","AccessClass":0,"AccessToken":"Ky9Pf3…"})";
     AccessManager& access = manager();
+    EXPECT_TRUE(
+        access.isRegisteredInAuthGroup("Ky9Pf34qY6Nb3wWD25RQ4F5ZR3qa7yEeeby3abP3E2Zs8IQ9Y"));
     std::string state = screenState();
     EXPECT_NE(std::string::npos,
               state.find(R"("clients":[)" + first + "," + second + "," + third + "]"))

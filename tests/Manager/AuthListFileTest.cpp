@@ -1,4 +1,5 @@
-// The auth list file: both forms, damaged content, and replacement that never shows half a file.
+// The auth list file: its JSON form (the legacy one is read in the access manager's tests), damaged
+// content, and replacement that never shows half a file.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -47,16 +48,6 @@ TEST(AuthListFormTest, WritesCompactJsonOrNullAndReadsItBack) {
     EXPECT_EQ(std::string("[") + kRecordA + "," + kRecordB + "]", AuthListFile::toJson(list));
     EXPECT_EQ("null", AuthListFile::toJson({}));
     EXPECT_EQ(list, parsed(AuthListFile::toJson(list)));
-}
-
-TEST(AuthListFormTest, ReadsLegacyArchiveFromItsEndBackwards) {
-    EXPECT_EQ(
-        (std::vector<AuthRecord>{
-            record(2, "aa:bb:cc:dd:ee:03", "c47WQAmL9xVQ2zg4mZaouqKLiMcVbpT4r5yHUig43kiJfahqS"),
-            record(1, "aa:bb:cc:dd:ee:02", "7aJZqhB6baeCN6Zj4a3dDVhYRnKTbxTNJFoBinF5aJXVuLkSI"),
-            record(0, "aa:bb:cc:dd:ee:01", "Ky9Pf34qY6Nb3wWD25RQ4F5ZR3qa7yEeeby3abP3E2Zs8IQ9Y"),
-        }),
-        parsed(fixture("authlist-legacy-three-records.dat")));
 }
 
 struct DamagedCase {

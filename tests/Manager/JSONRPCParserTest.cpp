@@ -15,14 +15,7 @@ JSONRPCParser parsed(const std::string& text) {
     return parser;
 }
 
-TEST(JSONRPCParserFields, FieldsThatCannotBeTextAreMissingWithoutThrowing) {
-    std::string id = "x";
-    EXPECT_FALSE(parsed("{\"jsonrpc\":\"2.0\",\"id\":{\"a\":1}}").getJsonID(id));
-    std::map<std::string, std::string> params;
-    EXPECT_FALSE(parsed(R"({"jsonrpc":"2.0","params":{"list":[1,2]}})").getParams(params));
-}
-
-TEST(JSONRPCParserFields, TokenIsNeverAParameter) {
+TEST(JSONRPCParserFields, TokenIsNeverAParameterAndNonTextFieldsAreMissing) {
     EXPECT_FALSE(parsed(R"({"jsonrpc":"2.0","params":{"AccessToken":"t"}})").hasParams());
     EXPECT_FALSE(parsed(R"({"jsonrpc":"2.0"})").hasParams());
     JSONRPCParser parser = parsed(R"({"jsonrpc":"2.0","params":{"AccessToken":"t","volume":7,
@@ -31,6 +24,10 @@ TEST(JSONRPCParserFields, TokenIsNeverAParameter) {
     std::map<std::string, std::string> params;
     EXPECT_TRUE(parser.getParams(params));
     EXPECT_EQ((std::map<std::string, std::string>{{"mute", "muteOn"}, {"volume", "7"}}), params);
+
+    std::string id = "x";
+    EXPECT_FALSE(parsed("{\"jsonrpc\":\"2.0\",\"id\":{\"a\":1}}").getJsonID(id));
+    EXPECT_FALSE(parsed(R"({"jsonrpc":"2.0","params":{"list":[1,2]}})").getParams(params));
 }
 
 TEST(JSONRPCParserResponse, SetRequestIsAnsweredWithItsParamsWithoutToken) {

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -25,20 +26,8 @@ const char* const kUnauthorized = R"({"code": -32010, "message": "Unauthorized a
 const char* const kKnownToken = "known-token";
 const unsigned int kDeniedClient = 66;  // its MAC address is in the denied group
 
-struct Sent {
-    unsigned int clientId;
-    std::string text;
-    bool accessDenied;
-    bool operator==(const Sent& other) const {
-        return clientId == other.clientId && text == other.text &&
-               accessDenied == other.accessDenied;
-    }
-};
-
-void PrintTo(const Sent& sent, std::ostream* os) {
-    *os << "{" << sent.clientId << ", " << sent.text << ", "
-        << (sent.accessDenied ? "denied" : "response") << "}";
-}
+// What was sent: client, text, and whether as an access refusal.
+using Sent = std::tuple<unsigned int, std::string, bool>;
 
 std::string request(const std::string& method, const std::string& params, const char* id = "1") {
     std::string text =
