@@ -54,8 +54,10 @@ protected:
     AccessManager& manager(unsigned int releaseTimeoutMs = kNeverMs) {
         m_manager = std::make_unique<AccessManager>(releaseTimeoutMs);
         m_manager->setNotifyCallback([this](const std::string& result) {
+            const size_t posted = popups().posted().size();
             std::lock_guard<std::mutex> lock(m_mutex);
             m_outcomes.push_back(result);
+            m_postedAtOutcome.push_back(posted);
             return true;
         });
         m_manager->create();
@@ -65,6 +67,13 @@ protected:
     std::vector<std::string> outcomes() {
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_outcomes;
+    }
+
+    // Asks for a token for the client and answers the pop-up; the last outcome.
+    std::string ask(const char* macAddr, int event) {
+        m_manager->issueAccessToken(macAddr);
+        popups().answer(event);
+        return outcomes().empty() ? "" : outcomes().back();
     }
 
     std::string authFile() const { return m_dir.file("authlist/authlist.dat"); }
@@ -80,8 +89,9 @@ protected:
     }
 
     std::unique_ptr<AccessManager> m_manager;
-    std::mutex m_mutex;  // protects m_outcomes (delivered on the server or the main-loop thread)
+    std::mutex m_mutex;  // protects the two below (delivered on the server or main-loop thread)
     std::vector<std::string> m_outcomes;
+    std::vector<size_t> m_postedAtOutcome;  // how many pop-ups had been posted at each outcome
 };
 
 TEST_F(AccessManagerTest, PopUpAsksWithTitleQuestionAndThreeButtonsAboutTheTvOrWall) {
@@ -98,7 +108,6 @@ TEST_F(AccessManagerTest, PopUpAsksWithTitleQuestionAndThreeButtonsAboutTheTvOrW
               popup.texts);
     EXPECT_EQ((std::vector<int>{1, 2, 3}), popup.buttons);
     EXPECT_EQ(30, popup.hideTimeoutSeconds);
-    EXPECT_TRUE(outcomes().empty());
 
     // A wall display asks about the display.
     m_manager->destroy();
@@ -114,11 +123,7 @@ TEST_F(AccessManagerTest, AllowReplacesTheClientsRecordWithAnAuthorisedTokenAndI
     AccessManager& access = manager();
     access.assignLowerAccessClass(kMacA);
     access.assignLowerAccessClass(kMacB);
-    access.issueAccessToken(kMacA);
-    popups().answer(NOTIFICATION_EVENT_BUTTON_1);
-
-    ASSERT_EQ(1u, outcomes().size());
-    const std::string token = outcomes()[0];
+    const std::string token = ask(kMacA, NOTIFICATION_EVENT_BUTTON_1);
     EXPECT_TRUE(access.isRegisteredInAuthGroup(token));
     EXPECT_FALSE(access.isRegisteredInAuthGroup(token.substr(1)));
     const std::vector<AuthRecord> list = access.authList();
@@ -161,12 +166,6 @@ protected:
         popups().reset();
         startPlatform("\"product.tv_year\": 23", -1, true);
     }
-
-    std::string allow(const char* macAddr) {
-        m_manager->issueAccessToken(macAddr);
-        popups().answer(NOTIFICATION_EVENT_BUTTON_1);
-        return outcomes().back();
-    }
 };
 
 // The empty token of a denied client is refused end to end (PairingEndToEndTest).
@@ -175,8 +174,8 @@ TEST_F(HardenedAccessManagerTest, MalformedTokensNeverMatchAndTokensOfOneSecondD
                                        R"("AccessClass":0}])");
     AccessManager& access = manager();
     EXPECT_FALSE(access.isRegisteredInAuthGroup("abc"));
-    const std::string first = allow(kMacA);
-    const std::string second = allow(kMacB);
+    const std::string first = ask(kMacA, NOTIFICATION_EVENT_BUTTON_1);
+    const std::string second = ask(kMacB, NOTIFICATION_EVENT_BUTTON_1);
     EXPECT_NE(first, second);
     EXPECT_TRUE(access.isRegisteredInAuthGroup(first) && access.isRegisteredInAuthGroup(second));
 }
@@ -242,16 +241,9 @@ TEST_F(AccessManagerTest, SameClientAgainIsRefusedAndAnotherClientEndsThePopUpWi
     EXPECT_FALSE(access.issueAccessToken(kMacA));
     EXPECT_EQ(1u, popups().posted().size());
     // The first outcome reaches the receiver inside the second request, before its pop-up.
-    size_t postsWhenDelivered = 0;
-    m_manager->setNotifyCallback([&](const std::string& result) {
-        postsWhenDelivered = popups().posted().size();
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_outcomes.push_back(result);
-        return true;
-    });
     ASSERT_TRUE(access.issueAccessToken(kMacB));
     EXPECT_EQ((std::vector<std::string>{"timeout"}), outcomes());
-    EXPECT_EQ(1u, postsWhenDelivered);
+    EXPECT_EQ(std::vector<size_t>{1}, m_postedAtOutcome);
     EXPECT_EQ(2u, popups().posted().size());
 
     popups().answer(NOTIFICATION_EVENT_BUTTON_1);
@@ -293,10 +285,8 @@ TEST_F(AccessManagerTest, PopUpThatCannotBeShownLeavesTheClientFreeToAskAgain) {
 // reset forgets them all.
 TEST_F(AccessManagerTest, RevokeForgetsOneClientAndResetAllInMemoryAndInTheFile) {
     AccessManager& access = manager();
-    for (const char* mac : {kMacA, kMacB}) {
-        access.issueAccessToken(mac);
-        popups().answer(NOTIFICATION_EVENT_BUTTON_1);
-    }
+    ask(kMacA, NOTIFICATION_EVENT_BUTTON_1);
+    const std::string tokenB = ask(kMacB, NOTIFICATION_EVENT_BUTTON_1);
     EXPECT_EQ(1, access.revokeClient(kMacA));
     EXPECT_EQ(0, access.revokeClient(kMacA));
     ASSERT_EQ(1u, access.authList().size());
@@ -304,7 +294,7 @@ TEST_F(AccessManagerTest, RevokeForgetsOneClientAndResetAllInMemoryAndInTheFile)
     EXPECT_EQ(AuthListFile::toJson(access.authList()), testsupport::readFile(authFile()));
 
     access.resetAuthGroupData();
-    EXPECT_FALSE(access.isRegisteredInAuthGroup(outcomes()[1]));
+    EXPECT_FALSE(access.isRegisteredInAuthGroup(tokenB));
     EXPECT_EQ("null", testsupport::readFile(authFile()));
 }
 
@@ -396,13 +386,10 @@ TEST_F(AccessManagerTest, TokenLookupFollowsEveryChangeOfTheList) {
                 break;
             }
             case 1:
-                access.issueAccessToken(mac);
-                popups().answer(NOTIFICATION_EVENT_BUTTON_1);
-                tokens.insert(outcomes().back());
+                tokens.insert(ask(mac.c_str(), NOTIFICATION_EVENT_BUTTON_1));
                 break;
             case 2:
-                access.issueAccessToken(mac);
-                popups().answer(NOTIFICATION_EVENT_BUTTON_2);
+                ask(mac.c_str(), NOTIFICATION_EVENT_BUTTON_2);
                 break;
             case 3:
                 access.revokeClient(mac);

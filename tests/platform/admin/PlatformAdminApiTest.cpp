@@ -23,22 +23,18 @@ struct ChangeCounter {
     }
 };
 
+// The page draws the pop-up's title, content and buttons from it in the browser test (tests/web).
 TEST_F(AdminServerTest, StateShowsSettingsAndThePopup) {
     startServer();
-    const HttpResponse empty = request("GET", "/api/state");
-    EXPECT_EQ(200, empty.status);
-    EXPECT_EQ("application/json", empty.header("content-type"));
     EXPECT_EQ(
         "{\"ipRemoteSupport\":1,\"deviceName\":\"[TV] Living Room\",\"language\":\"en_US.UTF-8\","
         "\"country\":\"en_US.UTF-8\"}",
-        member(empty.body, "settings"));
-    EXPECT_EQ("null", member(empty.body, "notification"));
+        member(state(), "settings"));
+    EXPECT_EQ("null", member(state(), "notification"));
 
     PopupEvents popup;
     ASSERT_EQ(NOTIFICATION_ERROR_NONE, postPopup(popup, "IP Remote"));
     const std::string shown = member(state(), "notification");
-    EXPECT_EQ("\"IP Remote\"", member(shown, "title"));
-    EXPECT_EQ("\"A device wants to connect.\"", member(shown, "content"));
     EXPECT_EQ(
         "[{\"number\":1,\"answer\":\"allow\",\"label\":\"Allow\"},"
         "{\"number\":2,\"answer\":\"deny\",\"label\":\"Deny\"},"
@@ -194,35 +190,21 @@ std::vector<std::string> loggedLines(const std::string& answer, const std::strin
     return texts;
 }
 
-// The progress lines stay readable while the daemon logs at warn.
+// The page fetches the lines at its level (tests/web); here the filter's edges and the escaping.
 TEST_F(AdminServerTest, LogRouteAnswersTheRecentLinesAtOrAboveTheLevel) {
     startServer();
     const std::string marker = "route-" + std::to_string(getpid());
-    dlog_set_min_priority(DLOG_WARN);
-    dlog_print(DLOG_DEBUG, "T", "%s debug", marker.c_str());
     dlog_print(DLOG_INFO, "T", "%s info", marker.c_str());
     dlog_print(DLOG_WARN, "T", "%s warn \"quoted\"", marker.c_str());
     dlog_print(DLOG_ERROR, "T", "%s error", marker.c_str());
-    dlog_set_min_priority(DLOG_INFO);
     dlog_flush();
-
-    const HttpResponse all = request("GET", "/api/log");
-    EXPECT_EQ(200, all.status);
-    EXPECT_EQ((std::vector<std::string>{"info T " + marker + " info",
-                                        "warn T " + marker + " warn \"quoted\"",
-                                        "error T " + marker + " error"}),
-              loggedLines(all.body, marker));
     EXPECT_EQ((std::vector<std::string>{"warn T " + marker + " warn \"quoted\"",
                                         "error T " + marker + " error"}),
               loggedLines(request("GET", "/api/log?level=warn").body, marker));
-    EXPECT_EQ(std::vector<std::string>{"error T " + marker + " error"},
-              loggedLines(request("GET", "/api/log?level=error").body, marker));
     const HttpResponse unknown = request("GET", "/api/log?level=verbose");
     EXPECT_EQ(400, unknown.status);
     EXPECT_EQ("\"unknown level 'verbose' (debug, info, warn or error)\"",
               member(unknown.body, "error"));
-    // The state tells the page that there are new lines to fetch.
-    EXPECT_LT(0, std::stoll(member(member(state(), "log"), "last")));
 }
 
 }  // namespace

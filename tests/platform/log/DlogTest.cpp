@@ -81,15 +81,15 @@ protected:
     std::vector<Line> m_lines;
 };
 
-// The recent lines keep info even when the output is at warn (the admin log route's test reads
-// them at every level), and nothing at silent. That a filtered line costs no formatting shows in
-// the benchmarks' profile.
+// The recent lines keep info even when the output is at warn (the TV screen's log panel reads
+// them), and nothing at silent. That a filtered line costs no formatting shows in the benchmarks.
 TEST_F(DlogTest, OutputAndRecentLinesFollowTheLevel) {
     // Longer than a line formatted on the stack.
     const std::string longText(5000, 'x');
     EXPECT_EQ(5000, dlog_print(DLOG_ERROR, "TAG", "%s", longText.c_str()));
     dlog_set_min_priority(DLOG_WARN);
     EXPECT_EQ(0, dlog_print(DLOG_INFO, "TAG", "info at warn"));
+    EXPECT_EQ(0, dlog_print(DLOG_DEBUG, "TAG", "debug at warn"));
     dlog_set_min_priority(DLOG_DEBUG);
     EXPECT_LT(0, dlog_print(DLOG_DEBUG, "TAG", "debug at debug"));
     dlog_set_min_priority(DLOG_SILENT);
@@ -98,6 +98,7 @@ TEST_F(DlogTest, OutputAndRecentLinesFollowTheLevel) {
     EXPECT_EQ(longText, m_lines[0].message);
     EXPECT_EQ("debug at debug", m_lines[1].message);
     EXPECT_TRUE(inRecentLines("info at warn"));
+    EXPECT_FALSE(inRecentLines("debug at warn"));
     EXPECT_FALSE(inRecentLines("error at silent"));
 }
 
