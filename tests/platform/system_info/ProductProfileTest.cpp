@@ -46,7 +46,8 @@ TEST_F(ProductProfileTest, AnswersKeysOfTheirOwnTypeOnlyAndFacts) {
               system_info_get_custom_bool(FEATURE("product.tv_year"), &flag));
 }
 
-TEST_F(ProductProfileTest, BrokenOrMissingProfileFailsInitializeNamingIt) {
+// A missing profile is named end to end (IpcontroldRefusal).
+TEST_F(ProductProfileTest, BrokenProfileFailsInitializeNamingIt) {
     for (const char* text :
          {"{\"featureconf\": {", "[1, 2]", R"({"featureconf": {"easel_tv": "yes"}})",
           R"({"featureconf": {"product.tv_year": 9999999999}})",
@@ -55,18 +56,12 @@ TEST_F(ProductProfileTest, BrokenOrMissingProfileFailsInitializeNamingIt) {
         EXPECT_NE(std::string::npos, error.find(profilePath())) << text << ": " << error;
         EXPECT_FALSE(ipc_platform::isInitialized());
     }
-    const std::string error = startError("no-such-product");
-    EXPECT_NE(std::string::npos, error.find("profiles/no-such-product.json")) << error;
 }
 
-TEST_F(ProductProfileTest, KeepsTheTvSectionAsTextAndLeavesMissingFactsUnsupported) {
-    ASSERT_EQ("", startWithProfile(R"({"tv": {"ambientType": 4, "unsupported": ["x"]}})"));
-    EXPECT_EQ(R"({"ambientType":4,"unsupported":["x"]})",
-              ipc_platform::productProfile()->tvSection());
-    ipc_platform::shutdown();
+// The TV reads its section of every shipped profile end to end (EveryMethodEndToEndTest).
+TEST_F(ProductProfileTest, LeavesWhatTheProfileLeavesOutUnsupported) {
     ASSERT_EQ("", startWithProfile(R"({"systemInfo": {"swVersion": "1.0"}})"));
     EXPECT_EQ("", ipc_platform::productProfile()->tvSection());
-    // A fact the profile leaves out is not supported.
     char* value = nullptr;
     EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
               system_info_get_value_string(SYSTEM_INFO_KEY_SERIAL_NUMBER, &value));
