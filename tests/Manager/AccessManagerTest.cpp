@@ -97,7 +97,7 @@ protected:
 TEST_F(AccessManagerTest, PopUpAsksWithTitleQuestionAndThreeButtonsAboutTheTvOrWall) {
     ASSERT_TRUE(manager().issueAccessToken(kMacA));
     // No catalogue in the resource folder: the message ids stand for their texts.
-    PostedPopup popup = popups().last();
+    PostedPopup popup = popups().posted().back();
     EXPECT_EQ((std::map<int, std::string>{
                   {NOTIFICATION_TEXT_TYPE_TITLE, "TV_SID_SYSTEM_IP_REMOTE"},
                   {NOTIFICATION_TEXT_TYPE_CONTENT, "TV_SID_PERMISSION_REQUIRED_CONNECT_DEVICE_TV"},
@@ -115,7 +115,7 @@ TEST_F(AccessManagerTest, PopUpAsksWithTitleQuestionAndThreeButtonsAboutTheTvOrW
     startPlatform("\"tessera_support\": true");
     manager().issueAccessToken(kMacA);
     EXPECT_EQ("WALL_SID_PERMISSION_REQUIRED_CONNECT_DEVICE_TV",
-              popups().last().texts[NOTIFICATION_TEXT_TYPE_CONTENT]);
+              popups().posted().back().texts[NOTIFICATION_TEXT_TYPE_CONTENT]);
 }
 
 // The token's form and the file's bytes are proved end to end (PairingEndToEndTest).

@@ -81,14 +81,14 @@ TEST_F(LocalisationTest, LanguageChangeSwitchesTheNextPopUp) {
     access.create();
     access.issueAccessToken("aa:bb:cc:dd:ee:01");
     EXPECT_EQ("IP Remote",
-              FakeNotifications::instance().last().texts[NOTIFICATION_TEXT_TYPE_TITLE]);
+              FakeNotifications::instance().posted().back().texts[NOTIFICATION_TEXT_TYPE_TITLE]);
     FakeNotifications::instance().answer(NOTIFICATION_EVENT_BUTTON_3);
 
     setSetting(SYSTEM_SETTINGS_KEY_LOCALE_LANGUAGE, "de_DE.UTF-8");
     ASSERT_TRUE(
         testsupport::pumpMainLoopUntil([] { return currentLocale(LC_MESSAGES) == "de_DE.UTF-8"; }));
     access.issueAccessToken("aa:bb:cc:dd:ee:01");
-    PostedPopup popup = FakeNotifications::instance().last();
+    PostedPopup popup = FakeNotifications::instance().posted().back();
     EXPECT_EQ("IP-Fernbedienung", popup.texts[NOTIFICATION_TEXT_TYPE_TITLE]);
     EXPECT_EQ("Ablehnen", popup.texts[NOTIFICATION_TEXT_TYPE_BUTTON_2]);
     access.destroy();
