@@ -17,8 +17,10 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(m_device.create());
         m_device.m_enqueueForResponseHook.set([this](CmdRequest* cmd) {
-            m_answers.push_back(answer(cmd->method, cmd->bJsonRpcError, cmd->errorIndex,
-                                       cmd->resultCode, cmd->propType));
+            m_answers.push_back(cmd->method + (cmd->bJsonRpcError ? " error " : " ") +
+                                std::to_string(cmd->errorIndex) + " " +
+                                std::to_string(cmd->resultCode) + " " +
+                                std::to_string(cmd->propType));
         });
     }
 
@@ -31,15 +33,11 @@ protected:
         return cmd;
     }
 
-    // What came back through the enqueue-for-response hook.
-    static std::string answer(const std::string& method, bool jsonRpcError, int errorIndex,
-                              int resultCode, int propType) {
-        return method + " " + std::to_string(jsonRpcError) + " " + std::to_string(errorIndex) +
-               " " + std::to_string(resultCode) + " " + std::to_string(propType);
-    }
+    // How an unknown method comes back through the enqueue-for-response hook.
     static std::string unknownMethod(const std::string& method) {
-        return answer(method, true, METHOD_NOT_FOUND, DEVICE_MANAGER_ERROR_INVALID_OPERATION,
-                      TVCONTROL_PROP_TYPE_INVALID);
+        return method + " error " + std::to_string(METHOD_NOT_FOUND) + " " +
+               std::to_string(DEVICE_MANAGER_ERROR_INVALID_OPERATION) + " " +
+               std::to_string(TVCONTROL_PROP_TYPE_INVALID);
     }
 
     std::vector<std::string> m_answers;

@@ -133,11 +133,8 @@ TEST_F(ServiceManagerTest, RefusesUnparsableOrUnauthenticatedRequestsWithBarePar
     for (const std::string& text : refused) {
         m_pipeline.handleJsonRequest(9, text);
     }
-    std::vector<Sent> sent = sentWhenCount(std::size(refused));
-    ASSERT_EQ(std::size(refused), sent.size());
-    for (size_t i = 0; i < sent.size(); ++i) {
-        EXPECT_EQ((Sent{9, kParseError, true}), sent[i]) << refused[i];
-    }
+    EXPECT_EQ(std::vector<Sent>(std::size(refused), Sent{9, kParseError, true}),
+              sentWhenCount(std::size(refused)));
     EXPECT_TRUE(commands().empty());
 }
 

@@ -67,9 +67,7 @@ TEST_F(AdminServerTest, ClientRoutesWaitForTheServiceHandlersOnTheMainLoop) {
     ASSERT_EQ(
         PAIRED_CLIENTS_ERROR_NONE,
         paired_clients_set_handlers(ServiceHandlers::revoke, ServiceHandlers::reset, &handlers));
-    const HttpResponse revoked = requestPumped("DELETE", "/api/clients/02%3A00:00:00:00:01");
-    EXPECT_EQ(200, revoked.status);
-    EXPECT_EQ("1", member(revoked.body, "revoked"));
+    EXPECT_EQ(200, requestPumped("DELETE", "/api/clients/02%3A00:00:00:00:01").status);
     EXPECT_EQ(404, requestPumped("DELETE", "/api/clients/aa:bb:cc:dd:ee:ff").status);
     EXPECT_EQ(200, requestPumped("DELETE", "/api/clients").status);
     {
