@@ -19,12 +19,6 @@ protected:
         return startError(profilePath());
     }
     std::string profilePath() const { return m_dataDir.file("profile.json"); }
-
-    std::string fact(system_info_key_e key) {
-        char* value = nullptr;
-        EXPECT_EQ(SYSTEM_INFO_ERROR_NONE, system_info_get_value_string(key, &value));
-        return takeString(value);
-    }
 };
 
 // Every shipped profile loads with the service available: EveryMethodEndToEndTest.
@@ -35,7 +29,10 @@ TEST_F(ProductProfileTest, AnswersKeysOfTheirOwnTypeOnlyAndFacts) {
     ASSERT_EQ(SYSTEM_INFO_ERROR_NONE,
               system_info_get_custom_int(FEATURE("product.tv_year"), &year));
     EXPECT_EQ(23, year);
-    EXPECT_EQ("OTV-2023-1040.5", fact(SYSTEM_INFO_KEY_SW_VERSION));
+    char* version = nullptr;
+    ASSERT_EQ(SYSTEM_INFO_ERROR_NONE,
+              system_info_get_value_string(SYSTEM_INFO_KEY_SW_VERSION, &version));
+    EXPECT_EQ("OTV-2023-1040.5", takeString(version));
     EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
               system_info_get_custom_int("featureconf/product.tv_year", &year));
     EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,

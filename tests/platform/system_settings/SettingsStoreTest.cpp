@@ -79,7 +79,6 @@ TEST_F(SettingsStoreTest, FirstStartWritesCommentedFileAndFillsKeysLeftOut) {
 
 TEST_F(SettingsStoreTest, InitializeRefusesABadFileNamingItAndTheCause) {
     const std::pair<const char*, const char*> cases[] = {
-        {"this is not a key file\n", "settings.ini"},
         {"[settings]\nipRemoteSupport=abc\n", "ipRemoteSupport"},
         {"[settings]\nvolume=3\n", "volume"}};
     for (const auto& [contents, named] : cases) {
