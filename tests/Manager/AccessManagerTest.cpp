@@ -15,6 +15,7 @@
 
 #include "JsonValue.h"
 #include "Manager/AccessManager.h"
+#include "Manager/AuthListFile.h"
 #include "Manager/FakeNotification.h"
 #include "SecurityMode.h"
 #include "notification.h"
@@ -28,7 +29,6 @@ namespace {
 
 const char* const kMacA = "aa:bb:cc:dd:ee:01";
 const char* const kMacB = "aa:bb:cc:dd:ee:02";
-const char* const kTokenAlphabet = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 // Long enough never to fire unless a test waits for it.
 const unsigned int kNeverMs = 600000;
 
@@ -54,8 +54,10 @@ protected:
     AccessManager& manager(unsigned int releaseTimeoutMs = kNeverMs) {
         m_manager = std::make_unique<AccessManager>(releaseTimeoutMs);
         m_manager->setNotifyCallback([this](const std::string& result) {
+            const size_t posted = popups().posted().size();
             std::lock_guard<std::mutex> lock(m_mutex);
             m_outcomes.push_back(result);
+            m_postedAtOutcome.push_back(posted);
             return true;
         });
         m_manager->create();
@@ -65,6 +67,13 @@ protected:
     std::vector<std::string> outcomes() {
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_outcomes;
+    }
+
+    // Asks for a token for the client and answers the pop-up; the last outcome.
+    std::string ask(const char* macAddr, int event) {
+        m_manager->issueAccessToken(macAddr);
+        popups().answer(event);
+        return outcomes().empty() ? "" : outcomes().back();
     }
 
     std::string authFile() const { return m_dir.file("authlist/authlist.dat"); }
@@ -80,14 +89,15 @@ protected:
     }
 
     std::unique_ptr<AccessManager> m_manager;
-    std::mutex m_mutex;  // protects m_outcomes (delivered on the server or the main-loop thread)
+    std::mutex m_mutex;  // protects the two below (delivered on the server or main-loop thread)
     std::vector<std::string> m_outcomes;
+    std::vector<size_t> m_postedAtOutcome;  // how many pop-ups had been posted at each outcome
 };
 
 TEST_F(AccessManagerTest, PopUpAsksWithTitleQuestionAndThreeButtonsAboutTheTvOrWall) {
     ASSERT_TRUE(manager().issueAccessToken(kMacA));
     // No catalogue in the resource folder: the message ids stand for their texts.
-    PostedPopup popup = popups().last();
+    PostedPopup popup = popups().posted().back();
     EXPECT_EQ((std::map<int, std::string>{
                   {NOTIFICATION_TEXT_TYPE_TITLE, "TV_SID_SYSTEM_IP_REMOTE"},
                   {NOTIFICATION_TEXT_TYPE_CONTENT, "TV_SID_PERMISSION_REQUIRED_CONNECT_DEVICE_TV"},
@@ -98,7 +108,6 @@ TEST_F(AccessManagerTest, PopUpAsksWithTitleQuestionAndThreeButtonsAboutTheTvOrW
               popup.texts);
     EXPECT_EQ((std::vector<int>{1, 2, 3}), popup.buttons);
     EXPECT_EQ(30, popup.hideTimeoutSeconds);
-    EXPECT_TRUE(outcomes().empty());
 
     // A wall display asks about the display.
     m_manager->destroy();
@@ -106,40 +115,27 @@ TEST_F(AccessManagerTest, PopUpAsksWithTitleQuestionAndThreeButtonsAboutTheTvOrW
     startPlatform("\"tessera_support\": true");
     manager().issueAccessToken(kMacA);
     EXPECT_EQ("WALL_SID_PERMISSION_REQUIRED_CONNECT_DEVICE_TV",
-              popups().last().texts[NOTIFICATION_TEXT_TYPE_CONTENT]);
+              popups().posted().back().texts[NOTIFICATION_TEXT_TYPE_CONTENT]);
 }
 
-TEST_F(AccessManagerTest, AllowIssuesTokenThatOpensTheAuthGroupAndIsSaved) {
-    AccessManager& access = manager();
-    access.issueAccessToken(kMacA);
-    popups().answer(NOTIFICATION_EVENT_BUTTON_1);
-
-    ASSERT_EQ(1u, outcomes().size());
-    const std::string token = outcomes()[0];
-    ASSERT_EQ(49u, token.size());
-    EXPECT_EQ(std::string::npos, token.find_first_not_of(kTokenAlphabet));
-    EXPECT_TRUE(access.isRegisteredInAuthGroup(token));
-    EXPECT_FALSE(access.isRegisteredInAuthGroup(token.substr(1)));
-    EXPECT_EQ(
-        R"([{"AccessToken":")" + token + R"(","MacAddr":")" + kMacA + R"(","AccessClass":0}])",
-        testsupport::readFile(authFile()));
-    // The outcome is counted as an Allow.
-    EXPECT_EQ((std::vector<std::string>{"{svn=ipcontrol;result=Allow}"}), kpiDescriptions());
-}
-
-TEST_F(AccessManagerTest, AllowForKnownClientReplacesItsTokenAndClass) {
+// The token's form and that it is kept in the file are proved end to end (PairingEndToEndTest).
+TEST_F(AccessManagerTest, AllowReplacesTheClientsRecordWithAnAuthorisedTokenAndIsCounted) {
     AccessManager& access = manager();
     access.assignLowerAccessClass(kMacA);
     access.assignLowerAccessClass(kMacB);
-    access.issueAccessToken(kMacA);
-    popups().answer(NOTIFICATION_EVENT_BUTTON_1);
-
-    std::vector<AuthRecord> list = access.authList();
+    const std::string token = ask(kMacA, NOTIFICATION_EVENT_BUTTON_1);
+    EXPECT_TRUE(access.isRegisteredInAuthGroup(token));
+    EXPECT_FALSE(access.isRegisteredInAuthGroup(token.substr(1)));
+    const std::vector<AuthRecord> list = access.authList();
     ASSERT_EQ(2u, list.size());
-    EXPECT_EQ(kMacA, list[0].macAddr);
+    EXPECT_EQ(kMacA + std::string(" ") + token, list[0].macAddr + " " + list[0].accessToken);
     EXPECT_EQ(AuthRecord::AUTHORISED, list[0].accessClass);
-    EXPECT_EQ(outcomes().back(), list[0].accessToken);
     EXPECT_EQ(AuthRecord::DENIED_ONCE, list[1].accessClass);
+    // Each lower class is counted as a Deny.
+    EXPECT_EQ(
+        (std::vector<std::string>{"{svn=ipcontrol;result=Deny}", "{svn=ipcontrol;result=Deny}",
+                                  "{svn=ipcontrol;result=Allow}"}),
+        kpiDescriptions());
 }
 
 TEST_F(AccessManagerTest, ClientDeniedTwiceJoinsTheDeniedGroupWithoutRewritingTheFile) {
@@ -169,33 +165,18 @@ protected:
         popups().reset();
         startPlatform("\"product.tv_year\": 23", -1, true);
     }
-
-    std::string allow(const char* macAddr) {
-        m_manager->issueAccessToken(macAddr);
-        popups().answer(NOTIFICATION_EVENT_BUTTON_1);
-        return outcomes().back();
-    }
 };
 
-TEST_F(HardenedAccessManagerTest, EmptyOrMalformedTokensNeverMatchAndTokensAreRandomAndDistinct) {
-    // A hand-edited list with a short token, then a Deny that leaves a record with none.
+// The empty token of a denied client is refused end to end (PairingEndToEndTest).
+TEST_F(HardenedAccessManagerTest, MalformedTokensNeverMatchAndTokensOfOneSecondDiffer) {
     testsupport::writeFile(authFile(), R"([{"AccessToken":"abc","MacAddr":"aa:bb:cc:dd:ee:09",)"
                                        R"("AccessClass":0}])");
     AccessManager& access = manager();
-    access.issueAccessToken(kMacA);
-    popups().answer(NOTIFICATION_EVENT_BUTTON_2);
-    EXPECT_FALSE(access.isRegisteredInAuthGroup(""));
     EXPECT_FALSE(access.isRegisteredInAuthGroup("abc"));
-
-    // Two clients allowed within the same second.
-    const std::string first = allow(kMacA);
-    const std::string second = allow(kMacB);
-    for (const std::string& token : {first, second}) {
-        ASSERT_EQ(49u, token.size());
-        EXPECT_EQ(std::string::npos, token.find_first_not_of(kTokenAlphabet));
-        EXPECT_TRUE(access.isRegisteredInAuthGroup(token));
-    }
+    const std::string first = ask(kMacA, NOTIFICATION_EVENT_BUTTON_1);
+    const std::string second = ask(kMacB, NOTIFICATION_EVENT_BUTTON_1);
     EXPECT_NE(first, second);
+    EXPECT_TRUE(access.isRegisteredInAuthGroup(first) && access.isRegisteredInAuthGroup(second));
 }
 
 TEST_F(HardenedAccessManagerTest, RequestAndAnswerTextsKeepOnlyFourCharactersOfEachToken) {
@@ -252,36 +233,21 @@ TEST_F(AccessManagerTest, ReleaseTimeoutDeliversTimeoutOnceForItsPopUpAndALateAl
     EXPECT_TRUE(access.issueAccessToken(kMacB));
 }
 
-TEST_F(AccessManagerTest, SecondClientEndsTheFirstClientsPopUpWithTimeout) {
+// The refused repeat leaves the first pop-up up: the other client's request ends it.
+TEST_F(AccessManagerTest, SameClientAgainIsRefusedAndAnotherClientEndsThePopUpWithTimeout) {
     AccessManager& access = manager();
-    access.issueAccessToken(kMacA);
+    ASSERT_TRUE(access.issueAccessToken(kMacA));
+    EXPECT_FALSE(access.issueAccessToken(kMacA));
+    EXPECT_EQ(1u, popups().posted().size());
     // The first outcome reaches the receiver inside the second request, before its pop-up.
-    size_t postsWhenDelivered = 0;
-    m_manager->setNotifyCallback([&](const std::string& result) {
-        postsWhenDelivered = popups().posted().size();
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_outcomes.push_back(result);
-        return true;
-    });
     ASSERT_TRUE(access.issueAccessToken(kMacB));
     EXPECT_EQ((std::vector<std::string>{"timeout"}), outcomes());
-    EXPECT_EQ(1u, postsWhenDelivered);
+    EXPECT_EQ(std::vector<size_t>{1}, m_postedAtOutcome);
     EXPECT_EQ(2u, popups().posted().size());
 
     popups().answer(NOTIFICATION_EVENT_BUTTON_1);
     ASSERT_EQ(1u, access.authList().size());
     EXPECT_EQ(kMacB, access.authList()[0].macAddr);
-}
-
-TEST_F(AccessManagerTest, SameClientTwiceIsRefusedWithoutASecondPopUp) {
-    AccessManager& access = manager();
-    ASSERT_TRUE(access.issueAccessToken(kMacA));
-    EXPECT_FALSE(access.issueAccessToken(kMacA));
-    EXPECT_EQ(1u, popups().posted().size());
-    EXPECT_TRUE(outcomes().empty());
-    // The first pop-up is still the live one.
-    popups().answer(NOTIFICATION_EVENT_BUTTON_1);
-    EXPECT_EQ(1u, outcomes().size());
 }
 
 TEST_F(AccessManagerTest, PopUpErasedDestroyedOrOutlivingItsManagerAnswersNothing) {
@@ -318,19 +284,16 @@ TEST_F(AccessManagerTest, PopUpThatCannotBeShownLeavesTheClientFreeToAskAgain) {
 // reset forgets them all.
 TEST_F(AccessManagerTest, RevokeForgetsOneClientAndResetAllInMemoryAndInTheFile) {
     AccessManager& access = manager();
-    for (const char* mac : {kMacA, kMacB}) {
-        access.issueAccessToken(mac);
-        popups().answer(NOTIFICATION_EVENT_BUTTON_1);
-    }
+    ask(kMacA, NOTIFICATION_EVENT_BUTTON_1);
+    const std::string tokenB = ask(kMacB, NOTIFICATION_EVENT_BUTTON_1);
     EXPECT_EQ(1, access.revokeClient(kMacA));
     EXPECT_EQ(0, access.revokeClient(kMacA));
     ASSERT_EQ(1u, access.authList().size());
     EXPECT_EQ(kMacB, access.authList()[0].macAddr);
-    EXPECT_EQ(std::string::npos, testsupport::readFile(authFile()).find(kMacA));
-    EXPECT_NE(std::string::npos, testsupport::readFile(authFile()).find(kMacB));
+    EXPECT_EQ(AuthListFile::toJson(access.authList()), testsupport::readFile(authFile()));
 
     access.resetAuthGroupData();
-    EXPECT_FALSE(access.isRegisteredInAuthGroup(outcomes()[1]));
+    EXPECT_FALSE(access.isRegisteredInAuthGroup(tokenB));
     EXPECT_EQ("null", testsupport::readFile(authFile()));
 }
 
@@ -357,7 +320,6 @@ TEST_F(AccessManagerTest, ScreenListsTheClientsOfALegacyFileAndFollowsTheList) {
                     " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
         return client.read().value_or(testsupport::HttpResponse()).body;
     };
-    auto screenState = [&] { return screen("GET", "/api/state"); };
     const std::string first =
         R"({"MacAddr":"aa:bb:cc:dd:ee:03","AccessClass":2,"AccessToken":"c47WQA…"})";
     const std::string second =
@@ -365,7 +327,9 @@ TEST_F(AccessManagerTest, ScreenListsTheClientsOfALegacyFileAndFollowsTheList) {
     const std::string third =
         R"({"MacAddr":"aa:bb:cc:dd:ee:01","AccessClass":0,"AccessToken":"Ky9Pf3…"})";
     AccessManager& access = manager();
-    std::string state = screenState();
+    EXPECT_TRUE(
+        access.isRegisteredInAuthGroup("Ky9Pf34qY6Nb3wWD25RQ4F5ZR3qa7yEeeby3abP3E2Zs8IQ9Y"));
+    std::string state = screen("GET", "/api/state");
     EXPECT_NE(std::string::npos,
               state.find(R"("clients":[)" + first + "," + second + "," + third + "]"))
         << state;
@@ -386,10 +350,10 @@ TEST_F(AccessManagerTest, ScreenListsTheClientsOfALegacyFileAndFollowsTheList) {
     EXPECT_TRUE(testsupport::pumpMainLoopUntil([&] { return revoked.load(); }));
     page.join();
     server.join();
-    state = screenState();
+    state = screen("GET", "/api/state");
     EXPECT_NE(std::string::npos, state.find(R"("clients":[)" + first + "," + third + "]")) << state;
     access.destroy();
-    state = screenState();
+    state = screen("GET", "/api/state");
     EXPECT_NE(std::string::npos, state.find(R"("clients":[])")) << state;
 }
 
@@ -420,13 +384,10 @@ TEST_F(AccessManagerTest, TokenLookupFollowsEveryChangeOfTheList) {
                 break;
             }
             case 1:
-                access.issueAccessToken(mac);
-                popups().answer(NOTIFICATION_EVENT_BUTTON_1);
-                tokens.insert(outcomes().back());
+                tokens.insert(ask(mac.c_str(), NOTIFICATION_EVENT_BUTTON_1));
                 break;
             case 2:
-                access.issueAccessToken(mac);
-                popups().answer(NOTIFICATION_EVENT_BUTTON_2);
+                ask(mac.c_str(), NOTIFICATION_EVENT_BUTTON_2);
                 break;
             case 3:
                 access.revokeClient(mac);

@@ -1,4 +1,5 @@
-// The auth list file: both forms, damaged content, and replacement that never shows half a file.
+// The auth list file: its JSON form (the legacy one is read in the access manager's tests), damaged
+// content, and replacement that never shows half a file.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -49,36 +50,20 @@ TEST(AuthListFormTest, WritesCompactJsonOrNullAndReadsItBack) {
     EXPECT_EQ(list, parsed(AuthListFile::toJson(list)));
 }
 
-TEST(AuthListFormTest, ReadsLegacyArchiveFromItsEndBackwards) {
-    EXPECT_EQ(
-        (std::vector<AuthRecord>{
-            record(2, "aa:bb:cc:dd:ee:03", "c47WQAmL9xVQ2zg4mZaouqKLiMcVbpT4r5yHUig43kiJfahqS"),
-            record(1, "aa:bb:cc:dd:ee:02", "7aJZqhB6baeCN6Zj4a3dDVhYRnKTbxTNJFoBinF5aJXVuLkSI"),
-            record(0, "aa:bb:cc:dd:ee:01", "Ky9Pf34qY6Nb3wWD25RQ4F5ZR3qa7yEeeby3abP3E2Zs8IQ9Y"),
-        }),
-        parsed(fixture("authlist-legacy-three-records.dat")));
-}
-
-struct DamagedCase {
-    const char* name;
-    std::string content;
-    size_t records;  // what can still be read
-};
-
 TEST(AuthListFormTest, DamagedContentYieldsWhatCanBeReadWithoutThrowing) {
-    const DamagedCase cases[] = {
-        DamagedCase{"NotJson", "authlist", 0},
-        DamagedCase{"Null", "null", 0},
-        DamagedCase{"BinaryGarbage", std::string("\x00\xff[\x01", 4), 0},
-        DamagedCase{"Truncated", std::string("[") + kRecordA + ",{\"AccessTo", 0},
-        DamagedCase{"ObjectInsteadOfArray", kRecordA, 0},
-        DamagedCase{"WrongTypeAfterRecord",
-                    std::string("[") + kRecordA + R"(,{"AccessClass":"two"},)" + kRecordB + "]", 1},
-        DamagedCase{"LegacyCutMidRecord", fixture("authlist-legacy-cut-mid-record.dat"), 0}};
-    for (const DamagedCase& damaged : cases) {
+    // Each content with the number of records still read from it.
+    const std::pair<std::string, size_t> cases[] = {
+        {"authlist", 0},
+        {"null", 0},
+        {std::string("\x00\xff[\x01", 4), 0},  // binary garbage
+        {std::string("[") + kRecordA + ",{\"AccessTo", 0},
+        {kRecordA, 0},  // an object, not an array
+        {std::string("[") + kRecordA + R"(,{"AccessClass":"two"},)" + kRecordB + "]", 1},
+        {fixture("authlist-legacy-cut-mid-record.dat"), 0}};
+    for (size_t i = 0; i < std::size(cases); ++i) {
         std::vector<AuthRecord> list;
-        ASSERT_NO_THROW(AuthListFile::parse(damaged.content, list)) << damaged.name;
-        EXPECT_EQ(damaged.records, list.size()) << damaged.name;
+        ASSERT_NO_THROW(AuthListFile::parse(cases[i].first, list)) << i;
+        EXPECT_EQ(cases[i].second, list.size()) << i;
     }
 }
 

@@ -23,11 +23,6 @@ std::vector<PostedPopup> FakeNotifications::posted() const {
     return m_posted;
 }
 
-PostedPopup FakeNotifications::last() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_posted.empty() ? PostedPopup() : m_posted.back();
-}
-
 bool FakeNotifications::answer(int event) {
     notification_event_cb callback = nullptr;
     void* data = nullptr;

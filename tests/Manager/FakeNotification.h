@@ -25,7 +25,6 @@ public:
     // Forgets every pop-up and clears the failure switches.
     void reset();
     std::vector<PostedPopup> posted() const;
-    PostedPopup last() const;
 
     // Sends event to the callback of the last pop-up posted, on the calling thread (the test's
     // main loop). False when nothing was posted.

@@ -15,14 +15,7 @@ JSONRPCParser parsed(const std::string& text) {
     return parser;
 }
 
-TEST(JSONRPCParserFields, FieldsThatCannotBeTextAreMissingWithoutThrowing) {
-    std::string id = "x";
-    EXPECT_FALSE(parsed("{\"jsonrpc\":\"2.0\",\"id\":{\"a\":1}}").getJsonID(id));
-    std::map<std::string, std::string> params;
-    EXPECT_FALSE(parsed(R"({"jsonrpc":"2.0","params":{"list":[1,2]}})").getParams(params));
-}
-
-TEST(JSONRPCParserFields, TokenIsNeverAParameter) {
+TEST(JSONRPCParserFields, TokenIsNeverAParameterAndNonTextFieldsAreMissing) {
     EXPECT_FALSE(parsed(R"({"jsonrpc":"2.0","params":{"AccessToken":"t"}})").hasParams());
     EXPECT_FALSE(parsed(R"({"jsonrpc":"2.0"})").hasParams());
     JSONRPCParser parser = parsed(R"({"jsonrpc":"2.0","params":{"AccessToken":"t","volume":7,
@@ -31,6 +24,10 @@ TEST(JSONRPCParserFields, TokenIsNeverAParameter) {
     std::map<std::string, std::string> params;
     EXPECT_TRUE(parser.getParams(params));
     EXPECT_EQ((std::map<std::string, std::string>{{"mute", "muteOn"}, {"volume", "7"}}), params);
+
+    std::string id = "x";
+    EXPECT_FALSE(parsed("{\"jsonrpc\":\"2.0\",\"id\":{\"a\":1}}").getJsonID(id));
+    EXPECT_FALSE(parsed(R"({"jsonrpc":"2.0","params":{"list":[1,2]}})").getParams(params));
 }
 
 TEST(JSONRPCParserResponse, SetRequestIsAnsweredWithItsParamsWithoutToken) {
@@ -44,10 +41,8 @@ TEST(JSONRPCParserResponse, GetResponseCarriesCopiedParamsOrNoResult) {
     JSONRPCParser parser = parsed(R"({"jsonrpc":"2.0","id":"a","method":"createAccessToken"})");
     std::string method;
     parser.getMethodName(method);
+    // The issued token's answer is checked in the service manager's tests.
     EXPECT_EQ(R"({"jsonrpc":"2.0","id":"a"})", parser.buildResponse("", false));
-    EXPECT_TRUE(parser.setCopiedParams(std::string(R"({"AccessToken":"T"})")));
-    EXPECT_EQ(R"({"jsonrpc":"2.0","id":"a","result":{"AccessToken":"T"}})",
-              parser.buildResponse("", false));
     EXPECT_FALSE(parser.setCopiedParams(std::string("not json")));
 
     std::map<std::string, std::string> pairs = {{"power", "powerOn"}, {"quote", "a\"b"}};
@@ -68,14 +63,10 @@ TEST(JSONRPCParserResponse, DeviceListsStopAtFirstEmptyEntry) {
 }
 
 TEST(JSONRPCParserResponse, FinishedCommandResponseForms) {
+    // The result and error forms are checked where clients see them, in the service manager's
+    // tests.
     JSONRPCParser parser;
-    JsonValue result = JsonValue::Create(R"({"volume":10})");
-    EXPECT_EQ(R"({"jsonrpc":"2.0","id":"3","result":{"volume":10}})",
-              parser.buildResponse("3", result, ""));
     EXPECT_EQ(R"({"jsonrpc":"2.0","id":"3"})", parser.buildResponse("3", JsonValue(), ""));
-    EXPECT_EQ(
-        R"({"jsonrpc":"2.0","id":"3","error":{"code":-32601,"message":"Method not found"}})",
-        parser.buildResponse("3", result, JSONRPCParser::getJsonErrorMessage(METHOD_NOT_FOUND)));
 
     // Byte for byte what the JSON library writes for the whole object, whatever the id and
     // result hold.

@@ -81,20 +81,20 @@ TEST_F(LocalisationTest, LanguageChangeSwitchesTheNextPopUp) {
     access.create();
     access.issueAccessToken("aa:bb:cc:dd:ee:01");
     EXPECT_EQ("IP Remote",
-              FakeNotifications::instance().last().texts[NOTIFICATION_TEXT_TYPE_TITLE]);
+              FakeNotifications::instance().posted().back().texts[NOTIFICATION_TEXT_TYPE_TITLE]);
     FakeNotifications::instance().answer(NOTIFICATION_EVENT_BUTTON_3);
 
     setSetting(SYSTEM_SETTINGS_KEY_LOCALE_LANGUAGE, "de_DE.UTF-8");
     ASSERT_TRUE(
         testsupport::pumpMainLoopUntil([] { return currentLocale(LC_MESSAGES) == "de_DE.UTF-8"; }));
     access.issueAccessToken("aa:bb:cc:dd:ee:01");
-    PostedPopup popup = FakeNotifications::instance().last();
+    PostedPopup popup = FakeNotifications::instance().posted().back();
     EXPECT_EQ("IP-Fernbedienung", popup.texts[NOTIFICATION_TEXT_TYPE_TITLE]);
     EXPECT_EQ("Ablehnen", popup.texts[NOTIFICATION_TEXT_TYPE_BUTTON_2]);
     access.destroy();
 }
 
-TEST_F(LocalisationTest, CountryChangeMovesTheRegionCategoriesOnly) {
+TEST_F(LocalisationTest, CountryMovesTheRegionCategoriesOnlyAndSettingsAreFollowedUntilDel) {
     i18n_init();
     setSetting(SYSTEM_SETTINGS_KEY_LOCALE_COUNTRY, "ko_KR.UTF-8");
     ASSERT_TRUE(
@@ -102,10 +102,7 @@ TEST_F(LocalisationTest, CountryChangeMovesTheRegionCategoriesOnly) {
     EXPECT_EQ("ko_KR.UTF-8", currentLocale(LC_CTYPE));
     EXPECT_EQ("en_US.UTF-8", currentLocale(LC_MESSAGES));
     EXPECT_STREQ("IP Remote", i18n_text("TV_SID_SYSTEM_IP_REMOTE"));
-}
 
-TEST_F(LocalisationTest, SettingsAreFollowedOnlyBetweenInitAndDel) {
-    i18n_init();
     i18n_del();
     setSetting(SYSTEM_SETTINGS_KEY_LOCALE_LANGUAGE, "es_ES.UTF-8");
     testsupport::drainMainLoop();

@@ -1,7 +1,6 @@
 // The network front: the port it chooses, and requests handed on without anything unwinding
 // into the server library.
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -30,19 +29,17 @@ TEST_F(ServerManagerTest, PortFollowsModelYearUnlessTheHostChoosesOne) {
     }
 }
 
-TEST_F(ServerManagerTest, RequestsReachTheHookAndNothingUnwindsIntoTheLibrary) {
+// Requests reaching the service are proved end to end; here the calls the library may make with
+// what it has, and with nobody to hand them to.
+TEST_F(ServerManagerTest, NothingUnwindsIntoTheLibrary) {
     startPlatform("\"product.tv_year\": 23");
     ServerManager manager;
-    std::vector<std::pair<unsigned int, std::string>> received;
+    std::vector<std::string> received;
     manager.m_processJsonRequestHook.set(
-        [&](unsigned int id, std::string json) { received.emplace_back(id, json); });
-    ServerManager::onReceiveCommand(4, "{\"jsonrpc\":\"2.0\"}", &manager);
+        [&](unsigned int, std::string json) { received.push_back(json); });
     ServerManager::onReceiveCommand(5, nullptr, &manager);
     ServerManager::onReceiveCommand(6, "ignored", nullptr);
-    ASSERT_EQ(2u, received.size());
-    EXPECT_EQ(4u, received[0].first);
-    EXPECT_EQ("{\"jsonrpc\":\"2.0\"}", received[0].second);
-    EXPECT_EQ("", received[1].second);
+    EXPECT_EQ(std::vector<std::string>{""}, received);
 
     manager.m_processJsonRequestHook.reset();
     ServerManager::onReceiveCommand(7, "{}", &manager);  // must not throw into the library

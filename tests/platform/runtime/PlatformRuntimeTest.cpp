@@ -5,9 +5,6 @@
 
 #include "PlatformTestSupport.h"
 #include "app_common.h"
-#include "system_info.h"
-#include "system_settings.h"
-#include "vconf.h"
 
 namespace platform_test {
 namespace {
@@ -17,22 +14,6 @@ std::string currentDir() {
 }
 
 class PlatformRuntimeTest : public PlatformTest {};
-
-TEST_F(PlatformRuntimeTest, FailedInitializeLeavesEveryInterfaceNotReady) {
-    writeFile(m_dataDir.file("vconf.json"), "not json");
-    EXPECT_NE("", startError());
-    EXPECT_FALSE(ipc_platform::isInitialized());
-    int number = 0;
-    EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_READY,
-              system_info_get_custom_int(SYSTEM_INFO_VENDOR_PREFIX "featureconf/product.tv_year",
-                                         &number));
-    EXPECT_EQ(SYSTEM_SETTINGS_ERROR_NOT_READY,
-              system_settings_get_value_int(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT, &number));
-    EXPECT_EQ(SYSTEM_SETTINGS_ERROR_NOT_READY,
-              system_settings_set_value_int(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT, 1));
-    EXPECT_EQ(-1, vconf_set_str("key", "x"));
-    EXPECT_EQ("<null>", takeString(app_get_data_path()));
-}
 
 TEST_F(PlatformRuntimeTest, SecondInitializeIsRefusedUntilShutdown) {
     start();

@@ -1,7 +1,5 @@
 // Tests of the product profile through the system information interface, and of the shipped
 // profiles.
-#include <filesystem>
-
 #include <gtest/gtest.h>
 
 #include "PlatformTestSupport.h"
@@ -21,85 +19,49 @@ protected:
         return startError(profilePath());
     }
     std::string profilePath() const { return m_dataDir.file("profile.json"); }
-
-    std::string fact(system_info_key_e key) {
-        char* value = nullptr;
-        EXPECT_EQ(SYSTEM_INFO_ERROR_NONE, system_info_get_value_string(key, &value));
-        return takeString(value);
-    }
 };
 
-TEST_F(ProductProfileTest, AnswersFeatureKeysAndFactsOfDefaultProfile) {
+// Every shipped profile loads with the service available: EveryMethodEndToEndTest.
+TEST_F(ProductProfileTest, AnswersKeysOfTheirOwnTypeOnlyAndFacts) {
     start();
     int year = 0;
-    bool ambient = false;
+    bool flag = false;
     ASSERT_EQ(SYSTEM_INFO_ERROR_NONE,
               system_info_get_custom_int(FEATURE("product.tv_year"), &year));
-    ASSERT_EQ(SYSTEM_INFO_ERROR_NONE,
-              system_info_get_custom_bool(FEATURE("ambient_screen_support"), &ambient));
     EXPECT_EQ(23, year);
-    EXPECT_TRUE(ambient);
-    EXPECT_EQ("OTV-2023-1040.5", fact(SYSTEM_INFO_KEY_SW_VERSION));
-    EXPECT_EQ("0TV23A1B2C3D4", fact(SYSTEM_INFO_KEY_SERIAL_NUMBER));
-    EXPECT_EQ("OTV55C8000", fact(SYSTEM_INFO_KEY_PRODUCT_CODE_SW));
-}
-
-TEST_F(ProductProfileTest, RefusesUnknownKeysAndKeysAskedWithAnotherType) {
-    start();
-    int number = 0;
-    bool flag = false;
+    char* version = nullptr;
+    ASSERT_EQ(SYSTEM_INFO_ERROR_NONE,
+              system_info_get_value_string(SYSTEM_INFO_KEY_SW_VERSION, &version));
+    EXPECT_EQ("OTV-2023-1040.5", takeString(version));
     EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
-              system_info_get_custom_int("featureconf/product.tv_year", &number));
+              system_info_get_custom_int("featureconf/product.tv_year", &year));
     EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
-              system_info_get_custom_int(FEATURE("product.no_such_key"), &number));
+              system_info_get_custom_int(FEATURE("product.no_such_key"), &year));
     EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER,
-              system_info_get_custom_int(FEATURE("tessera_support"), &number));
+              system_info_get_custom_int(FEATURE("tessera_support"), &year));
     EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER,
               system_info_get_custom_bool(FEATURE("product.tv_year"), &flag));
-    EXPECT_EQ(SYSTEM_INFO_ERROR_INVALID_PARAMETER, system_info_get_custom_bool(nullptr, &flag));
 }
 
-TEST_F(ProductProfileTest, BrokenOrMissingProfileFailsInitializeNamingIt) {
+// A missing profile is named end to end (IpcontroldRefusal).
+TEST_F(ProductProfileTest, BrokenProfileFailsInitializeNamingIt) {
     for (const char* text :
          {"{\"featureconf\": {", "[1, 2]", R"({"featureconf": {"easel_tv": "yes"}})",
           R"({"featureconf": {"product.tv_year": 9999999999}})",
           R"({"systemInfo": {"swVersion": 1}})", R"({"tv": ["ambientType", 4]})"}) {
         const std::string error = startWithProfile(text);
         EXPECT_NE(std::string::npos, error.find(profilePath())) << text << ": " << error;
-        EXPECT_FALSE(ipc_platform::isInitialized());
     }
-    const std::string error = startError("no-such-product");
-    EXPECT_NE(std::string::npos, error.find("profiles/no-such-product.json")) << error;
 }
 
-TEST_F(ProductProfileTest, KeepsTheTvSectionAsTextAndLeavesMissingFactsUnsupported) {
-    ASSERT_EQ("", startWithProfile(R"({"tv": {"ambientType": 4, "unsupported": ["x"]}})"));
-    EXPECT_EQ(R"({"ambientType":4,"unsupported":["x"]})",
-              ipc_platform::productProfile()->tvSection());
-    ipc_platform::shutdown();
+// The TV reads its section of every shipped profile end to end (EveryMethodEndToEndTest).
+TEST_F(ProductProfileTest, LeavesWhatTheProfileLeavesOutUnsupported) {
     ASSERT_EQ("", startWithProfile(R"({"systemInfo": {"swVersion": "1.0"}})"));
     EXPECT_EQ("", ipc_platform::productProfile()->tvSection());
-    // A fact the profile leaves out is not supported.
     char* value = nullptr;
     EXPECT_EQ(SYSTEM_INFO_ERROR_NOT_SUPPORTED,
               system_info_get_value_string(SYSTEM_INFO_KEY_SERIAL_NUMBER, &value));
     EXPECT_EQ(nullptr, value);
-}
-
-TEST_F(ProductProfileTest, EveryShippedProfileLoadsWithServiceAvailable) {
-    int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(IPC_TEST_PROFILES_DIR)) {
-        start(entry.path().string());
-        bool available = false;
-        EXPECT_EQ(SYSTEM_INFO_ERROR_NONE,
-                  system_info_get_custom_bool(FEATURE("convergence.ipcontrol.service_available"),
-                                              &available))
-            << entry.path();
-        EXPECT_TRUE(available) << entry.path();
-        ipc_platform::shutdown();
-        ++count;
-    }
-    EXPECT_EQ(5, count);
 }
 
 }  // namespace
