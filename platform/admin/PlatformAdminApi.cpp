@@ -207,7 +207,8 @@ AdminReply clientsReply(const PairedClientsControl::Result& result, const char* 
 
 }  // namespace
 
-void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter> notifications,
+void addPlatformAdminApi(AdminServer& server,
+                         const std::shared_ptr<NotificationCenter>& notifications,
                          const std::string& dataDir) {
     g_autofree gchar* authList =
         g_build_filename(dataDir.c_str(), "authlist", "authlist.dat", nullptr);

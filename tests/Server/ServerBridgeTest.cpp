@@ -82,7 +82,7 @@ TEST_F(ServerManagerTest, RequestsReachTheHookAndNothingUnwindsIntoTheLibrary) {
     ServerManager manager(true);
     std::vector<std::pair<unsigned int, std::string>> received;
     manager.m_processJsonRequestHook.set(
-        [&](unsigned int id, std::string json) { received.emplace_back(id, json); });
+        [&](unsigned int id, const std::string& json) { received.emplace_back(id, json); });
     ServerManager::onReceiveCommand(4, "{\"jsonrpc\":\"2.0\"}", &manager);
     ServerManager::onReceiveCommand(5, nullptr, &manager);
     ServerManager::onReceiveCommand(6, "ignored", nullptr);

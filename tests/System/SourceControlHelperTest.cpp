@@ -41,7 +41,7 @@ protected:
     }
 
     CmdRequest handled(CmdRequest request, List result, dynf_error error = DYNF_ERROR_NONE) {
-        return helpertest::handled(m_helper, request, error, std::move(result));
+        return helpertest::handled(m_helper, std::move(request), error, std::move(result));
     }
 
     SourceControlHelper m_helper;

@@ -17,7 +17,7 @@ protected:
 
 TEST_F(SharedJsonTest, CopiesShareTheTreeButClonesDoNot) {
     SharedJson original = parse(R"({"a":1})");
-    SharedJson shared = original;
+    SharedJson shared = original;  // NOLINT(performance-unnecessary-copy-initialization)
     SharedJson cloned = original.clone();
 
     shared["a"].set(SharedJson(2LL));
