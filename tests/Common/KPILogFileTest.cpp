@@ -120,7 +120,7 @@ TEST_F(KPILogFileTest, EventsFromManyThreadsNeverShareALineAcrossARotation) {
         senders.emplace_back([this, t] {
             for (int i = 0; i < 50; ++i) {
                 m_logger->AddEventLogSync("23_ip_control", "COMMAND", "EV002",
-                                          std::string(6000 + t * 370, 'a' + t));
+                                          std::string(6000 + t * 370, static_cast<char>('a' + t)));
             }
         });
     }
