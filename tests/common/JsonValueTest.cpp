@@ -102,6 +102,7 @@ TEST_F(JsonValueAccessTest, AppendMovesValueAndLeavesItNull) {
     list.append(std::move(item));
     list.append(copied);
 
+    // NOLINTNEXTLINE(bugprone-use-after-move): what a move leaves behind is tested
     EXPECT_TRUE(item.isNull());
     EXPECT_FALSE(item.isMember("k"));
     EXPECT_EQ(copied.asString(), "copied");
@@ -136,6 +137,7 @@ TEST_F(JsonValueAccessTest, ChildAssignedToItsParentReplacesIt) {
 TEST_F(JsonValueAccessTest, ParentAssignedToItsChildIsCopied) {
     JsonValue value = parse(R"({"a":1})");
     value["a"] = std::move(value);
+    // NOLINTNEXTLINE(bugprone-use-after-move): a self-move is tested
     EXPECT_EQ(value.toString(), R"({"a":{"a":1}})");
 }
 
@@ -193,7 +195,9 @@ TEST_F(JsonValueCopyTest, CopiesAreDeepAndMovedFromValuesNull) {
 
     JsonValue target(std::move(constructed));
     assigned = std::move(target);
+    // NOLINTNEXTLINE(bugprone-use-after-move): what a move leaves behind is tested
     EXPECT_TRUE(constructed.isNull());
+    // NOLINTNEXTLINE(bugprone-use-after-move): what a move leaves behind is tested
     EXPECT_TRUE(target.isNull());
     EXPECT_EQ(assigned.toString(), R"({"a":[1,{"b":3}]})");
 }
