@@ -25,7 +25,8 @@ protected:
     }
 
     CmdRequest handled(CmdRequest request, List result) {
-        return helpertest::handled(m_helper, request, DYNF_ERROR_NONE, std::move(result));
+        return helpertest::handled(m_helper, std::move(request), DYNF_ERROR_NONE,
+                                   std::move(result));
     }
 
     PictureControlHelper m_helper;
