@@ -13,7 +13,8 @@ ARGS           ?=
 TEST_ENV  = G_SLICE=always-malloc
 TSAN_ENV  = $(TEST_ENV) TSAN_OPTIONS="suppressions=$(CURDIR)/tests/tsan.supp"
 
-.PHONY: all setup web-test-deps build run test test-tsan fuzz install format check-format tidy clean
+.PHONY: all setup web-test-deps build run test test-tsan fuzz install format check-format tidy \
+	tidy-changed clean
 
 all: build
 
@@ -62,13 +63,11 @@ format:
 check-format: setup
 	git ls-files -z '*.c' '*.cpp' '*.h' | xargs -0 clang-format --dry-run --Werror
 
-# clang-tidy with .clang-tidy over every file of the sanitizer build's compile database and our
-# own headers; any finding fails. TIDY_FILES, a regex on the path, narrows it (TIDY_FILES=src/).
-TIDY_FILES ?=
-tidy: setup
+# clang-tidy with .clang-tidy over every file of the sanitizer build and our own headers; any
+# finding fails. tidy-changed checks only the files changed since the main line (scripts/tidy.sh).
+tidy tidy-changed: setup
 	cmake -S . -B $(ASAN_BUILD_DIR) -DCMAKE_BUILD_TYPE=Debug -DIPC_SANITIZE=address,undefined
-	run-clang-tidy -p $(ASAN_BUILD_DIR) -j $(JOBS) -quiet -header-filter='^$(CURDIR)/' \
-		'^$(CURDIR)/$(TIDY_FILES)'
+	scripts/tidy.sh $(ASAN_BUILD_DIR) $(JOBS) $(if $(filter tidy-changed,$@),--changed)
 
 clean:
 	rm -rf $(BUILD_DIR) $(ASAN_BUILD_DIR) $(TSAN_BUILD_DIR) $(FUZZ_BUILD_DIR)
