@@ -21,7 +21,7 @@ if [ "$mode" = --changed ]; then
         mapfile -t changed < <(git diff --name-only "$base" --)
         rebuilt='\.h$|^\.clang-tidy$|CMakeLists\.txt$|^cmake/'
         if printf '%s\n' "${changed[@]}" | grep -q -E "$rebuilt"; then
-            echo "tidy: a header or the build changed since ${base:0:12}: every file"
+            echo "tidy: a header or the build changed since ${base:0:12}"
         else
             sources=$(printf '%s\n' "${changed[@]}" | grep -E '\.(c|cpp)$' |
                 sed 's/[].[^$*+?(){}|\\]/\\&/g' | paste -sd '|' || true)
@@ -35,6 +35,7 @@ if [ "$mode" = --changed ]; then
     fi
 fi
 
+[ "$files" = "^$PWD/" ] && echo "tidy: every file"
 # run-clang-tidy colours its output and names every file it starts; only findings are kept.
 run-clang-tidy -p "$build" -j "$jobs" -quiet -header-filter="^$PWD/" "$files" 2>&1 |
     sed -u -E 's/\x1b\[[0-9;]*m//g' |
