@@ -51,6 +51,7 @@ const char* difference(JsonNode* fast, JsonNode* fastParent, JsonNode* full, Jso
             } else if (type == G_TYPE_DOUBLE) {
                 const double a = json_node_get_double(fast);
                 const double b = json_node_get_double(full);
+                // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): bit for bit, so -0 != 0
                 same = memcmp(&a, &b, sizeof a) == 0;
             }
             return same ? "" : "value";

@@ -24,9 +24,9 @@ ServiceManager& pipeline() {
         created->m_getPeerMacAddressHook.set(
             [](unsigned int) { return std::string("02:00:00:00:00:01"); });
         created->m_accessTokenCheckInAuthGroupHook.set(
-            [](std::string token) { return token == kKnownToken ? 1 : 0; });
-        created->m_macAddressCheckInDeniedGroupHook.set([](std::string) { return 0; });
-        created->m_issueAccessTokenHook.set([](std::string) { return 0; });
+            [](const std::string& token) { return token == kKnownToken ? 1 : 0; });
+        created->m_macAddressCheckInDeniedGroupHook.set([](const std::string&) { return 0; });
+        created->m_issueAccessTokenHook.set([](const std::string&) { return 0; });
         created->m_runCommandHook.set([](CmdRequest*) {});
         return created;
     }();

@@ -64,7 +64,7 @@ int fail(int code, const std::string& message) {
 // Installed, the service's libraries sit in their own folder lib/ipcontrol; in the build tree
 // they are in lib.
 std::string pluginPath() {
-    const std::string installed = hostExecutableDir() + "/../lib/ipcontrol/libipcontrol-plugin.so";
+    std::string installed = hostExecutableDir() + "/../lib/ipcontrol/libipcontrol-plugin.so";
     if (g_file_test(installed.c_str(), G_FILE_TEST_EXISTS)) {
         return installed;
     }

@@ -221,7 +221,8 @@ AdminReply clientsReply(const PairedClientsControl::Result& result, const char* 
 
 }  // namespace
 
-void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter> notifications) {
+void addPlatformAdminApi(AdminServer& server,
+                         const std::shared_ptr<NotificationCenter>& notifications) {
     server.addStateSection("settings", settingsSection);
     server.addStateSection("product", productSection);
     server.addStateSection("notification",

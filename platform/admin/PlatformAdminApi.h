@@ -20,6 +20,7 @@ class NotificationCenter;
 // Settings are read and written through the system settings interface, so a change made here
 // runs the same change callbacks as an edit of the settings file. Main-loop only, before the
 // server starts; what it adds runs on the server's callback threads and is thread-safe.
-void addPlatformAdminApi(AdminServer& server, std::shared_ptr<NotificationCenter> notifications);
+void addPlatformAdminApi(AdminServer& server,
+                         const std::shared_ptr<NotificationCenter>& notifications);
 
 }  // namespace ipc_platform

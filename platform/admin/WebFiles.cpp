@@ -47,7 +47,7 @@ std::string resolveWebFile(const std::string& webDir, const std::string& urlPath
         return std::string();
     }
     const std::string root = realPath(webDir);
-    const std::string file = realPath(webDir + "/" + relative);
+    std::string file = realPath(webDir + "/" + relative);
     struct stat info = {};
     if (root.empty() || file.empty() || file.compare(0, root.size() + 1, root + "/") != 0 ||
         stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {

@@ -177,6 +177,7 @@ intmax_t signedArg(Length length, va_list& ap) {
             return va_arg(ap, long);
         case Length::kLongLong:
             return va_arg(ap, long long);
+        // NOLINTNEXTLINE(bugprone-branch-clone): the types coincide on 64-bit Linux only
         case Length::kSize:
             return va_arg(ap, ssize_t);
         case Length::kMax:
@@ -198,6 +199,7 @@ uintmax_t unsignedArg(Length length, va_list& ap) {
             return va_arg(ap, unsigned long);
         case Length::kLongLong:
             return va_arg(ap, unsigned long long);
+        // NOLINTNEXTLINE(bugprone-branch-clone): the types coincide on 64-bit Linux only
         case Length::kSize:
             return va_arg(ap, size_t);
         case Length::kMax:

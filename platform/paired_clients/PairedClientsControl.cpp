@@ -131,7 +131,7 @@ PairedClientsControl::Result PairedClientsControl::reset(std::chrono::millisecon
         timeout);
 }
 
-PairedClientsControl::Result PairedClientsControl::_onMainLoop(std::function<Result()> call,
+PairedClientsControl::Result PairedClientsControl::_onMainLoop(const std::function<Result()>& call,
                                                                std::chrono::milliseconds timeout) {
     auto pending = std::make_shared<PendingCall>();
     // The handlers are looked up when the call runs: a service that stopped meanwhile is not

@@ -65,7 +65,7 @@ private:
     PairedClientsControl() = default;
 
     // Runs call on the main loop with the handlers installed at that time and waits for it.
-    Result _onMainLoop(std::function<Result()> call, std::chrono::milliseconds timeout);
+    Result _onMainLoop(const std::function<Result()>& call, std::chrono::milliseconds timeout);
 
     std::recursive_mutex m_mutex;  // protects the handlers; held while one runs
     paired_clients_revoke_cb m_revoke = nullptr;

@@ -53,13 +53,16 @@ bool ServiceController::create() {
         });
         service->m_getPeerMacAddressHook.set(
             [this](unsigned int clientId) { return processGetPeerMacAddress(clientId); });
-        service->m_accessTokenCheckInAuthGroupHook.set(
-            [this](std::string token) { return processAccessTokenCheckInAuthGroup(token); });
-        service->m_macAddressCheckInDeniedGroupHook.set(
-            [this](std::string macAddr) { return processMacAddressCheckInDeniedGroup(macAddr); });
+        service->m_accessTokenCheckInAuthGroupHook.set([this](std::string token) {
+            return processAccessTokenCheckInAuthGroup(std::move(token));
+        });
+        service->m_macAddressCheckInDeniedGroupHook.set([this](std::string macAddr) {
+            return processMacAddressCheckInDeniedGroup(std::move(macAddr));
+        });
         service->m_issueAccessTokenHook.set(
-            [this](std::string macAddr) { return processIssueAccessToken(macAddr); });
-        service->m_showMessageHook.set([this](std::string text) { processShowMessage(text); });
+            [this](std::string macAddr) { return processIssueAccessToken(std::move(macAddr)); });
+        service->m_showMessageHook.set(
+            [this](std::string text) { processShowMessage(std::move(text)); });
         service->m_runCommandHook.set([this](CmdRequest* cmd) { processRunCommand(cmd); });
     }
     if (ServerManager* server = serverManager()) {
@@ -154,6 +157,7 @@ void ServiceController::processRunCommand(CmdRequest* cmd) {
     }
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 void ServiceController::processJsonRequest(unsigned int clientId, std::string json) {
     if (ServiceManager* service = serviceManager()) {
         service->handleJsonRequest(clientId, json);
@@ -174,6 +178,7 @@ void ServiceController::processStopUPnPDevice() {
     }
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 bool ServiceController::processNotifyAccessToken(std::string result) {
     ServiceManager* service = serviceManager();
     return service != nullptr && service->handleAccessToken(result);

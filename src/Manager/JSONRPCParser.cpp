@@ -166,6 +166,7 @@ bool JSONRPCParser::getAccessToken(std::string& out) {
     return false;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 bool JSONRPCParser::setCopiedParams(std::string text) {
     m_copiedParams = JsonValue::Create(text);
     return !m_copiedParams.isNull();
@@ -205,6 +206,7 @@ bool JSONRPCParser::isDeviceControl() {
     return m_methodName == "USBSourceControl" || m_methodName == "externalSpeakerControl";
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 std::string JSONRPCParser::buildResponse(std::string errorText, bool isSetMethod) {
     JsonValue response(JsonType::objectValue);
     response["jsonrpc"] = "2.0";

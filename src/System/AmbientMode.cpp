@@ -14,9 +14,8 @@ const int kEaselArtAmbientType = 4;
 
 bool refusesWrites(bool ambientScreenSupported, bool easelTv) {
     bool ambient = false;
-    if (ambientScreenSupported) {
-        ambient = SystemApi::getInstance().isAmbientMode();
-    } else if (easelTv && device_power_get_ambient_type() == kEaselArtAmbientType) {
+    if (ambientScreenSupported ||
+        (easelTv && device_power_get_ambient_type() == kEaselArtAmbientType)) {
         ambient = SystemApi::getInstance().isAmbientMode();
     }
     LOGI("bAmbientMode:%d", ambient);

@@ -245,7 +245,7 @@ std::string AppControlHelper::_getAppId(const std::string& key, const std::strin
         LOGE("failed to get appId by runtitle!");
         return target;
     }
-    const std::string appId = resolved;
+    std::string appId = resolved;
     std::free(resolved);
     LOGI("updated app id -> (%s)", appId.c_str());
     return appId;

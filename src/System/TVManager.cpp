@@ -104,7 +104,7 @@ void TVManager::_startCommand(CmdRequest* request, bool isSet) {
         return;
     }
     if (isSet ? m_handler->setRequest(request) : m_handler->getRequest(request)) {
-        owned.release();  // the handler's result path answers and frees it
+        (void)owned.release();  // the handler's result path answers and frees it
         return;
     }
     if (isSet) {

@@ -51,6 +51,7 @@ std::string AppInfoUtil::GetAppVersion() {
     return fromGetter(app_get_version);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 std::string AppInfoUtil::GetRootPath(std::string packageName) {
     package_info_h info = nullptr;
     const int err = package_info_create(packageName.c_str(), &info);

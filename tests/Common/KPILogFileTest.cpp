@@ -115,11 +115,12 @@ TEST_F(KPILogFileTest, LogMovedOrTruncatedBySomeoneElseIsFollowedByTheNextRotati
 TEST_F(KPILogFileTest, EventsFromManyThreadsNeverShareALineAcrossARotation) {
     // 200 lines of 6 to 7 KiB: the log rotates once while the threads write.
     std::vector<std::thread> senders;
+    senders.reserve(4);
     for (int t = 0; t < 4; ++t) {
         senders.emplace_back([this, t] {
             for (int i = 0; i < 50; ++i) {
                 m_logger->AddEventLogSync("23_ip_control", "COMMAND", "EV002",
-                                          std::string(6000 + t * 370, 'a' + t));
+                                          std::string(6000 + t * 370, static_cast<char>('a' + t)));
             }
         });
     }

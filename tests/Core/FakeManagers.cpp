@@ -55,6 +55,7 @@ void DeviceManager::runCommand(CmdRequest*) {
     record("DeviceManager::runCommand");
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 void UIManager::showMsgBox(std::string text) {
     record("UIManager::showMsgBox(" + text + ")");
 }

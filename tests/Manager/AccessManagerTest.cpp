@@ -1,5 +1,6 @@
 // The access manager's approval flows over the recording notification stand-in and the main loop.
 #include <atomic>
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -375,7 +376,8 @@ TEST_F(AccessManagerTest, TokenLookupFollowsEveryChangeOfTheList) {
                 JsonValue records(common::json::JsonType::arrayValue);
                 for (size_t i = 0; i < 1 + pick(3); ++i) {
                     JsonValue record(common::json::JsonType::objectValue);
-                    record["AccessToken"] = *std::next(tokens.begin(), pick(4));
+                    record["AccessToken"] =
+                        *std::next(tokens.begin(), static_cast<std::ptrdiff_t>(pick(4)));
                     record["MacAddr"] = macs[pick(macs.size())];
                     record["AccessClass"] = static_cast<int>(pick(3));
                     records.append(record);

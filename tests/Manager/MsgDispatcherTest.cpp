@@ -85,6 +85,7 @@ TEST_F(MsgDispatcherTest, RunsJobsInQueueOrderOneAtATimeWithoutLostWakeUps) {
     std::atomic<int> running(0);
     std::atomic<bool> overlapped(false);
     std::vector<std::thread> producers;
+    producers.reserve(3);
     for (int p = 0; p < 3; ++p) {
         producers.emplace_back([&, p] {
             for (int i = 0; i < kPerProducer; ++i) {

@@ -55,10 +55,11 @@ protected:
         m_pipeline.m_getPeerMacAddressHook.set(
             [](unsigned int id) { return "mac-" + std::to_string(id); });
         m_pipeline.m_accessTokenCheckInAuthGroupHook.set(
-            [](std::string token) { return token == kKnownToken ? 1 : 0; });
-        m_pipeline.m_macAddressCheckInDeniedGroupHook.set(
-            [](std::string mac) { return mac == "mac-" + std::to_string(kDeniedClient) ? 1 : 0; });
-        m_pipeline.m_issueAccessTokenHook.set([this](std::string mac) {
+            [](const std::string& token) { return token == kKnownToken ? 1 : 0; });
+        m_pipeline.m_macAddressCheckInDeniedGroupHook.set([](const std::string& mac) {
+            return mac == "mac-" + std::to_string(kDeniedClient) ? 1 : 0;
+        });
+        m_pipeline.m_issueAccessTokenHook.set([this](const std::string& mac) {
             m_issuedFor.push_back(mac);
             return m_issue(mac);
         });

@@ -93,6 +93,7 @@ TEST(JsonValueAccessTest, AppendMovesValueAndLeavesItNull) {
     list.append(std::move(item));
     list.append(copied);
 
+    // NOLINTNEXTLINE(bugprone-use-after-move): what a move leaves behind is tested
     EXPECT_TRUE(item.isNull());
     EXPECT_FALSE(item.isMember("k"));
     EXPECT_EQ(copied.asString(), "copied");
@@ -125,6 +126,7 @@ TEST(JsonValueAccessTest, AssignmentsBetweenParentChildAndSiblingMoveOrCopyWhole
 
     JsonValue parent = parse(R"({"a":1})");
     parent["a"] = std::move(parent);  // the parent is copied into its child
+    // NOLINTNEXTLINE(bugprone-use-after-move): a self-move is tested
     EXPECT_EQ(parent.toString(), R"({"a":{"a":1}})");
 
     JsonValue siblings = parse(R"({"a":1,"b":{"c":[true]}})");
@@ -176,7 +178,9 @@ TEST(JsonValueCopyTest, CopiesAreDeepAndMovedFromValuesNull) {
 
     JsonValue target(std::move(constructed));
     assigned = std::move(target);
+    // NOLINTNEXTLINE(bugprone-use-after-move): what a move leaves behind is tested
     EXPECT_TRUE(constructed.isNull());
+    // NOLINTNEXTLINE(bugprone-use-after-move): what a move leaves behind is tested
     EXPECT_TRUE(target.isNull());
     EXPECT_EQ(assigned.toString(), R"({"a":[1,{"b":3}]})");
 }

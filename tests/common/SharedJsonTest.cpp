@@ -15,7 +15,7 @@ protected:
 
 TEST_F(SharedJsonTest, CopiesShareTheTreeButClonesAndMovesDoNot) {
     SharedJson original = parse(R"({"a":1})");
-    SharedJson shared = original;
+    SharedJson shared = original;  // NOLINT(performance-unnecessary-copy-initialization)
     SharedJson cloned = original.clone();
 
     shared["a"].set(SharedJson(2LL));
@@ -61,6 +61,7 @@ TEST_F(SharedJsonTest, AppendTakesContentAndLeavesSourceNull) {
     list.append(std::move(inner));
 
     EXPECT_EQ(list.to_string(false), R"([{"k":"v"},[true]])");
+    // NOLINTNEXTLINE(bugprone-use-after-move): what a move leaves behind is tested
     EXPECT_EQ(item.type(), JsonType::nullValue);
     EXPECT_EQ(other.to_string(false), R"({"inner":null})");
 

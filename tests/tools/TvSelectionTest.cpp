@@ -25,6 +25,7 @@ TvTarget tv(const std::string& name, const std::string& address, const std::stri
 
 std::vector<std::string> namesOf(const std::vector<TvTarget>& tvs) {
     std::vector<std::string> names;
+    names.reserve(tvs.size());
     for (const TvTarget& target : tvs) {
         names.push_back(target.name.empty() ? target.address : target.name);
     }
@@ -141,6 +142,7 @@ TEST(TvBatch, JsonKeepsTheTvsRawBodiesAndCounts) {
 
 TEST(TvBatch, RunsEveryTvOnceWithNoMoreAtOnceThanAllowed) {
     std::vector<TvTarget> tvs;
+    tvs.reserve(40);
     for (int i = 0; i < 40; ++i) {
         tvs.push_back(tv("tv" + std::to_string(i), "10.0.0." + std::to_string(i), "M"));
     }

@@ -77,7 +77,7 @@ bool CommandLine::parse(const std::vector<std::string>& argv, std::string& error
         return true;
     }
     size_t i = 0;
-    for (; i < argv.size() && argv[i].rfind("-", 0) == 0; ++i) {
+    for (; i < argv.size() && argv[i].rfind('-', 0) == 0; ++i) {
         const std::string& arg = argv[i];
         std::string name = arg.substr(0, arg.find('='));
         std::string value;
@@ -121,7 +121,7 @@ bool CommandLine::parse(const std::vector<std::string>& argv, std::string& error
         error = "unknown command '" + argv[i] + "'";
         return false;
     }
-    const std::string name = argv[i++];
+    const std::string& name = argv[i++];
     helpTopic = name;
     for (; i < argv.size(); ++i) {
         const std::string& arg = argv[i];

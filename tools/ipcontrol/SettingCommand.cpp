@@ -59,6 +59,7 @@ std::vector<SettingCommand::Step> SettingCommand::plan(const CommandLine& comman
             return {step("inputSourceControl", "inputSource", value)};
         case Command::Key: {
             std::vector<Step> steps;
+            steps.reserve(args.size());
             for (const std::string& key : args) {
                 steps.push_back(step("remoteKeyControl", "remoteKey", key));
             }

@@ -52,6 +52,7 @@ int connectWithin(const std::string& host, unsigned short port, std::chrono::mil
         if (::connect(fd, a->ai_addr, a->ai_addrlen) == 0) {
             break;
         }
+        // NOLINTNEXTLINE(bugprone-branch-clone): one branch per step that can fail
         if (errno != EINPROGRESS) {
             error = errno;
         } else if (!writableBefore(fd, deadline)) {

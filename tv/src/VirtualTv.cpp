@@ -34,7 +34,7 @@ struct VirtualTv::Pending {
     dynf_error forcedError = DYNF_ERROR_NONE;  // the failNext knob
 };
 
-VirtualTv::VirtualTv(PropertySchema schema, TvConfig config, std::string statePath)
+VirtualTv::VirtualTv(const PropertySchema& schema, TvConfig config, std::string statePath)
     : m_config(std::move(config)),
       m_rules(m_config.apps, m_config.extendedSources, m_config.multiView, m_config.wallStates),
       m_stateFile(std::move(statePath)),

@@ -58,7 +58,7 @@ public:
         void* userData = nullptr;
     };
 
-    VirtualTv(PropertySchema schema, TvConfig config, std::string statePath);
+    VirtualTv(const PropertySchema& schema, TvConfig config, std::string statePath);
     ~VirtualTv();
     VirtualTv(const VirtualTv&) = delete;
     VirtualTv& operator=(const VirtualTv&) = delete;

@@ -25,6 +25,7 @@ UpnpError IPControlServiceHelper::dispatchAction(UpnpAction& action) {
     return UpnpError::E401_INVALID_ACTION();
 }
 
+// NOLINTNEXTLINE(bugprone-virtual-near-miss): deliberately not the subscription hook
 void IPControlServiceHelper::dispatchInitialEvent(std::string& body) {
     EventPropertySet properties;
     {

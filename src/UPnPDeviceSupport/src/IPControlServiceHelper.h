@@ -22,7 +22,7 @@ public:
 
     // A GENA body with the single property IPControlState. Not the subscription hook: a new
     // subscriber's first event stays empty.
-    void dispatchInitialEvent(std::string& body);
+    void dispatchInitialEvent(std::string& body);  // NOLINT(bugprone-virtual-near-miss)
     bool svSetIPControlState(const std::string& state);
     void begin();
     void end();

@@ -24,8 +24,7 @@ bool fail(const std::string& text) {
 bool isDigits(const std::string& text, size_t from) {
     if (from >= text.size())
         return false;
-    return std::all_of(text.begin() + from, text.end(),
-                       [](char c) { return c >= '0' && c <= '9'; });
+    return text.find_first_not_of("0123456789", from) == std::string::npos;
 }
 
 // Optional sign, then digits only; read whole by a stream.

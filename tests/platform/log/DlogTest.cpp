@@ -108,6 +108,7 @@ TEST(LogRingTest, ManyWritersLoseNoLineSilentlyAndNeverTearOne) {
     writer.start();
 
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&ring, t] {
             for (int i = 0; i < kLinesPerThread; ++i) {
