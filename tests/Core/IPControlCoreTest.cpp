@@ -152,10 +152,4 @@ TEST_F(IPControlCoreTest, DestroyWhileIdleRemovesTheSettingCallback) {
     EXPECT_FALSE(m_core->isStarted());
 }
 
-TEST_F(IPControlCoreTest, CallbackWithoutCoreIsIgnored) {
-    startWith(kAvailable, 1);
-    ip_remote_support_change_cb(SYSTEM_SETTINGS_KEY_IP_REMOTE_SUPPORT, nullptr);
-    EXPECT_FALSE(m_log.contains("IP_REMOTE_SUPPORT change handling start"));
-}
-
 }  // namespace
