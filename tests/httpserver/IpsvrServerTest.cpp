@@ -118,13 +118,8 @@ protected:
         return m_requests.size();
     }
 
-    // Sends a raw request on a fresh connection; status 0 when no response came.
     HttpResponse exchange(const std::string& request) {
-        HttpClient client;
-        if (!client.connect(m_port) || !client.send(request)) {
-            return {};
-        }
-        return client.read().value_or(HttpResponse{});
+        return testsupport::exchange(m_port, request);
     }
 
     unsigned short m_port = 0;
@@ -269,14 +264,10 @@ TEST_F(IpsvrServerTest, StopAnswersPendingRequestsAndStartTellsABusyPort) {
     EXPECT_EQ(ipsvr_stop(), IPSVR_OK);
     EXPECT_EQ(ipsvr_getPort(), IPSVR_ERR_NOT_STARTED);
 
-    int busy = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    socklen_t length = sizeof address;
-    ASSERT_EQ(bind(busy, reinterpret_cast<sockaddr*>(&address), length), 0);
-    ASSERT_EQ(listen(busy, 1), 0);
-    ASSERT_EQ(getsockname(busy, reinterpret_cast<sockaddr*>(&address), &length), 0);
-    EXPECT_EQ(ipsvr_start(ntohs(address.sin_port)), IPSVR_ERR_PORT_IN_USE);
+    unsigned short held = 0;
+    const int busy = testsupport::holdLoopbackPort(held, true);
+    ASSERT_GE(busy, 0);
+    EXPECT_EQ(ipsvr_start(held), IPSVR_ERR_PORT_IN_USE);
     close(busy);
 
     // The port it had serves again.

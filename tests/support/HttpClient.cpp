@@ -161,6 +161,15 @@ void HttpClient::close() {
     m_pending.clear();
 }
 
+HttpResponse exchange(unsigned short port, const std::string& request,
+                      HttpClient::Timeout timeout) {
+    HttpClient client;
+    if (!client.connect(port) || !client.send(request)) {
+        return HttpResponse();
+    }
+    return client.read(timeout).value_or(HttpResponse());
+}
+
 int holdLoopbackPort(unsigned short& port, bool listening) {
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = {};
