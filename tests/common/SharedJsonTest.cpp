@@ -8,12 +8,11 @@ using common::json::SharedJson;
 
 namespace {
 
-class SharedJsonTest : public ::testing::Test {
-protected:
-    static SharedJson parse(const char* text) { return SharedJson::Create(text); }
-};
+SharedJson parse(const char* text) {
+    return SharedJson::Create(text);
+}
 
-TEST_F(SharedJsonTest, CopiesShareTheTreeButClonesAndMovesDoNot) {
+TEST(SharedJsonTest, CopiesShareTheTreeButClonesAndMovesDoNot) {
     SharedJson original = parse(R"({"a":1})");
     SharedJson shared = original;
     SharedJson cloned = original.clone();
@@ -40,7 +39,7 @@ TEST_F(SharedJsonTest, CopiesShareTheTreeButClonesAndMovesDoNot) {
     EXPECT_EQ(taken.to_string(false), R"({"a":2})");
 }
 
-TEST_F(SharedJsonTest, SetMovesChildContentIntoItsParent) {
+TEST(SharedJsonTest, SetMovesChildContentIntoItsParent) {
     SharedJson root = parse(R"({"a":{"b":[1,2]},"c":3})");
     SharedJson observer = root;
     root.set(root["a"]);  // a handle on a child of the very node being replaced
@@ -51,7 +50,7 @@ TEST_F(SharedJsonTest, SetMovesChildContentIntoItsParent) {
     EXPECT_EQ(scalar.to_string(false), R"("text")");
 }
 
-TEST_F(SharedJsonTest, AppendTakesContentAndLeavesSourceNull) {
+TEST(SharedJsonTest, AppendTakesContentAndLeavesSourceNull) {
     SharedJson list = parse("[]");
     SharedJson item = parse(R"({"k":"v"})");
     SharedJson other = parse(R"({"inner":[true]})");

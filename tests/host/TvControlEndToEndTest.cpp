@@ -146,12 +146,4 @@ TEST_F(TvControlEndToEndTest, KeysAppsAndSpeakersActOnTheTv) {
     EXPECT_EQ("External", result("speakerSelectControl")["speakerSelect"].asString());
 }
 
-// Where the product lacks art mode, every-method's test proves the refusal.
-TEST_F(TvControlEndToEndTest, ArtModeIsWrittenWhereTheProductHasIt) {
-    start("easel");
-    EXPECT_EQ(JsonValue::Create(R"({"artMode":"on"})"),
-              result("artModeControl", R"({"artMode":"on"})"));
-    EXPECT_EQ("on", result("artModeControl")["artMode"].asString());
-}
-
 }  // namespace
