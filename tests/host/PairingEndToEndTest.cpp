@@ -136,57 +136,40 @@ TEST_F(PairingEndToEndTest, HardenedServiceRefusesTheEmptyTokenAfterADenyAndHide
 
 // A network namespace joined to this one by a veth pair on a /30 of its own, so that a client
 // inside it reaches the daemon from a real MAC address. Both are removed at destruction.
-class VethNamespace {
-public:
+struct VethNamespace {
     VethNamespace(const std::string& name, const std::string& network, int first)
-        : m_name(name),
-          m_hostAddress(network + std::to_string(first + 1)),
-          m_clientAddress(network + std::to_string(first + 2)) {}
-
+        : name(name), hostAddress(network + std::to_string(first + 1)) {
+        clientAddress = network + std::to_string(first + 2);
+    }
     ~VethNamespace() {
         std::string ignored;
-        shell("ip link del " + hostSide(), ignored);
-        shell("ip netns del " + m_name, ignored);
+        shell("ip link del " + name + "h", ignored);
+        shell("ip netns del " + name, ignored);
     }
 
     // Creates the namespace (false with the reason when that is not possible here), then the
     // link; a failure after the namespace exists fails the test.
     bool create(std::string& reason) {
-        if (!shell("ip netns add " + m_name, reason)) {
+        if (!shell("ip netns add " + name, reason)) {
             return false;
         }
-        const std::string client = "ip -n " + m_name;
+        const std::string host = name + "h", client = name + "c", inside = "ip -n " + name;
         std::string output;
-        const std::string steps[] = {
-            "ip link add " + hostSide() + " type veth peer name " + clientSide() + " netns " +
-                m_name,
-            "ip addr add " + m_hostAddress + "/30 dev " + hostSide(),
-            "ip link set " + hostSide() + " up",
-            client + " addr add " + m_clientAddress + "/30 dev " + clientSide(),
-            client + " link set " + clientSide() + " up",
-            client + " link set lo up",
-        };
-        for (const std::string& step : steps) {
+        for (const std::string& step :
+             {"ip link add " + host + " type veth peer name " + client + " netns " + name,
+              "ip addr add " + hostAddress + "/30 dev " + host, "ip link set " + host + " up",
+              inside + " addr add " + clientAddress + "/30 dev " + client,
+              inside + " link set " + client + " up", inside + " link set lo up"}) {
             EXPECT_TRUE(shell(step, output)) << step << ": " << output;
         }
-        EXPECT_TRUE(shell(client + " -o link show dev " + clientSide(), output)) << output;
+        EXPECT_TRUE(shell(inside + " -o link show dev " + client, output)) << output;
         size_t at = output.find("link/ether ");
-        m_mac = at == std::string::npos ? "" : output.substr(at + 11, 17);
+        mac = at == std::string::npos ? "" : output.substr(at + 11, 17);
         return true;
     }
+    std::vector<std::string> exec() const { return {"ip", "netns", "exec", name}; }
 
-    const std::string& hostAddress() const { return m_hostAddress; }
-    const std::string& mac() const { return m_mac; }
-    std::vector<std::string> exec() const { return {"ip", "netns", "exec", m_name}; }
-
-private:
-    std::string hostSide() const { return m_name + "h"; }
-    std::string clientSide() const { return m_name + "c"; }
-
-    std::string m_name;
-    std::string m_hostAddress;
-    std::string m_clientAddress;
-    std::string m_mac;
+    std::string name, hostAddress, clientAddress, mac;
 };
 
 TEST_F(PairingEndToEndTest, ClientsWithTwoMacAddressesGetARecordEach) {
@@ -203,15 +186,13 @@ TEST_F(PairingEndToEndTest, ClientsWithTwoMacAddressesGetARecordEach) {
         GTEST_SKIP() << "ip netns add failed: " << reason;
     }
     ASSERT_TRUE(second.create(reason)) << reason;
-    ASSERT_FALSE(first.mac().empty());
-    ASSERT_FALSE(second.mac().empty());
-    ASSERT_NE(first.mac(), second.mac());
+    ASSERT_NE(first.mac, second.mac);  // the records' addresses are compared with them
 
     startTv("allow");
     for (const VethNamespace* ns : {&first, &second}) {
         CliRunner client;
-        EXPECT_EQ(0, client.run({"--host", ns->hostAddress(), "--port",
-                                 std::to_string(m_tv->port()), "pair"},
+        EXPECT_EQ(0, client.run({"--host", ns->hostAddress, "--port", std::to_string(m_tv->port()),
+                                 "pair"},
                                 ns->exec()))
             << client.output() << m_tv->output();
     }
@@ -224,7 +205,7 @@ TEST_F(PairingEndToEndTest, ClientsWithTwoMacAddressesGetARecordEach) {
         EXPECT_TRUE(isToken(records[i]["AccessToken"].asString())) << records.toString();
         EXPECT_EQ(0, records[i]["AccessClass"].asInt());
     }
-    EXPECT_EQ((std::set<std::string>{first.mac(), second.mac()}), macs);
+    EXPECT_EQ((std::set<std::string>{first.mac, second.mac}), macs);
 }
 
 }  // namespace

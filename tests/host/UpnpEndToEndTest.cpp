@@ -87,10 +87,6 @@ protected:
                "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
                body;
     }
-    std::string controlText(const std::string& soapAction, const std::string& body,
-                            const std::string& headers = "") const {
-        return requestText("POST", kControlPath, controlHeaders(soapAction) + headers, body);
-    }
     static std::string controlHeaders(const std::string& soapAction) {
         return "Content-Type: text/xml; charset=\"utf-8\"\r\nSOAPACTION: \"" + soapAction +
                "\"\r\n";
@@ -187,11 +183,11 @@ TEST_F(UpnpEndToEndTest, ServesItsDescriptionAndIcons) {
     start();
     HttpResponse served = request("GET", "/" + m_uuid + ".xml");
     EXPECT_THAT(served.header("server"), testing::MatchesRegex(kServerString));
-    std::string text = served.body;
-    EXPECT_THAT(text, HasSubstr("<deviceType>" + kDeviceType + "</deviceType>"));
-    EXPECT_THAT(text, HasSubstr("<friendlyName>[TV] Living Room</friendlyName>"));
-    EXPECT_THAT(text, HasSubstr("<UDN>uuid:" + m_uuid + "</UDN>"));
-    EXPECT_THAT(text, HasSubstr("<controlURL>" + kControlPath + "</controlURL>"));
+    for (const std::string& element :
+         {"<deviceType>" + kDeviceType + "<", std::string("<friendlyName>[TV] Living Room<"),
+          "<UDN>uuid:" + m_uuid + "<", "<controlURL>" + kControlPath + "<"}) {
+        EXPECT_THAT(served.body, HasSubstr(element));
+    }
     for (const char* icon : {"icon_SML.jpg", "icon_LRG.jpg", "icon_SML.png", "icon_LRG.png"}) {
         HttpResponse answer = request("GET", std::string("/") + icon);
         EXPECT_EQ(200, answer.status) << icon;
@@ -236,12 +232,13 @@ TEST_F(UpnpEndToEndTest, ControlRequestsGetFaultsAndSizeLimit) {
 
     // A fault leaves a kept-alive connection usable; an answer that ends it says so.
     HttpClient client;
-    ASSERT_TRUE(client.connect(m_port));
-    client.send(controlText(kServiceType + "#Foo", soapRequest("Foo")));
-    EXPECT_EQ(500, client.read().value_or(HttpResponse()).status);
-    client.send(requestText("GET", "/" + m_uuid + ".xml"));
-    EXPECT_EQ(200, client.read().value_or(HttpResponse()).status);
-    client.send(controlText(kServiceType + "#Foo", soapRequest("Foo"), "Connection: close\r\n"));
+    EXPECT_EQ(500, control(kServiceType + "#Foo", soapRequest("Foo"), &client).status);
+    ASSERT_TRUE(client.isOpen());
+    EXPECT_EQ(200, request("GET", "/" + m_uuid + ".xml", "", "", &client).status);
+    ASSERT_TRUE(client.isOpen());
+    client.send(requestText("POST", kControlPath,
+                            controlHeaders(kServiceType + "#Foo") + "Connection: close\r\n",
+                            soapRequest("Foo")));
     HttpResponse last = client.read().value_or(HttpResponse());
     EXPECT_EQ(500, last.status);
     EXPECT_EQ("close", last.header("connection"));
