@@ -1,4 +1,4 @@
-// The KPI logger: descriptions by kind, the property lists, and the events it sends. Deny, Allow
+// The KPI logger: descriptions by kind and the events it sends. Deny, Allow
 // and set descriptions under the model year's name are proved where the pairing and the control
 // helpers send them.
 #include <string>
@@ -27,20 +27,11 @@ KPILoggerData data(int32_t kind, bool isSet, const char* appName = "") {
     return d;
 }
 
-TEST(KPILoggerTest, DescribesApplicationsAndJoinsPropertyListsAfresh) {
+TEST(KPILoggerTest, DescribesApplications) {
     KPILogger& kpi = KPILogger::getInstance();
     EXPECT_EQ("{an=Gallery}", kpi.makeDescForKPI(data(2, true, "Gallery")));
     EXPECT_EQ("", kpi.makeDescForKPI(data(2, false, "Gallery")));
     EXPECT_EQ("", kpi.makeDescForKPI(data(3, true)));  // an unknown kind
-
-    EXPECT_EQ("", kpi.makePropertyName());
-    kpi.addPropertyName("a");
-    kpi.addPropertyName("b");
-    kpi.addPropertyValue("1");
-    EXPECT_EQ("a,b", kpi.makePropertyName());
-    EXPECT_EQ("", kpi.makePropertyName());
-    EXPECT_EQ("1", kpi.makePropertyValue());
-    EXPECT_EQ("", kpi.makePropertyValue());
 }
 
 class KPISendTest : public testsupport::PlatformTest {};
