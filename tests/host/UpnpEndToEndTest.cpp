@@ -131,17 +131,6 @@ protected:
         EXPECT_THAT(description(), HasSubstr(wanted));
     }
 
-    // Under AddressSanitizer freed memory waits in a quarantine of up to 256 MB before reuse;
-    // without it the daemon's resident memory tells what requests leave behind.
-    void startWithoutQuarantine() {
-        const char* options = std::getenv("ASAN_OPTIONS");
-        const std::string saved = options != nullptr ? options : "";
-        setenv("ASAN_OPTIONS",
-               (saved + (saved.empty() ? "" : ":") + "quarantine_size_mb=0").c_str(), 1);
-        start();
-        setenv("ASAN_OPTIONS", saved.c_str(), 1);
-    }
-
     testsupport::TempDir m_dir;
     testsupport::RunningTv m_tv{m_dir.path()};
     unsigned short m_port = 0;
@@ -250,7 +239,14 @@ TEST_F(UpnpEndToEndTest, ControlRequestsGetFaultsAndSizeLimit) {
 // 8 KB would be 16 MB for good. Each request may leave some memory behind under the sanitizers
 // whatever its name, so the growth of as many requests with one name is taken off.
 TEST_F(UpnpEndToEndTest, EntitiesAndManyActionNamesAreRefusedBeforeTheyTakeMemory) {
-    startWithoutQuarantine();
+    // Under AddressSanitizer freed memory waits in a quarantine of up to 256 MB before reuse;
+    // without it the daemon's resident memory tells what requests leave behind.
+    const char* options = std::getenv("ASAN_OPTIONS");
+    const std::string saved = options != nullptr ? options : "";
+    setenv("ASAN_OPTIONS", (saved + (saved.empty() ? "" : ":") + "quarantine_size_mb=0").c_str(),
+           1);
+    start();
+    setenv("ASAN_OPTIONS", saved.c_str(), 1);
     const std::string body =
         soapRequest("Foo", "<A>" + repeated("&b;", 3000) + "</A>",
                     "<!DOCTYPE s:Envelope [<!ENTITY a \"" + std::string(100, 'a') +

@@ -41,14 +41,12 @@ std::string post(const std::string& body) {
 }
 
 bool ipv6LoopbackAvailable() {
-    int fd = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int fd = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in6 address = {};
     address.sin6_family = AF_INET6;
     address.sin6_addr = in6addr_loopback;
-    bool ok = fd >= 0 && bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-    if (fd >= 0) {
-        close(fd);
-    }
+    const bool ok = bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    close(fd);  // a failed socket() leaves -1, which bind and close refuse
     return ok;
 }
 
