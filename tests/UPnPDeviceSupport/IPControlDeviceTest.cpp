@@ -31,9 +31,7 @@ std::string linkTarget(const std::string& path) {
 TEST(IPControlWebRootTest, DamagedFilesAreRewrittenAGoodDescriptionKeptAndFailuresReported) {
     TempDir dir;
     const std::string root = dir.path() + "/a/b/ip_control_web_root";
-    ASSERT_TRUE(restoreIPControlDeviceTemplates(root));
-    EXPECT_EQ(readFile(root + "/DeviceDescription.xml"), templateOf(0));
-    EXPECT_EQ(readFile(root + "/IPControlService_1.xml"), templateOf(1));
+    ASSERT_TRUE(restoreIPControlDeviceTemplates(root));  // folders made as needed
 
     // A renamed device description stays as long as its root element is "root".
     std::string renamed = templateOf(0);
