@@ -2,6 +2,7 @@
 // description and icons it serves, control faults, event subscriptions and a rename.
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <regex>
@@ -51,14 +52,10 @@ std::string repeated(const std::string& text, int times) {
 
 // A process's resident memory in KiB, 0 when unknown.
 long residentKiB(pid_t pid) {
-    FILE* status = std::fopen(("/proc/" + std::to_string(pid) + "/status").c_str(), "r");
-    char line[256];
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
     long kib = 0;
-    while (status != nullptr && std::fgets(line, sizeof line, status) != nullptr) {
-        std::sscanf(line, "VmRSS: %ld kB", &kib);
-    }
-    if (status != nullptr) {
-        std::fclose(status);
+    for (std::string line; std::getline(status, line);) {
+        std::sscanf(line.c_str(), "VmRSS: %ld kB", &kib);
     }
     return kib;
 }
