@@ -13,7 +13,6 @@
 #include "support/PlatformFixture.h"
 #include "support/RunningTv.h"
 
-using testsupport::DaemonProcess;
 using testsupport::TempDir;
 
 namespace {
@@ -41,7 +40,7 @@ protected:
     }
 
     TempDir m_dir;
-    DaemonProcess m_daemon;
+    testsupport::DaemonProcess m_daemon;
 };
 
 TEST_F(IpcontroldTest, SettingsFileEditsSwitchTheServiceOffAndOn) {
