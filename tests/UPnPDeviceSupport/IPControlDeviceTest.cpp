@@ -89,9 +89,6 @@ protected:
         destroyUPnPDevice();
         ipc_platform::shutdown();
     }
-    std::string description() const {
-        return readFile(m_dir.file("ip_control_web_root/DeviceDescription.xml"));
-    }
 
     TempDir m_dir;
     testsupport::LogCapture m_log;
@@ -99,10 +96,12 @@ protected:
 
 TEST_F(IPControlDeviceTest, StartsOnceWithTheTvsIdentityAndFollowsItsName) {
     ASSERT_EQ(createUPnPDevice(), 0);
+    const std::string description =
+        readFile(m_dir.file("ip_control_web_root/DeviceDescription.xml"));
     for (const char* element :
          {"<friendlyName>[TV] Den</friendlyName>", "<modelName>OTV1<", "<serialNumber>SN42<",
           "<modelDescription>Orvane UNKNOWN IPControl<"})
-        EXPECT_NE(description().find(element), std::string::npos) << element;
+        EXPECT_NE(description.find(element), std::string::npos) << element;
 
     ASSERT_EQ(createUPnPDevice(), 0);
     EXPECT_TRUE(m_log.contains("Device already in started state"));
