@@ -47,12 +47,12 @@ TEST_F(KPILogFileTest, EachEventIsOneJsonLine) {
     std::vector<std::string> written = lines("kpi.log");
     ASSERT_EQ(2u, written.size());
     JsonValue first = JsonValue::Create(written[0]);
-    EXPECT_EQ("23_ip_control", first["kpiName"].asString());
-    EXPECT_EQ("COMMAND", first["eventName"].asString());
-    EXPECT_EQ("EV002", first["eventId"].asString());
-    EXPECT_EQ("{cm=get}", first["description"].asString());
     // ISO 8601 in UTC, as GLib writes it, and the time of the event.
     const std::string time = first["time"].asString();
+    first.removeMember("time");
+    EXPECT_EQ(R"({"kpiName":"23_ip_control","eventName":"COMMAND","eventId":"EV002",)"
+              R"("description":"{cm=get}"})",
+              first.toString(false));
     EXPECT_TRUE(std::regex_match(time, std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d{6})?Z)")))
         << time;
     GDateTime* logged = g_date_time_new_from_iso8601(time.c_str(), nullptr);
@@ -128,11 +128,9 @@ TEST_F(KPILogFileTest, EventsFromManyThreadsNeverShareALineAcrossARotation) {
         sender.join();
     }
     std::vector<std::string> written = lines("kpi.log.1");
-    ASSERT_FALSE(written.empty());
     EXPECT_LE(std::filesystem::file_size(m_dir.file("kpi.log.1")), kRotateBytes);
-    for (const std::string& line : lines("kpi.log")) {
-        written.push_back(line);
-    }
+    const std::vector<std::string> current = lines("kpi.log");
+    written.insert(written.end(), current.begin(), current.end());
     ASSERT_EQ(200u, written.size());
     for (const std::string& line : written) {
         EXPECT_EQ(JsonType::objectValue, JsonValue::Create(line).type()) << line;

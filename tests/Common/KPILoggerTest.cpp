@@ -1,4 +1,6 @@
-// The KPI logger: descriptions by kind, the property lists, and the events it sends.
+// The KPI logger: descriptions by kind and the events it sends. Deny, Allow
+// and set descriptions under the model year's name are proved where the pairing and the control
+// helpers send them.
 #include <string>
 #include <vector>
 
@@ -13,11 +15,11 @@ using common::json::JsonValue;
 
 namespace {
 
-KPILoggerData data(int32_t kind, bool isSet, bool isAllowed, const char* appName = "") {
+KPILoggerData data(int32_t kind, bool isSet, const char* appName = "") {
     KPILoggerData d;
     d.kind = kind;
     d.isSet = isSet;
-    d.isAllowed = isAllowed;
+    d.isAllowed = false;
     d.requestName = "setVolume";
     d.propertyName = "volume";
     d.propertyValue = "12";
@@ -25,69 +27,23 @@ KPILoggerData data(int32_t kind, bool isSet, bool isAllowed, const char* appName
     return d;
 }
 
-struct DescriptionCase {
-    const char* name;
-    KPILoggerData data;
-    const char* description;
-};
-
-class KPIDescriptionTest : public ::testing::TestWithParam<DescriptionCase> {};
-
-TEST_P(KPIDescriptionTest, DescribesTheEvent) {
-    EXPECT_EQ(GetParam().description, KPILogger::getInstance().makeDescForKPI(GetParam().data));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, KPIDescriptionTest,
-    ::testing::Values(DescriptionCase{"Deny", data(0, true, false), "{svn=ipcontrol;result=Deny}"},
-                      DescriptionCase{"Set", data(1, true, false),
-                                      "{svn=ipcontrol;cm=set;rn=setVolume;pn=volume;pv=12}"},
-                      DescriptionCase{"Application", data(2, true, false, "Gallery"),
-                                      "{an=Gallery}"},
-                      DescriptionCase{"NoApplication", data(2, false, false, "Gallery"), ""},
-                      DescriptionCase{"UnknownKind", data(3, true, true), ""}),
-    [](const ::testing::TestParamInfo<DescriptionCase>& info) { return info.param.name; });
-
-TEST(KPIPropertyListTest, JoinsWithCommasAndStartsAfresh) {
+TEST(KPILoggerTest, DescribesApplications) {
     KPILogger& kpi = KPILogger::getInstance();
-    EXPECT_EQ("", kpi.makePropertyName());
-    kpi.addPropertyName("a");
-    kpi.addPropertyName("b");
-    kpi.addPropertyValue("1");
-    EXPECT_EQ("a,b", kpi.makePropertyName());
-    EXPECT_EQ("", kpi.makePropertyName());
-    EXPECT_EQ("1", kpi.makePropertyValue());
-    EXPECT_EQ("", kpi.makePropertyValue());
+    EXPECT_EQ("{an=Gallery}", kpi.makeDescForKPI(data(2, true, "Gallery")));
+    EXPECT_EQ("", kpi.makeDescForKPI(data(2, false, "Gallery")));
+    EXPECT_EQ("", kpi.makeDescForKPI(data(3, true)));  // an unknown kind
 }
 
-class KPISendTest : public testsupport::PlatformTest {
-protected:
-    // The events in the KPI log file as "kpiName | eventName | eventId | description".
-    std::vector<std::string> events() const {
-        std::vector<std::string> sent;
-        dlog_flush();  // the log's thread writes the events
-        for (const std::string& line : testsupport::readLines(m_dir.file("kpi.log"))) {
-            JsonValue event = JsonValue::Create(line);
-            sent.push_back(event["kpiName"].asString() + " | " + event["eventName"].asString() +
-                           " | " + event["eventId"].asString() + " | " +
-                           event["description"].asString());
-        }
-        return sent;
-    }
-};
-
-TEST_F(KPISendTest, SendsEventUnderTheModelYearsKpiName) {
-    startPlatform("\"product.tv_year\": 23");
-    KPILogger::getInstance().sendLog("CONNECTION_RESULT", "EV001", data(0, false, false));
-    EXPECT_EQ((std::vector<std::string>{"23_ip_control | CONNECTION_RESULT | EV001 | "
-                                        "{svn=ipcontrol;result=Deny}"}),
-              events());
-}
+class KPISendTest : public testsupport::PlatformTest {};
 
 TEST_F(KPISendTest, UnknownYearAndMissingNamesStillSend) {
     startPlatform();
-    KPILogger::getInstance().sendLog(nullptr, nullptr, data(2, false, false));
-    EXPECT_EQ((std::vector<std::string>{"-1_ip_control |  |  | "}), events());
+    KPILogger::getInstance().sendLog(nullptr, nullptr, data(2, false));
+    dlog_flush();  // the log's thread writes the event
+    JsonValue event = JsonValue::Create(testsupport::readFile(m_dir.file("kpi.log")));
+    EXPECT_EQ("-1_ip_control |  |  | ",
+              event["kpiName"].asString() + " | " + event["eventName"].asString() + " | " +
+                  event["eventId"].asString() + " | " + event["description"].asString());
 }
 
 }  // namespace

@@ -1,57 +1,26 @@
-// The controller's wiring where no request shows it: the device side's controls, empty hooks
-// after destroy, and forwarding without managers. The request and pairing end-to-end tests
-// prove that each pipeline hook reaches its manager.
-#include <algorithm>
-#include <memory>
+// The controller's wiring where no request shows it: the device side's controls. The request and
+// pairing end-to-end tests prove that each pipeline hook reaches its manager.
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "Controller/ServiceController.h"
 #include "Core/FakeManagers.h"
 #include "Core/IPControlCore.h"
-#include "Manager/AccessManager.h"
-#include "Manager/CmdRequest.h"
 #include "Manager/DeviceManager.h"
-#include "Manager/ServerManager.h"
-#include "Manager/ServiceManager.h"
 #include "support/PlatformTest.h"
 
 namespace {
 
 // The managers are the recording stand-ins; the controller and the core are real.
-class ServiceControllerTest : public testsupport::PlatformTest {
-protected:
-    void SetUp() override {
-        startPlatform();
-        m_core = std::make_unique<IPControlCore>();
-        managerCalls().clear();  // what earlier tests' teardown recorded
-    }
-
-    void TearDown() override {
-        m_core.reset();
-        PlatformTest::TearDown();
-    }
-
-    // Starts the core, which builds the stand-ins and lets the controller wire them.
-    void startCore() {
-        m_core->start();
-        managerCalls().clear();
-    }
-
-    static std::vector<std::string> takeCalls() {
-        std::vector<std::string> calls = managerCalls();
-        managerCalls().clear();
-        return calls;
-    }
-
-    std::unique_ptr<IPControlCore> m_core;
-};
+class ServiceControllerTest : public testsupport::PlatformTest {};
 
 TEST_F(ServiceControllerTest, DeviceControlsStartStopUPnPAndEraseThePopup) {
-    startCore();
-    DeviceManager* device = m_core->getDeviceManager();
+    startPlatform();
+    IPControlCore core;
+    core.start();  // builds the stand-ins and lets the controller wire them
+    managerCalls().clear();
+    DeviceManager* device = core.getDeviceManager();
     for (const char* command : {"on", "off", "reboot", "anything"}) {
         device->m_upnpControlHook(command);
     }
@@ -60,41 +29,7 @@ TEST_F(ServiceControllerTest, DeviceControlsStartStopUPnPAndEraseThePopup) {
     }
     EXPECT_EQ((std::vector<std::string>{"UPnPDeviceManager::start", "UPnPDeviceManager::stop",
                                         "AccessManager::erasePopup"}),
-              takeCalls());
-}
-
-TEST_F(ServiceControllerTest, DestroyEmptiesEveryHook) {
-    startCore();
-    m_core->getServiceController()->destroy();
-    ServiceManager* pipeline = m_core->getServiceManager();
-    DeviceManager* device = m_core->getDeviceManager();
-    EXPECT_FALSE(pipeline->m_sendResponseHook.isSet());
-    EXPECT_FALSE(pipeline->m_sendAccessDeniedHook.isSet());
-    EXPECT_FALSE(pipeline->m_getPeerMacAddressHook.isSet());
-    EXPECT_FALSE(pipeline->m_accessTokenCheckInAuthGroupHook.isSet());
-    EXPECT_FALSE(pipeline->m_macAddressCheckInDeniedGroupHook.isSet());
-    EXPECT_FALSE(pipeline->m_issueAccessTokenHook.isSet());
-    EXPECT_FALSE(pipeline->m_showMessageHook.isSet());
-    EXPECT_FALSE(pipeline->m_runCommandHook.isSet());
-    EXPECT_FALSE(m_core->getServerManager()->m_processJsonRequestHook.isSet());
-    EXPECT_THROW(m_core->getAccessManager()->notifyAccessToken("token"), std::bad_function_call);
-    EXPECT_FALSE(device->m_enqueueForResponseHook.isSet());
-    EXPECT_FALSE(device->m_upnpControlHook.isSet());
-    EXPECT_FALSE(device->m_popupControlHook.isSet());
-}
-
-TEST_F(ServiceControllerTest, ForwardingWithoutManagersAnswersNothing) {
-    ServiceController controller;  // the core has not started: every slot is empty
-    EXPECT_TRUE(controller.create());
-    controller.processRunCommand(new CmdRequest);  // released, not leaked
-    EXPECT_EQ("", controller.processGetPeerMacAddress(1));
-    EXPECT_EQ(0, controller.processAccessTokenCheckInAuthGroup("tok"));
-    EXPECT_EQ(0, controller.processIssueAccessToken("mac"));
-    EXPECT_FALSE(controller.processNotifyAccessToken("tok"));
-    controller.processPopupErase();
-    controller.processUPnPControl("on");
-    EXPECT_TRUE(controller.destroy());
-    EXPECT_TRUE(takeCalls().empty());
+              managerCalls());
 }
 
 }  // namespace

@@ -61,30 +61,28 @@ TEST_F(AppSettingsTest, NothingStoredReadsAsDefaultsAndTheFirstSettingStoresTheD
     EXPECT_EQ(R"({"test_wall_mode":true,"label":"hall"})", stored());
 }
 
-TEST_F(AppSettingsTest, ClearStoresNullWhichLoadsAsNothing) {
+// Cleared, the key holds null, which loads as nothing; text that is not JSON is replaced by the
+// first write, while a document that is not an object is kept and every access throws.
+TEST_F(AppSettingsTest, ClearedOrDamagedDocuments) {
     ASSERT_TRUE(settings().setTestWallMode(true));
     EXPECT_TRUE(settings().clear());
     EXPECT_EQ("null", stored());
     settings().load();
     EXPECT_TRUE(m_log.contains("Parse failed, configFlags:null"));
     EXPECT_FALSE(settings().isTestWallMode());
-}
 
-TEST_F(AppSettingsTest, StoredDocumentThatIsNotAnObjectThrowsInvalidType) {
+    ASSERT_EQ(0, vconf_set_str(kConfigFlagsKey, "{not json"));
+    settings().load();
+    EXPECT_FALSE(settings().isTestWallMode());
+    EXPECT_TRUE(settings().setTestWallMode(false));
+    EXPECT_EQ(R"({"test_wall_mode":false})", stored());
+
     ASSERT_EQ(0, vconf_set_str(kConfigFlagsKey, "[1,2]"));
     settings().load();
     bool flag = false;
     EXPECT_THROW(settings().getValue("test_wall_mode", flag), common::json::JsonException);
     EXPECT_THROW(settings().setTestWallMode(true), common::json::JsonException);
     EXPECT_EQ("[1,2]", stored());
-}
-
-TEST_F(AppSettingsTest, UnparsableTextIsReplacedByTheFirstWrite) {
-    ASSERT_EQ(0, vconf_set_str(kConfigFlagsKey, "{not json"));
-    settings().load();
-    EXPECT_FALSE(settings().isTestWallMode());
-    EXPECT_TRUE(settings().setTestWallMode(false));
-    EXPECT_EQ(R"({"test_wall_mode":false})", stored());
 }
 
 TEST_F(AppSettingsTest, KeyRewrittenFromOutsideIsReloadedOnlyWhileWatched) {

@@ -9,25 +9,21 @@
 
 namespace fakeucf {
 
-struct Response {
-    int status;
-    std::string body;
-    void* context;
-};
-
 struct State {
     std::vector<std::string> calls;      // operation names in call order
     std::map<std::string, int> results;  // operation name -> result to return (default 0)
-    std::map<std::string, ucf_action_request_cb> actionHandlers;  // by service type
-    std::map<std::string, ucf_subscribe_cb> subscribeHandlers;    // by service type
-    std::vector<Response> responses;
-    std::vector<std::string> initialEvents;    // "eventUrl|sid|body"
-    std::vector<std::string> multicastEvents;  // bodies
+    std::map<std::string, ucf_subscribe_cb> subscribeHandlers;  // by service type
+    std::vector<std::string> initialEvents;                     // "eventUrl|sid|body"
+    std::vector<std::string> multicastEvents;                   // bodies
 };
 
 // Cleared by reset(); tests run on one thread.
 State& state();
 void reset();
-bool called(const std::string& name);
+// How often the operation was called.
+long count(const std::string& name);
+inline bool called(const std::string& name) {
+    return count(name) > 0;
+}
 
 }  // namespace fakeucf

@@ -18,7 +18,7 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-TEST(JsonValueConversionTest, ValuesUpToTheEdgesOfEachRangeConvert) {
+TEST(JsonValueConversionTest, ValuesUpToTheEdgesOfEachRangeConvertAndAreOfTheirKind) {
     EXPECT_EQ(JsonValue(-2.9).asInt(), -2);
     EXPECT_EQ(JsonValue(2147483647.0).asInt(), INT_MAX);
     EXPECT_EQ(JsonValue(-2147483648.0).asInt(), INT_MIN);
@@ -40,6 +40,18 @@ TEST(JsonValueConversionTest, ValuesUpToTheEdgesOfEachRangeConvert) {
     EXPECT_EQ(JsonValue().asString(), "");
     EXPECT_EQ(JsonValue(1e300).asString().size(), 308u);  // no truncation of long numbers
     EXPECT_DOUBLE_EQ(JsonValue(true).asDouble(), 1.0);
+    // isInt takes any double within the 64-bit range.
+    EXPECT_TRUE(JsonValue(2.5).isInt());
+    EXPECT_TRUE(JsonValue(9223372036854775808.0).isInt());
+    EXPECT_TRUE(JsonValue(-9223372036854775808.0).isInt());
+    EXPECT_FALSE(JsonValue(1e19).isInt());
+    EXPECT_FALSE(JsonValue(kNaN).isInt());
+    EXPECT_FALSE(JsonValue(true).isInt());
+    EXPECT_TRUE(JsonValue(1).isDouble());
+    EXPECT_FALSE(JsonValue("1").isDouble());
+    // An unsigned long beyond the 64-bit signed range is kept as a double, still positive.
+    EXPECT_EQ(JsonValue(42ul).type(), JsonType::intValue);
+    EXPECT_GT(JsonValue(std::numeric_limits<unsigned long>::max()).asDouble(), 0.0);
 }
 
 TEST(JsonValueConversionTest, ValuesBeyondARangeOrOfAnotherKindThrowTheirText) {
@@ -68,20 +80,6 @@ TEST(JsonValueConversionTest, DoublesPrintWithAPointWhateverTheRegion) {
     }
     EXPECT_EQ("2.500000", JsonValue(2.5).asString());
     setlocale(LC_NUMERIC, saved.c_str());
-}
-
-TEST(JsonValueKindTest, IsIntAcceptsAnyDoubleWithin64BitRange) {
-    EXPECT_TRUE(JsonValue(2.5).isInt());
-    EXPECT_TRUE(JsonValue(9223372036854775808.0).isInt());
-    EXPECT_TRUE(JsonValue(-9223372036854775808.0).isInt());
-    EXPECT_FALSE(JsonValue(1e19).isInt());
-    EXPECT_FALSE(JsonValue(kNaN).isInt());
-    EXPECT_FALSE(JsonValue(true).isInt());
-    EXPECT_TRUE(JsonValue(1).isDouble());
-    EXPECT_FALSE(JsonValue("1").isDouble());
-    // An unsigned long beyond the 64-bit signed range is kept as a double, still positive.
-    EXPECT_EQ(JsonValue(42ul).type(), JsonType::intValue);
-    EXPECT_GT(JsonValue(std::numeric_limits<unsigned long>::max()).asDouble(), 0.0);
 }
 
 }  // namespace

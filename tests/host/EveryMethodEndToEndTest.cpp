@@ -67,7 +67,6 @@ TEST_P(EveryMethodEndToEndTest, AnswersWhereTheProductHasTheFeature) {
         probes.emplace_back(method, "");
     }
     probes.insert(probes.end(), std::begin(kWrites), std::end(kWrites));
-    ASSERT_EQ(58u, probes.size());
     for (const auto& [method, params] : probes) {
         JsonValue answer = tv.call(method, params, token);
         const std::string text = answer.toString(false);

@@ -13,7 +13,6 @@
 #include "support/PlatformFixture.h"
 #include "support/RunningTv.h"
 
-using testsupport::DaemonProcess;
 using testsupport::TempDir;
 
 namespace {
@@ -22,12 +21,6 @@ const std::string kDaemon = IPCONTROLD_PATH;
 
 class IpcontroldTest : public ::testing::Test {
 protected:
-    void startDaemon() {
-        ASSERT_TRUE(m_daemon.start(kDaemon, {"--data-dir", m_dir.path(), "--no-upnp", "--port", "0",
-                                             "--admin-port", "0"}));
-        ASSERT_TRUE(m_daemon.waitForOutput("IP_REMOTE_SUPPORT nEnabled:1")) << m_daemon.output();
-    }
-
     // Changes one value in the settings file, in place or the way an editor that saves safely
     // does: a new file renamed over the old.
     void editSettings(const std::string& from, const std::string& to, bool byRename) {
@@ -41,11 +34,14 @@ protected:
     }
 
     TempDir m_dir;
-    DaemonProcess m_daemon;
+    testsupport::DaemonProcess m_daemon;
 };
 
-TEST_F(IpcontroldTest, SettingsFileEditsSwitchTheServiceOffAndOn) {
-    startDaemon();
+// --no-upnp wins over a UPnP port given as well, also when the service starts again.
+TEST_F(IpcontroldTest, SettingsFileEditsSwitchTheServiceOffAndOnWithoutUpnp) {
+    ASSERT_TRUE(m_daemon.start(kDaemon, {"--data-dir", m_dir.path(), "--no-upnp", "--upnp-port",
+                                         "0", "--port", "0", "--admin-port", "0"}));
+    ASSERT_TRUE(m_daemon.waitForOutput("IP_REMOTE_SUPPORT nEnabled:1")) << m_daemon.output();
     editSettings("ipRemoteSupport=1", "ipRemoteSupport=0", true);
     EXPECT_TRUE(m_daemon.waitForOutput("STOPPING IP_REMOTE")) << m_daemon.output();
     editSettings("ipRemoteSupport=0", "ipRemoteSupport=1", false);
@@ -53,6 +49,9 @@ TEST_F(IpcontroldTest, SettingsFileEditsSwitchTheServiceOffAndOn) {
 
     m_daemon.signal(SIGINT);
     EXPECT_EQ(0, m_daemon.waitForExit()) << m_daemon.output();
+    for (const char* upnp : {"UPnP description server on", "IPControlServer device started"}) {
+        EXPECT_EQ(std::string::npos, m_daemon.output().find(upnp)) << m_daemon.output();
+    }
 }
 
 struct BadStart {

@@ -51,12 +51,13 @@ DaemonProcess::~DaemonProcess() {
     }
 }
 
-bool DaemonProcess::start(const std::string& program, const std::vector<std::string>& args) {
+bool DaemonProcess::start(const std::string& program, const std::vector<std::string>& args,
+                          bool mergeStdout) {
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0) {
         return false;
     }
-    m_pid = spawn(program, args, fds[1], false);
+    m_pid = spawn(program, args, fds[1], mergeStdout);
     close(fds[1]);
     if (m_pid < 0) {
         close(fds[0]);
@@ -79,7 +80,7 @@ void DaemonProcess::readLoop(int fd) {
 bool DaemonProcess::waitForOutput(const std::string& text, int timeoutMs) {
     auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     while (std::chrono::steady_clock::now() < deadline) {
-        if (countOutput(text) > 0) {
+        if (output().find(text) != std::string::npos) {
             return true;
         }
         siginfo_t ended = {};
@@ -89,21 +90,11 @@ bool DaemonProcess::waitForOutput(const std::string& text, int timeoutMs) {
             ended.si_pid == m_pid) {
             // Ended: whatever it wrote is in the pipe or already read.
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            return countOutput(text) > 0;
+            return output().find(text) != std::string::npos;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     return false;
-}
-
-size_t DaemonProcess::countOutput(const std::string& text) const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    size_t count = 0;
-    for (size_t at = m_output.find(text); at != std::string::npos;
-         at = m_output.find(text, at + text.size())) {
-        ++count;
-    }
-    return count;
 }
 
 std::string DaemonProcess::output() const {
@@ -139,21 +130,13 @@ int DaemonProcess::waitForExit(int timeoutMs) {
 
 int runToExit(const std::string& program, const std::vector<std::string>& args,
               std::string& output) {
-    int fds[2];
-    if (pipe2(fds, O_CLOEXEC) != 0) {
+    DaemonProcess process;
+    if (!process.start(program, args, true)) {
         return -1;
     }
-    pid_t pid = spawn(program, args, fds[1], true);
-    close(fds[1]);
-    char buffer[4096];
-    ssize_t n;
-    while ((n = read(fds[0], buffer, sizeof(buffer))) > 0) {
-        output.append(buffer, static_cast<size_t>(n));
-    }
-    close(fds[0]);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return exitCodeOf(status);
+    const int code = process.waitForExit(120000);
+    output += process.output();
+    return code;
 }
 
 }  // namespace testsupport

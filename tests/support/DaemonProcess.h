@@ -13,12 +13,12 @@ class DaemonProcess {
 public:
     ~DaemonProcess();
 
-    // Starts the program with the arguments; false when it could not be spawned.
-    bool start(const std::string& program, const std::vector<std::string>& args);
+    // Starts the program with the arguments, its stdout collected too when asked; false when it
+    // could not be spawned.
+    bool start(const std::string& program, const std::vector<std::string>& args,
+               bool mergeStdout = false);
     // Waits until stderr holds the text; false at the deadline or when the process ended first.
     bool waitForOutput(const std::string& text, int timeoutMs = 10000);
-    // Occurrences of the text in stderr so far.
-    size_t countOutput(const std::string& text) const;
     std::string output() const;
     void signal(int signo);
     pid_t pid() const { return m_pid; }

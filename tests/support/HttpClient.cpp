@@ -19,23 +19,19 @@ HttpClient::~HttpClient() {
 
 bool HttpClient::connect(unsigned short port, int family) {
     close();
-    sockaddr_storage address = {};
-    socklen_t length = 0;
-    if (family == AF_INET6) {
-        auto& v6 = reinterpret_cast<sockaddr_in6&>(address);
-        v6.sin6_family = AF_INET6;
-        v6.sin6_port = htons(port);
-        v6.sin6_addr = in6addr_loopback;
-        length = sizeof v6;
-    } else {
-        auto& v4 = reinterpret_cast<sockaddr_in&>(address);
-        v4.sin_family = AF_INET;
-        v4.sin_port = htons(port);
-        v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        length = sizeof v4;
-    }
+    sockaddr_in v4 = {};
+    v4.sin_family = AF_INET;
+    v4.sin_port = htons(port);
+    v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in6 v6 = {};
+    v6.sin6_family = AF_INET6;
+    v6.sin6_port = htons(port);
+    v6.sin6_addr = in6addr_loopback;
+    const bool ipv6 = family == AF_INET6;
     m_fd = socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (m_fd < 0 || ::connect(m_fd, reinterpret_cast<sockaddr*>(&address), length) != 0) {
+    if (m_fd < 0 ||
+        ::connect(m_fd, ipv6 ? reinterpret_cast<sockaddr*>(&v6) : reinterpret_cast<sockaddr*>(&v4),
+                  ipv6 ? sizeof v6 : sizeof v4) != 0) {
         close();
         return false;
     }
@@ -159,6 +155,15 @@ void HttpClient::close() {
         m_fd = -1;
     }
     m_pending.clear();
+}
+
+HttpResponse exchange(unsigned short port, const std::string& request,
+                      HttpClient::Timeout timeout) {
+    HttpClient client;
+    if (!client.connect(port) || !client.send(request)) {
+        return HttpResponse();
+    }
+    return client.read(timeout).value_or(HttpResponse());
 }
 
 int holdLoopbackPort(unsigned short& port, bool listening) {

@@ -67,6 +67,10 @@ private:
     std::string m_pending;
 };
 
+// One request on a fresh connection to 127.0.0.1; status 0 when no answer came.
+HttpResponse exchange(unsigned short port, const std::string& request,
+                      HttpClient::Timeout timeout = HttpClient::kWait);
+
 // A socket on 127.0.0.1 at a port the kernel chose, listening when asked: while the caller holds
 // it, nothing else can take the port. -1 on failure; the caller closes it.
 int holdLoopbackPort(unsigned short& port, bool listening);

@@ -1,7 +1,9 @@
 // Test support for code that runs on the platform.
 #include "support/PlatformFixture.h"
 
+#include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -28,13 +30,9 @@ void LogCapture::sink(log_priority /*prio*/, const char* tag, const char* messag
 
 size_t LogCapture::count(const std::string& text) const {
     std::lock_guard<std::mutex> lock(m_mutex);
-    size_t n = 0;
-    for (const std::string& line : m_lines) {
-        if (line.find(text) != std::string::npos) {
-            ++n;
-        }
-    }
-    return n;
+    return std::count_if(m_lines.begin(), m_lines.end(), [&text](const std::string& line) {
+        return line.find(text) != std::string::npos;
+    });
 }
 
 bool LogCapture::contains(const std::string& text) const {
@@ -52,11 +50,8 @@ TempDir::TempDir() {
 }
 
 TempDir::~TempDir() {
-    if (!m_path.empty()) {
-        std::string command = "rm -rf '" + m_path + "'";
-        int ignored = system(command.c_str());
-        (void)ignored;
-    }
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
 }
 
 void writeFile(const std::string& path, const std::string& contents) {

@@ -13,14 +13,6 @@ namespace testsupport {
 
 namespace {
 
-HttpResponse exchange(unsigned short port, const std::string& request, int timeoutMs) {
-    HttpClient client;
-    if (!client.connect(port) || !client.send(request)) {
-        return HttpResponse();
-    }
-    return client.read(std::chrono::milliseconds(timeoutMs)).value_or(HttpResponse());
-}
-
 // Under AddressSanitizer the daemon then keeps whole allocation stacks, so that the UPnP
 // libraries' own leaks (tests/lsan-upnp.supp) can be told apart from ours and ignored. Only the
 // daemons started afterwards read these variables.
@@ -92,7 +84,7 @@ HttpResponse RunningTv::post(const std::string& body, int timeoutMs) const {
                     "POST / HTTP/1.1\r\nHost: tv\r\nContent-Type: application/json\r\n"
                     "Content-Length: " +
                         std::to_string(body.size()) + "\r\n\r\n" + body,
-                    timeoutMs);
+                    std::chrono::milliseconds(timeoutMs));
 }
 
 std::string RunningTv::pair() const {
@@ -126,7 +118,7 @@ HttpResponse RunningTv::admin(const std::string& method, const std::string& path
                     method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" +
                         "Content-Type: application/json\r\nContent-Length: " +
                         std::to_string(body.size()) + "\r\n\r\n" + body,
-                    10000);
+                    std::chrono::milliseconds(10000));
 }
 
 }  // namespace testsupport

@@ -19,11 +19,6 @@ sockaddr_in ssdpGroup() {
     return address;
 }
 
-bool about(const SsdpListener::Headers& headers, const std::string& uuid) {
-    auto usn = headers.find("usn");
-    return usn != headers.end() && usn->second.rfind("uuid:" + uuid, 0) == 0;
-}
-
 }  // namespace
 
 SsdpListener::SsdpListener() {
@@ -47,22 +42,19 @@ std::map<std::string, SsdpListener::Headers> SsdpListener::collect(
     const auto deadline = std::chrono::steady_clock::now() + wait;
     std::map<std::string, Headers> seen;
     while (seen.size() < wanted.size()) {
-        std::optional<HttpResponse> message = _next(deadline);
+        const auto left = std::chrono::duration_cast<HttpClient::Timeout>(
+            deadline - std::chrono::steady_clock::now());
+        // One datagram is read as one head.
+        std::optional<HttpResponse> message = left.count() > 0 ? m_socket.read(left) : std::nullopt;
         if (!message) {
             break;
         }
-        if (message->header("nts") == nts && about(message->headers, uuid) &&
+        if (message->header("nts") == nts && message->header("usn").rfind("uuid:" + uuid, 0) == 0 &&
             wanted.count(message->header("nt")) != 0) {
             seen[message->header("nt")] = message->headers;
         }
     }
     return seen;
-}
-
-std::optional<HttpResponse> SsdpListener::_next(std::chrono::steady_clock::time_point deadline) {
-    const auto left = std::chrono::duration_cast<HttpClient::Timeout>(
-        deadline - std::chrono::steady_clock::now());
-    return left.count() > 0 ? m_socket.read(left) : std::nullopt;
 }
 
 CallbackListener::CallbackListener() : m_fd(holdLoopbackPort(m_port, true)) {}

@@ -27,9 +27,6 @@ public:
         std::chrono::milliseconds wait = std::chrono::seconds(10));
 
 private:
-    // The next datagram read as one head, within the overall deadline.
-    std::optional<HttpResponse> _next(std::chrono::steady_clock::time_point deadline);
-
     HttpClient m_socket;  // reads one datagram as one head
     bool m_ok = false;
 };
