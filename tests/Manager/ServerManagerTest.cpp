@@ -36,7 +36,7 @@ TEST_F(ServerManagerTest, NothingUnwindsIntoTheLibrary) {
     ServerManager manager;
     std::vector<std::string> received;
     manager.m_processJsonRequestHook.set(
-        [&](unsigned int, std::string json) { received.push_back(json); });
+        [&](unsigned int, const std::string& json) { received.push_back(json); });
     ServerManager::onReceiveCommand(5, nullptr, &manager);
     ServerManager::onReceiveCommand(6, "ignored", nullptr);
     EXPECT_EQ(std::vector<std::string>{""}, received);

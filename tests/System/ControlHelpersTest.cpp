@@ -369,8 +369,8 @@ TEST_F(ControlHelpersTest, OnlyCommandsThatSucceededSendAUsageEvent) {
         "COMMAND EV002 {svn=ipcontrol;cm=set;rn=backlightControl;pn=backlight;pv=20}",
         "APPLICATION EV003 {an=Prime Video}",
         "COMMAND EV002 {svn=ipcontrol;cm=set;rn=artModeControl;pn=artMode;pv=on}",
-        "COMMAND EV002 {svn=ipcontrol;cm=set;rn=firstScreenAppControl;pn=applicationName;"
-        "pv=Netflix}",
+        ("COMMAND EV002 {svn=ipcontrol;cm=set;rn=firstScreenAppControl;pn=applicationName;"
+         "pv=Netflix}"),
         "COMMAND EV002 {svn=ipcontrol;cm=set;rn=remoteKeyControl;pn=remoteKey;pv=enter}",
     };
     EXPECT_EQ(expected, events);
