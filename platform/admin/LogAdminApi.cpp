@@ -6,6 +6,7 @@
 #include <microhttpd.h>
 
 #include "AdminServer.h"
+#include "Utf8Text.h"
 #include "RecentLines.h"
 #include "dlog.h"
 
@@ -33,15 +34,6 @@ const char* levelName(int priority) {
     return priority > DLOG_ERROR ? "error" : "debug";
 }
 
-// The page gets every text as a JSON string, so it must be UTF-8.
-std::string validText(const std::string& text) {
-    if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)) {
-        return text;
-    }
-    g_autofree gchar* valid = g_utf8_make_valid(text.data(), static_cast<gssize>(text.size()));
-    return valid;
-}
-
 AdminReply recentLines(const AdminRequest& request) {
     int minPriority = DLOG_INFO;
     const auto level = request.query.find("level");
@@ -63,8 +55,8 @@ AdminReply recentLines(const AdminRequest& request) {
         json_object_set_int_member(line, "seq", static_cast<gint64>(entry.sequence));
         json_object_set_int_member(line, "time", entry.timeUs / 1000);
         json_object_set_string_member(line, "level", levelName(entry.priority));
-        json_object_set_string_member(line, "tag", validText(entry.tag).c_str());
-        json_object_set_string_member(line, "text", validText(entry.text).c_str());
+        json_object_set_string_member(line, "tag", validUtf8(entry.tag).c_str());
+        json_object_set_string_member(line, "text", validUtf8(entry.text).c_str());
         json_array_add_object_element(lines, line);
     }
     JsonObject* answer = json_object_new();

@@ -7,6 +7,8 @@
 
 #include <glib.h>
 
+#include "Utf8Text.h"
+
 namespace ipc_platform {
 
 namespace {
@@ -65,15 +67,16 @@ void PairedClientsControl::unsetHandlers(void* userData) {
 
 PairedClientsControl::Client PairedClientsControl::shown(const paired_clients_client_s& client) {
     Client shown;
-    shown.macAddress = client.mac_address != nullptr ? client.mac_address : "";
+    // A legacy auth list may hold any bytes; the page gets JSON strings.
+    shown.macAddress = validUtf8(client.mac_address);
     shown.accessClass = client.access_class;
-    const char* token = client.access_token != nullptr ? client.access_token : "";
-    if (*token != '\0') {
-        const char* end = token;
+    const std::string token = validUtf8(client.access_token);
+    if (!token.empty()) {
+        const char* end = token.c_str();
         for (size_t i = 0; i < kShownTokenLength && *end != '\0'; ++i) {
-            end = g_utf8_find_next_char(end, nullptr);
+            end = g_utf8_next_char(end);
         }
-        shown.token = std::string(token, static_cast<size_t>(end - token)) + "\u2026";
+        shown.token = std::string(token.c_str(), end) + "\u2026";
     }
     return shown;
 }

@@ -4,6 +4,8 @@
 #include <glib.h>
 #include <json-glib/json-glib.h>
 
+#include "Utf8Text.h"
+
 namespace ipc_platform {
 
 namespace {
@@ -12,21 +14,9 @@ namespace {
 std::mutex g_currentMutex;
 std::weak_ptr<RequestLog> g_current;
 
-// The page gets every text as a JSON string, so it must be UTF-8.
-std::string text(const char* value) {
-    if (value == nullptr) {
-        return std::string();
-    }
-    if (g_utf8_validate(value, -1, nullptr)) {
-        return value;
-    }
-    g_autofree gchar* valid = g_utf8_make_valid(value, -1);
-    return valid;
-}
-
 // At most maxBytes of value, cut at a character boundary; "…" marks a cut.
 std::string shortened(const char* value, size_t maxBytes) {
-    std::string result = text(value);
+    std::string result = validUtf8(value);
     if (result.size() <= maxBytes) {
         return result;
     }
@@ -62,12 +52,12 @@ void RequestLog::add(const request_log_entry_s& entry) {
     // Everything is copied before the lock is taken, so other requests wait only for the move.
     Entry copy;
     copy.timeMs = g_get_real_time() / 1000;
-    copy.client = text(entry.client);
-    copy.method = text(entry.method);
+    copy.client = validUtf8(entry.client);
+    copy.method = validUtf8(entry.method);
     copy.kind = entry.kind;
     copy.httpStatus = entry.http_status;
     copy.errorCode = entry.error_code;
-    copy.errorMessage = text(entry.error_message);
+    copy.errorMessage = validUtf8(entry.error_message);
     copy.answer = shortened(entry.answer, REQUEST_LOG_MAX_ANSWER);
     copy.durationMs = entry.duration_ms;
     std::function<void()> listener;

@@ -22,15 +22,18 @@ TEST_F(AdminServerTest, ClientsShowTheOwnersListWithShortenedTokens) {
     const paired_clients_client_s clients[] = {
         {"11:22:33:44:55:66", 2, ""},
         {"11:22:33:44:55:77", 1, "\u00e9t\u00e9\u00e9t\u00e9\u00e9t\u00e9"},
-        {"11:22:33:44:55:88", 0, "abc"}};
+        {"11:22:33:44:55:88", 0, "abc"},
+        {"11:22:33:44:55:\xff", 1, "ab\xff"}};  // a legacy file may hold any bytes
     EXPECT_EQ(PAIRED_CLIENTS_ERROR_NOT_OWNER, paired_clients_set_list(clients, 3, &owner));
     paired_clients_set_handlers([](const char*, void*) { return 0; }, [](void*) {}, &owner);
-    ASSERT_EQ(PAIRED_CLIENTS_ERROR_NONE, paired_clients_set_list(clients, 3, &owner));
+    ASSERT_EQ(PAIRED_CLIENTS_ERROR_NONE, paired_clients_set_list(clients, 4, &owner));
     const std::string shown =
         "[{\"MacAddr\":\"11:22:33:44:55:66\",\"AccessClass\":2,\"AccessToken\":\"\"},"
         "{\"MacAddr\":\"11:22:33:44:55:77\",\"AccessClass\":1,"
         "\"AccessToken\":\"\u00e9t\u00e9\u00e9t\u00e9\u2026\"},"
-        "{\"MacAddr\":\"11:22:33:44:55:88\",\"AccessClass\":0,\"AccessToken\":\"abc\u2026\"}]";
+        "{\"MacAddr\":\"11:22:33:44:55:88\",\"AccessClass\":0,\"AccessToken\":\"abc\u2026\"},"
+        "{\"MacAddr\":\"11:22:33:44:55:\ufffd\",\"AccessClass\":1,"
+        "\"AccessToken\":\"ab\ufffd\u2026\"}]";
     EXPECT_EQ(shown, member(state(), "clients"));
     // Only the owner changes the list; that it goes with the owner's handlers shows in the
     // access manager's screen test.
