@@ -201,7 +201,6 @@ void AccessManager::resetAuthGroupData() {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     m_authList.clear();
     m_tokenIndex.clear();
-    _showClients();
     updateAuthListToFile();
 }
 
@@ -215,7 +214,6 @@ int AccessManager::revokeClient(const std::string& macAddr) {
     LOGI("revoked %d record(s) of macAddr:%s", revoked, macAddr.c_str());
     if (revoked > 0) {
         m_tokenIndex.rebuild(m_authList);
-        _showClients();
         updateAuthListToFile();
     }
     return revoked;
@@ -263,7 +261,6 @@ std::string AccessManager::generateAccessToken() {
         m_authList.push_back(record);
         m_tokenIndex.added(m_authList.size() - 1, token);
     }
-    _showClients();
     updateAuthListToFile();
     LOGI("finished, m_authList.size:%zu", m_authList.size());
     return token;
@@ -294,6 +291,8 @@ void AccessManager::syncAuthListWithFileInternal(const std::string& content) {
 
 void AccessManager::updateAuthListToFile() {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    // The list as saved is the list the TV screen shows.
+    _showClients();
     LOGI("authListFolder:%s", AuthListFile::folderPath().c_str());
     AuthListFile::ensureFolder();
     LOGI("m_authList.size:%zu", m_authList.size());

@@ -70,7 +70,7 @@ public:
     // Appends the file's records to the list; a missing or damaged file is logged, not written.
     void syncAuthListWithFile();
     void syncAuthListWithFileInternal(const std::string& content);
-    // Replaces the file with the list.
+    // Replaces the file with the list and shows it on the TV screen page.
     void updateAuthListToFile();
     // Builds and posts the pop-up for the client under check and arms the release timer.
     void showNotificationBar();
