@@ -234,27 +234,22 @@ void addPlatformAdminApi(AdminServer& server,
                     });
     server.addRoute(MHD_HTTP_METHOD_PUT, "/api/settings/*", putSetting);
 
-    // The service changes its own list (and file), so a revoked token is refused at once.
+    // The service changes its own list (and file), so a revoked token is refused at once; the
+    // list it hands over afterwards publishes the state.
     const std::function<void()> publish = server.publisher();
     PairedClientsControl::instance().setListener(publish);
-    server.addRoute(MHD_HTTP_METHOD_DELETE, "/api/clients/*",
-                    [publish](const AdminRequest& request) {
-                        const PairedClientsControl::Result result =
-                            PairedClientsControl::instance().revoke(request.param);
-                        if (result.outcome == PairedClientsControl::Outcome::Done) {
-                            publish();
-                            if (result.count == 0) {
-                                return AdminReply::error(
-                                    MHD_HTTP_NOT_FOUND,
-                                    "no paired client has the MAC address " + request.param);
-                            }
-                        }
-                        return clientsReply(result, "revoked");
-                    });
-    server.addRoute(MHD_HTTP_METHOD_DELETE, "/api/clients", [publish](const AdminRequest&) {
+    server.addRoute(MHD_HTTP_METHOD_DELETE, "/api/clients/*", [](const AdminRequest& request) {
+        const PairedClientsControl::Result result =
+            PairedClientsControl::instance().revoke(request.param);
+        if (result.outcome == PairedClientsControl::Outcome::Done && result.count == 0) {
+            return AdminReply::error(MHD_HTTP_NOT_FOUND,
+                                     "no paired client has the MAC address " + request.param);
+        }
+        return clientsReply(result, "revoked");
+    });
+    server.addRoute(MHD_HTTP_METHOD_DELETE, "/api/clients", [](const AdminRequest&) {
         PairedClientsControl::Result result = PairedClientsControl::instance().reset();
         if (result.outcome == PairedClientsControl::Outcome::Done) {
-            publish();
             result.count = 0;
         }
         return clientsReply(result, "remaining");
