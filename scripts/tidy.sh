@@ -7,7 +7,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=$1 jobs=$2 mode=${3:-}
-files="^$PWD/"
+# run-clang-tidy and its header filter take regular expressions: the checkout's path is escaped.
+root=$(printf '%s' "$PWD" | sed 's/[].[^$*+?(){}|\\]/\\&/g')
+files="^$root/"
 
 if [ "$mode" = --changed ]; then
     base=
@@ -30,13 +32,13 @@ if [ "$mode" = --changed ]; then
                 exit 0
             fi
             echo "tidy: the files changed since ${base:0:12}"
-            files="^$PWD/($sources)\$"
+            files="^$root/($sources)\$"
         fi
     fi
 fi
 
-[ "$files" = "^$PWD/" ] && echo "tidy: every file"
+[ "$files" = "^$root/" ] && echo "tidy: every file"
 # run-clang-tidy colours its output and names every file it starts; only findings are kept.
-run-clang-tidy -p "$build" -j "$jobs" -quiet -header-filter="^$PWD/" "$files" 2>&1 |
+run-clang-tidy -p "$build" -j "$jobs" -quiet -header-filter="^$root/" "$files" 2>&1 |
     sed -u -E 's/\x1b\[[0-9;]*m//g' |
     sed -u -E '/^clang-tidy(-[0-9]+)? |^[0-9]+ warnings? (generated|treated as errors)\.$/d'
