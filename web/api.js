@@ -33,6 +33,18 @@ export async function change(method, path, body, message) {
   }
 }
 
+// Whether value differs from what was last drawn under key. A state comes with every request and
+// log line; redrawing a list that did not change would swallow a click on its buttons.
+const drawn = new Map();
+export function changedSince(key, value) {
+  const text = JSON.stringify(value);
+  if (drawn.get(key) === text) {
+    return false;
+  }
+  drawn.set(key, text);
+  return true;
+}
+
 export function parseJson(text) {
   try {
     return JSON.parse(text);

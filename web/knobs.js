@@ -1,6 +1,6 @@
 // The virtual TV's testing knobs and its connected speakers and USB devices, each change sent
 // to the admin API (a device list always whole).
-import { $, change, parseJson, setField } from './api.js';
+import { $, change, changedSince, parseJson, setField } from './api.js';
 
 function putTv(name, body) {
   change('PUT', 'api/tv/' + name, body, $('knobs-message'));
@@ -25,6 +25,9 @@ const devices = { speakers: [], usbDevices: [] };
 
 function renderDevices(name, list) {
   devices[name] = list;
+  if (!changedSince(name, list)) {
+    return;
+  }
   const element = $(name);
   element.replaceChildren();
   for (const device of list) {

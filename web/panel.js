@@ -1,6 +1,6 @@
 // The panel's settings, product profile and paired clients: shown from the state and changed
 // in place through the admin API.
-import { $, change, setField } from './api.js';
+import { $, change, changedSince, setField } from './api.js';
 
 export function renderSettings(settings) {
   if (settings === null || settings === undefined) {
@@ -24,13 +24,17 @@ export function renderProduct(product) {
 
 // Revoking or resetting goes to the running service, which answers once its list changed.
 function changeClients(path) {
-  change('DELETE', path, undefined, $('clients-message'));
+  return change('DELETE', path, undefined, $('clients-message'));
 }
 
 export function renderClients(clients) {
+  const list = clients || [];
+  if (!changedSince('clients', list)) {
+    return;
+  }
   const body = $('clients');
   body.replaceChildren();
-  for (const client of clients || []) {
+  for (const client of list) {
     const row = document.createElement('tr');
     for (const text of [client.MacAddr, String(client.AccessClass), client.AccessToken]) {
       const cell = document.createElement('td');
@@ -43,9 +47,13 @@ export function renderClients(clients) {
     revoke.className = 'small danger';
     revoke.textContent = 'Revoke';
     revoke.dataset.mac = client.MacAddr;
-    revoke.addEventListener('click', () => {
+    revoke.addEventListener('click', async () => {
       revoke.disabled = true;
-      changeClients('api/clients/' + encodeURIComponent(client.MacAddr));
+      const result = await changeClients('api/clients/' + encodeURIComponent(client.MacAddr));
+      // A refusal leaves the list as it was, so no redraw brings the button back.
+      if (result === null || !result.ok) {
+        revoke.disabled = false;
+      }
     });
     action.appendChild(revoke);
     row.appendChild(action);

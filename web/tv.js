@@ -1,7 +1,7 @@
 // The TV itself: dark in standby, "Restarting…" while it reboots, badges for the ambient screen
 // and an unavailable service; the picture (source or application, art mode, multi-view,
 // rotation, a wall's cabinets) and the overlays for a change of volume or a key press.
-import { $, change, parseJson } from './api.js';
+import { $, change, changedSince, parseJson } from './api.js';
 
 const OSD_MS = 2000;  // how long an overlay stays before it fades
 
@@ -60,7 +60,7 @@ function supports(tv, name) {
 function renderMultiView(view) {
   const layer = $('multiview-layer');
   layer.hidden = view === null;
-  if (view === null) {
+  if (view === null || !changedSince('multiView', view)) {
     return;
   }
   layer.className = 'multiview-layer ' + view.layout;
@@ -77,7 +77,7 @@ function renderMultiView(view) {
 function renderWall(cabinets) {
   const layer = $('wall-layer');
   layer.hidden = !Array.isArray(cabinets);
-  if (layer.hidden) {
+  if (layer.hidden || !changedSince('wall', cabinets)) {
     return;
   }
   layer.replaceChildren();
