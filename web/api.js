@@ -20,12 +20,13 @@ export async function request(method, path, body) {
 }
 
 // A change asked of the service: message shows the refusal (the reply's error text when it has
-// one) or that the TV cannot be reached, and is cleared on success. Resolves with the reply, or
-// null when none came.
+// one, else its HTTP status) or that the TV cannot be reached, and is cleared on success. Resolves
+// with the reply, or null when none came.
 export async function change(method, path, body, message) {
   try {
     const result = await request(method, path, body);
-    message.textContent = result.ok ? '' : (result.data && result.data.error) || 'Refused';
+    message.textContent = result.ok ? ''
+      : (result.data && result.data.error) || 'Refused (HTTP ' + result.status + ')';
     return result;
   } catch (error) {
     message.textContent = 'The TV cannot be reached';
