@@ -3,6 +3,7 @@ import ctypes
 import json
 import os
 import subprocess
+import sys
 
 # Namespace names start with the lab's name (--name), so two labs never share one. The other
 # modules read them as common.PREFIX and so on, as name_lab changes them.
@@ -20,6 +21,11 @@ READY_TIMEOUT = 120.0
 CLONE_NEWNET = 0x40000000
 
 EXIT_OK, EXIT_FAILED, EXIT_USAGE, EXIT_NOT_ROOT, EXIT_NO_LAB = 0, 1, 2, 3, 4
+
+
+def bin_dir():
+    """The launcher's folder: ipcontrold lies beside it, the resources in ../share/ipcontrol."""
+    return os.path.dirname(os.path.realpath(sys.argv[0]))
 
 
 def name_lab(name):

@@ -11,10 +11,11 @@ import sys
 import time
 
 from . import common
-from .common import ADMIN_PORT, InNetns, LabError
+from .common import ADMIN_PORT, InNetns, LabError, bin_dir
+
 
 def daemon_path():
-    return os.path.join(os.path.dirname(os.path.realpath(sys.argv[0])), "ipcontrold")
+    return os.path.join(bin_dir(), "ipcontrold")
 
 
 def process_is(pid, word):

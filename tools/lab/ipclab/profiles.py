@@ -1,17 +1,12 @@
 # The product profiles a lab can run and how up shares its TVs among them.
 import json
 import os
-import sys
 
-from .common import EXIT_USAGE, LabError
-
-def resource_dir():
-    here = os.path.dirname(os.path.realpath(sys.argv[0]))
-    return os.path.normpath(os.path.join(here, "..", "share", "ipcontrol"))
+from .common import EXIT_USAGE, LabError, bin_dir
 
 
 def load_profiles():
-    folder = os.path.join(resource_dir(), "profiles")
+    folder = os.path.normpath(os.path.join(bin_dir(), "..", "share", "ipcontrol", "profiles"))
     profiles = {}
     try:
         names = sorted(os.listdir(folder))
