@@ -118,18 +118,18 @@ def stop_pids(pids, word, grace=5.0):
     """SIGTERM, then SIGKILL after grace seconds; only processes whose command line holds word
     (a recorded pid may belong to another program by now)."""
     alive = [pid for pid in pids if pid and process_is(pid, word)]
-    for pid in alive:
+    stubborn = wait_gone(_signal(alive, signal.SIGTERM), grace)
+    wait_gone(_signal(stubborn, signal.SIGKILL), grace)
+
+
+def _signal(pids, number):
+    """Sends the signal to each process; returns the pids, those already gone included."""
+    for pid in pids:
         try:
-            os.kill(pid, signal.SIGTERM)
+            os.kill(pid, number)
         except ProcessLookupError:
             pass
-    stubborn = wait_gone(alive, grace)
-    for pid in stubborn:
-        try:
-            os.kill(pid, signal.SIGKILL)
-        except ProcessLookupError:
-            pass
-    wait_gone(stubborn, grace)
+    return pids
 
 
 # ---- probing ----------------------------------------------------------------------------
