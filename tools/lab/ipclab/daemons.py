@@ -65,14 +65,14 @@ def pidfds(pids):
     return fds
 
 
-def wait_ready(sock, children, timeout):
-    """Reads READY=1 datagrams (the sender's pid from its credentials) until every child has
+def wait_ready(sock, pids, timeout):
+    """Reads READY=1 datagrams (the sender's pid from its credentials) until every daemon has
     sent one; returns the pids that did not: ended first, or out of time."""
     deadline = time.monotonic() + timeout
-    waiting, failed = set(children), set()
+    waiting, failed = set(pids), set()
     selector = selectors.DefaultSelector()
     selector.register(sock, selectors.EVENT_READ, None)
-    fds = pidfds(children)
+    fds = pidfds(pids)
     for pid, fd in fds.items():
         selector.register(fd, selectors.EVENT_READ, pid)
     failed |= waiting - set(fds)
