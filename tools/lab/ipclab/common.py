@@ -56,12 +56,17 @@ class InNetns:
         self.home = None
 
     def __enter__(self):
-        self.home = os.open("/proc/self/ns/net", os.O_RDONLY)
-        target = os.open("/run/netns/" + self.name, os.O_RDONLY)
         try:
+            target = os.open("/run/netns/" + self.name, os.O_RDONLY)
+        except FileNotFoundError:
+            raise LabError("namespace %s is gone (ipcontrol-lab down removes what is left of "
+                           "the lab)" % self.name)
+        try:
+            self.home = os.open("/proc/self/ns/net", os.O_RDONLY)
             if _libc.setns(target, CLONE_NEWNET) != 0:
-                raise LabError("cannot enter namespace %s: %s"
-                               % (self.name, os.strerror(ctypes.get_errno())))
+                error = ctypes.get_errno()
+                os.close(self.home)
+                raise LabError("cannot enter namespace %s: %s" % (self.name, os.strerror(error)))
         finally:
             os.close(target)
         return self

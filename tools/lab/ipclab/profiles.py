@@ -14,9 +14,16 @@ def load_profiles():
         raise LabError("cannot read the profiles in %s: %s" % (folder, e.strerror))
     for entry in names:
         if entry.endswith(".json"):
-            with open(os.path.join(folder, entry)) as f:
-                year = json.load(f)["featureconf"]["product.tv_year"]
-            profiles[entry[:-5]] = 1515 if year <= 19 else 1516
+            path = os.path.join(folder, entry)
+            try:
+                with open(path) as f:
+                    year = json.load(f)["featureconf"]["product.tv_year"]
+                profiles[entry[:-5]] = 1515 if year <= 19 else 1516
+            except (OSError, ValueError) as e:
+                raise LabError("the profile %s is unreadable: %s" % (path, e))
+            except (KeyError, TypeError):
+                raise LabError("the profile %s has no product year (featureconf, "
+                               "product.tv_year)" % path)
     return profiles
 
 
