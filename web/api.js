@@ -46,6 +46,14 @@ export function changedSince(key, value) {
   return true;
 }
 
+// An element showing text, never read as HTML.
+export function textElement(tag, className, text) {
+  const element = document.createElement(tag);
+  element.className = className;
+  element.textContent = text;
+  return element;
+}
+
 export function parseJson(text) {
   try {
     return JSON.parse(text);

@@ -1,6 +1,6 @@
 // Under the screen, the latest JSON-RPC requests; at the end of the panel, the service's recent
 // log lines. Both newest first.
-import { $, request, timeOfDay } from './api.js';
+import { $, request, textElement, timeOfDay } from './api.js';
 
 let lastRequestSeq = -1;
 
@@ -32,15 +32,8 @@ export function renderRequests(entries) {
     const outcome = requestOutcome(entry);
     const cells = [timeOfDay(new Date(entry.time), true, false), entry.client || '–',
       entry.method || '(unparsable)', entry.kind, outcome, String(entry.ms)];
-    cells.forEach((text, index) => {
-      const cell = document.createElement('td');
-      cell.textContent = text;
-      cell.className = columns[index];
-      if (columns[index] === 'answer') {
-        cell.title = outcome;
-      }
-      row.appendChild(cell);
-    });
+    cells.forEach((text, index) => row.appendChild(textElement('td', columns[index], text)));
+    row.querySelector('.answer').title = outcome;
     rows.push(row);
   }
   $('requests').replaceChildren(...rows);
@@ -96,12 +89,7 @@ function renderLog(lines) {
       ['tag', line.tag + ': '],
       ['text', line.text],
     ];
-    for (const [name, text] of parts) {
-      const span = document.createElement('span');
-      span.className = name;
-      span.textContent = text;
-      item.appendChild(span);
-    }
+    item.append(...parts.map(([name, text]) => textElement('span', name, text)));
     return item;
   });
   $('log-lines').replaceChildren(...items);

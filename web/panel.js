@@ -1,6 +1,6 @@
 // The panel's settings, product profile and paired clients: shown from the state and changed
 // in place through the admin API.
-import { $, change, changedSince, setField } from './api.js';
+import { $, change, changedSince, setField, textElement } from './api.js';
 
 export function renderSettings(settings) {
   if (settings === null || settings === undefined) {
@@ -37,15 +37,11 @@ export function renderClients(clients) {
   for (const client of list) {
     const row = document.createElement('tr');
     for (const text of [client.MacAddr, String(client.AccessClass), client.AccessToken]) {
-      const cell = document.createElement('td');
-      cell.textContent = text;
-      row.appendChild(cell);
+      row.appendChild(textElement('td', '', text));
     }
     const action = document.createElement('td');
-    const revoke = document.createElement('button');
+    const revoke = textElement('button', 'small danger', 'Revoke');
     revoke.type = 'button';
-    revoke.className = 'small danger';
-    revoke.textContent = 'Revoke';
     revoke.dataset.mac = client.MacAddr;
     revoke.addEventListener('click', async () => {
       revoke.disabled = true;
