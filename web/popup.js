@@ -5,16 +5,16 @@ import { $, request, textElement } from './api.js';
 let shownPopupId = null;  // id of the pop-up on screen, null when none
 let popupDeadline = 0;    // Date.now() at which the pop-up hides itself, 0 when never
 
-function answer(name) {
+function setAnswering(answering) {
   for (const button of $('popup-buttons').querySelectorAll('button')) {
-    button.disabled = true;
+    button.disabled = answering;
   }
+}
+
+function answer(name) {
+  setAnswering(true);
   // 409 means the pop-up went away meanwhile; the next state event tells the rest.
-  request('POST', 'api/notification/' + name).catch(() => {}).finally(() => {
-    for (const button of $('popup-buttons').querySelectorAll('button')) {
-      button.disabled = false;
-    }
-  });
+  request('POST', 'api/notification/' + name).catch(() => {}).finally(() => setAnswering(false));
 }
 
 export function renderPopup(popup) {
