@@ -17,11 +17,12 @@ from .daemons import (admin_request, answering, daemon_path, name_tvs, open_noti
 from .forwarder import forward, start_forwarder
 from .profiles import load_profiles, share_profiles
 
+
 def cmd_up(options):
     lab = Lab(options.dir)
     if lab.exists() or lab_namespaces():
-        raise LabError("a lab is already up (ipcontrol-lab status; remove it with ipcontrol-lab down)",
-                       EXIT_NO_LAB)
+        raise LabError("a lab is already up (ipcontrol-lab status; remove it with "
+                       "ipcontrol-lab down)", EXIT_NO_LAB)
     if options.count < 1:
         raise LabError("up needs a number of TVs, 1 or more", EXIT_USAGE)
     try:
@@ -155,7 +156,8 @@ def cmd_status(options):
                  row["pid"] or "-", "yes" if row["answering"] else "no",
                  row["admin"] if forwarding else "-"))
     print("%d of %d answering; client namespace %s at %s%s"
-          % (sum(r["answering"] for r in rows), len(rows), common.CLIENT_NS, lab.data["client"]["address"],
+          % (sum(r["answering"] for r in rows), len(rows), common.CLIENT_NS,
+             lab.data["client"]["address"],
              "" if forwarding else "; screens not forwarded (up --admin-base 0, or the "
              "forwarder stopped: see forwarder.log)"))
     return EXIT_OK

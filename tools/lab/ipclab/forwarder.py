@@ -10,6 +10,7 @@ import sys
 from . import common
 from .common import ADMIN_PORT, InNetns, Lab, LabError
 
+
 def forward(folder):
     """One process in the host namespace: a listening socket on 127.0.0.1 per TV, each
     connection joined to that TV's admin port inside its namespace."""
