@@ -156,13 +156,21 @@ def answering(tvs, timeout=1.0):
 
 
 def admin_request(tv, method, path, body):
+    """The reply's status and body; for a refusal the body's error text when it has one, for
+    no reply None and the reason."""
     with InNetns(tv["netns"]):
         connection = http.client.HTTPConnection("127.0.0.1", ADMIN_PORT, timeout=5)
         try:
             connection.request(method, path, json.dumps(body),
                                {"Content-Type": "application/json"})
             reply = connection.getresponse()
-            return reply.status, reply.read().decode(errors="replace")
+            text = reply.read().decode(errors="replace")
+            if reply.status != 200:
+                try:
+                    text = json.loads(text)["error"]
+                except (ValueError, KeyError, TypeError):
+                    pass
+            return reply.status, text
         except OSError as e:
             return None, e.strerror or str(e)
         finally:
