@@ -39,7 +39,7 @@ export async function change(method, path, body, message) {
 const drawn = new Map();
 export function changedSince(key, value) {
   const text = JSON.stringify(value);
-  if (drawn.get(key) === text) {
+  if (drawn.has(key) && drawn.get(key) === text) {
     return false;
   }
   drawn.set(key, text);
