@@ -20,17 +20,38 @@ export async function request(method, path, body) {
 }
 
 // A change asked of the service: message shows the refusal (the reply's error text when it has
-// one) or that the TV cannot be reached, and is cleared on success. Resolves with the reply, or
-// null when none came.
+// one, else its HTTP status) or that the TV cannot be reached, and is cleared on success. Resolves
+// with the reply, or null when none came.
 export async function change(method, path, body, message) {
   try {
     const result = await request(method, path, body);
-    message.textContent = result.ok ? '' : (result.data && result.data.error) || 'Refused';
+    message.textContent = result.ok ? ''
+      : (result.data && result.data.error) || 'Refused (HTTP ' + result.status + ')';
     return result;
   } catch (error) {
     message.textContent = 'The TV cannot be reached';
     return null;
   }
+}
+
+// Whether value differs from what was last drawn under key. A state comes with every request and
+// log line; redrawing a list that did not change would swallow a click on its buttons.
+const drawn = new Map();
+export function changedSince(key, value) {
+  const text = JSON.stringify(value);
+  if (drawn.has(key) && drawn.get(key) === text) {
+    return false;
+  }
+  drawn.set(key, text);
+  return true;
+}
+
+// An element showing text, never read as HTML.
+export function textElement(tag, className, text) {
+  const element = document.createElement(tag);
+  element.className = className;
+  element.textContent = text;
+  return element;
 }
 
 export function parseJson(text) {

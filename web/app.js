@@ -38,6 +38,8 @@ function poll() {
       if (result.ok) {
         render(result.data);
         setConnection('Live (polling)', false);
+      } else {
+        setConnection('The TV refused its state (HTTP ' + result.status + '); retrying…', true);
       }
     })
     .catch(() => setConnection('The TV cannot be reached; retrying…', true))

@@ -1,6 +1,6 @@
 // The virtual TV's testing knobs and its connected speakers and USB devices, each change sent
 // to the admin API (a device list always whole).
-import { $, change, parseJson, setField } from './api.js';
+import { $, change, changedSince, parseJson, setField, textElement } from './api.js';
 
 function putTv(name, body) {
   change('PUT', 'api/tv/' + name, body, $('knobs-message'));
@@ -25,17 +25,18 @@ const devices = { speakers: [], usbDevices: [] };
 
 function renderDevices(name, list) {
   devices[name] = list;
+  if (!changedSince(name, list)) {
+    return;
+  }
   const element = $(name);
   element.replaceChildren();
   for (const device of list) {
     const item = document.createElement('li');
-    const label = document.createElement('span');
-    label.textContent = device.name + ' (' + device.id + ')' +
-      (device.errorCode ? ' error ' + device.errorCode : '') + (device.unavailable ? ' unavailable' : '');
-    const remove = document.createElement('button');
+    const label = textElement('span', '', device.name + ' (' + device.id + ')' +
+      (device.errorCode ? ' error ' + device.errorCode : '') +
+      (device.unavailable ? ' unavailable' : ''));
+    const remove = textElement('button', 'small', name === 'speakers' ? 'Disconnect' : 'Unplug');
     remove.type = 'button';
-    remove.className = 'small';
-    remove.textContent = name === 'speakers' ? 'Disconnect' : 'Unplug';
     remove.addEventListener('click', () => {
       putTv(name, devices[name].filter((other) => other.id !== device.id));
     });

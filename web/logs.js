@@ -1,8 +1,6 @@
 // Under the screen, the latest JSON-RPC requests; at the end of the panel, the service's recent
 // log lines. Both newest first.
-import { $, request, timeOfDay } from './api.js';
-
-let lastRequestSeq = -1;
+import { $, changedSince, request, textElement, timeOfDay } from './api.js';
 
 function requestOutcome(entry) {
   if (entry.status !== 200) {
@@ -18,11 +16,9 @@ function requestOutcome(entry) {
 // Redrawn only when a request was added.
 export function renderRequests(entries) {
   const list = entries || [];
-  const newest = list.length > 0 ? list[list.length - 1].seq : 0;
-  if (newest === lastRequestSeq) {
+  if (!changedSince('requests', list.length > 0 ? list[list.length - 1].seq : 0)) {
     return;
   }
-  lastRequestSeq = newest;
   const columns = ['time', 'client', 'method', 'kind', 'answer', 'ms'];
   const rows = [];
   for (let i = list.length - 1; i >= 0; --i) {
@@ -32,15 +28,8 @@ export function renderRequests(entries) {
     const outcome = requestOutcome(entry);
     const cells = [timeOfDay(new Date(entry.time), true, false), entry.client || '–',
       entry.method || '(unparsable)', entry.kind, outcome, String(entry.ms)];
-    cells.forEach((text, index) => {
-      const cell = document.createElement('td');
-      cell.textContent = text;
-      cell.className = columns[index];
-      if (columns[index] === 'answer') {
-        cell.title = outcome;
-      }
-      row.appendChild(cell);
-    });
+    cells.forEach((text, index) => row.appendChild(textElement('td', columns[index], text)));
+    row.querySelector('.answer').title = outcome;
     rows.push(row);
   }
   $('requests').replaceChildren(...rows);
@@ -49,7 +38,6 @@ export function renderRequests(entries) {
 }
 
 const LOG_SHOWN = 200;  // the newest lines that the panel shows
-let logSeen = -1;       // the state's latest line number when the list was last fetched
 let logFetching = false;
 let logStale = false;   // something changed while a fetch was under way
 
@@ -78,10 +66,9 @@ async function fetchLog() {
   }
 }
 
+// The state's latest line number tells whether there are new lines.
 export function followLog(log) {
-  const last = log ? log.last : 0;
-  if (last !== logSeen) {
-    logSeen = last;
+  if (changedSince('log', log ? log.last : 0)) {
     fetchLog();
   }
 }
@@ -96,12 +83,7 @@ function renderLog(lines) {
       ['tag', line.tag + ': '],
       ['text', line.text],
     ];
-    for (const [name, text] of parts) {
-      const span = document.createElement('span');
-      span.className = name;
-      span.textContent = text;
-      item.appendChild(span);
-    }
+    item.append(...parts.map(([name, text]) => textElement('span', name, text)));
     return item;
   });
   $('log-lines').replaceChildren(...items);

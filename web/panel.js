@@ -1,6 +1,6 @@
 // The panel's settings, product profile and paired clients: shown from the state and changed
 // in place through the admin API.
-import { $, change, setField } from './api.js';
+import { $, change, changedSince, setField, textElement } from './api.js';
 
 export function renderSettings(settings) {
   if (settings === null || settings === undefined) {
@@ -24,28 +24,32 @@ export function renderProduct(product) {
 
 // Revoking or resetting goes to the running service, which answers once its list changed.
 function changeClients(path) {
-  change('DELETE', path, undefined, $('clients-message'));
+  return change('DELETE', path, undefined, $('clients-message'));
 }
 
 export function renderClients(clients) {
+  const list = clients || [];
+  if (!changedSince('clients', list)) {
+    return;
+  }
   const body = $('clients');
   body.replaceChildren();
-  for (const client of clients || []) {
+  for (const client of list) {
     const row = document.createElement('tr');
     for (const text of [client.MacAddr, String(client.AccessClass), client.AccessToken]) {
-      const cell = document.createElement('td');
-      cell.textContent = text;
-      row.appendChild(cell);
+      row.appendChild(textElement('td', '', text));
     }
     const action = document.createElement('td');
-    const revoke = document.createElement('button');
+    const revoke = textElement('button', 'small danger', 'Revoke');
     revoke.type = 'button';
-    revoke.className = 'small danger';
-    revoke.textContent = 'Revoke';
     revoke.dataset.mac = client.MacAddr;
-    revoke.addEventListener('click', () => {
+    revoke.addEventListener('click', async () => {
       revoke.disabled = true;
-      changeClients('api/clients/' + encodeURIComponent(client.MacAddr));
+      const result = await changeClients('api/clients/' + encodeURIComponent(client.MacAddr));
+      // A refusal leaves the list as it was, so no redraw brings the button back.
+      if (result === null || !result.ok) {
+        revoke.disabled = false;
+      }
     });
     action.appendChild(revoke);
     row.appendChild(action);

@@ -1,20 +1,20 @@
 // The pairing pop-up over the screen: its texts and buttons as the service set them, the
 // countdown to its hide timeout, and the remote-control keys that answer it.
-import { $, request } from './api.js';
+import { $, request, textElement } from './api.js';
 
 let shownPopupId = null;  // id of the pop-up on screen, null when none
 let popupDeadline = 0;    // Date.now() at which the pop-up hides itself, 0 when never
 
-function answer(name) {
+function setAnswering(answering) {
   for (const button of $('popup-buttons').querySelectorAll('button')) {
-    button.disabled = true;
+    button.disabled = answering;
   }
+}
+
+function answer(name) {
+  setAnswering(true);
   // 409 means the pop-up went away meanwhile; the next state event tells the rest.
-  request('POST', 'api/notification/' + name).catch(() => {}).finally(() => {
-    for (const button of $('popup-buttons').querySelectorAll('button')) {
-      button.disabled = false;
-    }
-  });
+  request('POST', 'api/notification/' + name).catch(() => {}).finally(() => setAnswering(false));
 }
 
 export function renderPopup(popup) {
@@ -37,9 +37,9 @@ export function renderPopup(popup) {
   const buttons = $('popup-buttons');
   buttons.replaceChildren();
   for (const button of popup.buttons) {
-    const element = document.createElement('button');
+    const label = button.label !== '' ? button.label : 'Button ' + button.number;
+    const element = textElement('button', '', label);
     element.type = 'button';
-    element.textContent = button.label !== '' ? button.label : 'Button ' + button.number;
     element.dataset.answer = button.answer;
     element.addEventListener('click', () => answer(button.answer));
     buttons.appendChild(element);

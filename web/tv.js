@@ -1,7 +1,7 @@
 // The TV itself: dark in standby, "Restarting…" while it reboots, badges for the ambient screen
 // and an unavailable service; the picture (source or application, art mode, multi-view,
 // rotation, a wall's cabinets) and the overlays for a change of volume or a key press.
-import { $, change, parseJson } from './api.js';
+import { $, change, changedSince, parseJson, textElement } from './api.js';
 
 const OSD_MS = 2000;  // how long an overlay stays before it fades
 
@@ -60,43 +60,31 @@ function supports(tv, name) {
 function renderMultiView(view) {
   const layer = $('multiview-layer');
   layer.hidden = view === null;
-  if (view === null) {
+  if (view === null || !changedSince('multiView', view)) {
     return;
   }
   layer.className = 'multiview-layer ' + view.layout;
-  layer.replaceChildren();
-  for (const source of view.sources || []) {
-    const tile = document.createElement('div');
-    tile.className = 'tile';
-    tile.textContent = source;
-    layer.appendChild(tile);
-  }
+  const sources = view.sources || [];
+  layer.replaceChildren(...sources.map((source) => textElement('div', 'tile', source)));
 }
 
 // A wall display's cabinets at their rows and columns; null hides the grid.
 function renderWall(cabinets) {
   const layer = $('wall-layer');
   layer.hidden = !Array.isArray(cabinets);
-  if (layer.hidden) {
+  if (layer.hidden || !changedSince('wall', cabinets)) {
     return;
   }
   layer.replaceChildren();
   for (const cabinet of cabinets) {
-    const cell = document.createElement('div');
-    cell.className = 'cabinet ' + (cabinet.error ? 'error' : cabinet.power);
+    const cell = textElement('div', 'cabinet ' + (cabinet.error ? 'error' : cabinet.power),
+      cabinet.cabinetId);
     cell.style.gridRow = String(cabinet.row);
     cell.style.gridColumn = String(cabinet.column);
     cell.title = cabinet.error || '';
-    cell.textContent = cabinet.cabinetId;
-    const temperature = document.createElement('span');
-    temperature.className = 'cabinet-temperature';
-    temperature.textContent = cabinet.temperature + ' \u00b0C';
-    cell.appendChild(temperature);
+    cell.appendChild(textElement('span', 'cabinet-temperature', cabinet.temperature + ' \u00b0C'));
     if (cabinet.error) {
-      const error = document.createElement('span');
-      error.className = 'cabinet-error';
-      error.textContent = cabinet.error;
-      cell.appendChild(error);
+      cell.appendChild(textElement('span', 'cabinet-error', cabinet.error));
     }
     layer.appendChild(cell);
   }

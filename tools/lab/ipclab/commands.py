@@ -17,11 +17,12 @@ from .daemons import (admin_request, answering, daemon_path, name_tvs, open_noti
 from .forwarder import forward, start_forwarder
 from .profiles import load_profiles, share_profiles
 
+
 def cmd_up(options):
     lab = Lab(options.dir)
     if lab.exists() or lab_namespaces():
-        raise LabError("a lab is already up (ipcontrol-lab status; remove it with ipcontrol-lab down)",
-                       EXIT_NO_LAB)
+        raise LabError("a lab is already up (ipcontrol-lab status; remove it with "
+                       "ipcontrol-lab down)", EXIT_NO_LAB)
     if options.count < 1:
         raise LabError("up needs a number of TVs, 1 or more", EXIT_USAGE)
     try:
@@ -50,7 +51,7 @@ def cmd_up(options):
             "address": str(hosts[FIRST_TV_HOST + i]), "mac": "02:1a:b0:%02x:%02x:%02x"
             % (number >> 16 & 0xff, number >> 8 & 0xff, number & 0xff), "profile": profile,
             "port": profiles[profile], "adminPort": options.admin_base + number, "pid": None})
-        lab.data["namespaces"].append("%stv%03d" % (common.PREFIX, number))
+        lab.data["namespaces"].append(lab.data["tvs"][-1]["netns"])
     lab.save()  # written before anything is made, so down finds all of it
 
     prefix = subnet.prefixlen
@@ -70,23 +71,20 @@ def cmd_up(options):
                   "route add default dev eth0"], netns)
 
     notify, notify_path = open_notify_socket(lab)
-    children = {}
     for tv in lab.data["tvs"]:
-        child = start_daemon(lab, tv, notify_path)
-        children[child.pid] = child
+        start_daemon(lab, tv, notify_path)
     if options.admin_base:
         start_forwarder(lab)
     lab.save()
-    failed = wait_ready(notify, children, READY_TIMEOUT)
+    failed = wait_ready(notify, [tv["pid"] for tv in lab.data["tvs"]], READY_TIMEOUT)
     notify.close()
-    if not failed:
-        name_tvs(lab.data["tvs"])
-    elapsed = time.monotonic() - started
     if failed:
         names = [tv["name"] for tv in lab.data["tvs"] if tv["pid"] in failed]
         raise LabError("%d of %d TVs did not start: %s (see ipcontrol-lab logs %s; the others "
                        "run: ipcontrol-lab down removes the lab)"
                        % (len(names), len(assigned), " ".join(names), names[0]))
+    name_tvs(lab.data["tvs"])
+    elapsed = time.monotonic() - started
     counts = {}
     for profile in assigned:
         counts[profile] = counts.get(profile, 0) + 1
@@ -158,7 +156,8 @@ def cmd_status(options):
                  row["pid"] or "-", "yes" if row["answering"] else "no",
                  row["admin"] if forwarding else "-"))
     print("%d of %d answering; client namespace %s at %s%s"
-          % (sum(r["answering"] for r in rows), len(rows), common.CLIENT_NS, lab.data["client"]["address"],
+          % (sum(r["answering"] for r in rows), len(rows), common.CLIENT_NS,
+             lab.data["client"]["address"],
              "" if forwarding else "; screens not forwarded (up --admin-base 0, or the "
              "forwarder stopped: see forwarder.log)"))
     return EXIT_OK
@@ -243,7 +242,7 @@ def cmd_power_cut(options):
     notify, notify_path = open_notify_socket(lab)
     child = start_daemon(lab, tv, notify_path)
     lab.save()
-    failed = wait_ready(notify, {child.pid: child}, READY_TIMEOUT)
+    failed = wait_ready(notify, [child.pid], READY_TIMEOUT)
     notify.close()
     if failed:
         raise LabError("%s did not start again (ipcontrol-lab logs %s)" % (tv["name"], tv["name"]))
@@ -297,7 +296,8 @@ def parser():
 
 
 def main():
-    options = parser().parse_args()
+    arguments = parser()
+    options = arguments.parse_args()
     if not options.name.replace("-", "").isalnum() or len(options.name) > 20:
         sys.stderr.write("ipcontrol-lab: --name takes up to 20 letters, digits and dashes\n")
         return EXIT_USAGE
@@ -306,7 +306,7 @@ def main():
     handlers = {"up": cmd_up, "down": cmd_down, "status": cmd_status, "exec": cmd_exec,
                 "logs": cmd_logs, "knob": cmd_knob, "power-cut": cmd_power_cut}
     if options.command is None:
-        parser().print_help()
+        arguments.print_help()
         return EXIT_USAGE
     if os.geteuid() != 0:
         sys.stderr.write("ipcontrol-lab: needs root (network namespaces): run it with sudo\n")

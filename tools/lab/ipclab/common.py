@@ -3,6 +3,7 @@ import ctypes
 import json
 import os
 import subprocess
+import sys
 
 # Namespace names start with the lab's name (--name), so two labs never share one. The other
 # modules read them as common.PREFIX and so on, as name_lab changes them.
@@ -20,6 +21,11 @@ READY_TIMEOUT = 120.0
 CLONE_NEWNET = 0x40000000
 
 EXIT_OK, EXIT_FAILED, EXIT_USAGE, EXIT_NOT_ROOT, EXIT_NO_LAB = 0, 1, 2, 3, 4
+
+
+def bin_dir():
+    """The launcher's folder: ipcontrold lies beside it, the resources in ../share/ipcontrol."""
+    return os.path.dirname(os.path.realpath(sys.argv[0]))
 
 
 def name_lab(name):
@@ -50,12 +56,17 @@ class InNetns:
         self.home = None
 
     def __enter__(self):
-        self.home = os.open("/proc/self/ns/net", os.O_RDONLY)
-        target = os.open("/run/netns/" + self.name, os.O_RDONLY)
         try:
+            target = os.open("/run/netns/" + self.name, os.O_RDONLY)
+        except FileNotFoundError:
+            raise LabError("namespace %s is gone (ipcontrol-lab down removes what is left of "
+                           "the lab)" % self.name)
+        try:
+            self.home = os.open("/proc/self/ns/net", os.O_RDONLY)
             if _libc.setns(target, CLONE_NEWNET) != 0:
-                raise LabError("cannot enter namespace %s: %s"
-                               % (self.name, os.strerror(ctypes.get_errno())))
+                error = ctypes.get_errno()
+                os.close(self.home)
+                raise LabError("cannot enter namespace %s: %s" % (self.name, os.strerror(error)))
         finally:
             os.close(target)
         return self

@@ -11,10 +11,11 @@ import sys
 import time
 
 from . import common
-from .common import ADMIN_PORT, InNetns, LabError
+from .common import ADMIN_PORT, InNetns, LabError, bin_dir
+
 
 def daemon_path():
-    return os.path.join(os.path.dirname(os.path.realpath(sys.argv[0])), "ipcontrold")
+    return os.path.join(bin_dir(), "ipcontrold")
 
 
 def process_is(pid, word):
@@ -64,14 +65,14 @@ def pidfds(pids):
     return fds
 
 
-def wait_ready(sock, children, timeout):
-    """Reads READY=1 datagrams (the sender's pid from its credentials) until every child has
+def wait_ready(sock, pids, timeout):
+    """Reads READY=1 datagrams (the sender's pid from its credentials) until every daemon has
     sent one; returns the pids that did not: ended first, or out of time."""
     deadline = time.monotonic() + timeout
-    waiting, failed = set(children), set()
+    waiting, failed = set(pids), set()
     selector = selectors.DefaultSelector()
     selector.register(sock, selectors.EVENT_READ, None)
-    fds = pidfds(children)
+    fds = pidfds(pids)
     for pid, fd in fds.items():
         selector.register(fd, selectors.EVENT_READ, pid)
     failed |= waiting - set(fds)
@@ -117,18 +118,18 @@ def stop_pids(pids, word, grace=5.0):
     """SIGTERM, then SIGKILL after grace seconds; only processes whose command line holds word
     (a recorded pid may belong to another program by now)."""
     alive = [pid for pid in pids if pid and process_is(pid, word)]
-    for pid in alive:
+    stubborn = wait_gone(_signal(alive, signal.SIGTERM), grace)
+    wait_gone(_signal(stubborn, signal.SIGKILL), grace)
+
+
+def _signal(pids, number):
+    """Sends the signal to each process; returns the pids, those already gone included."""
+    for pid in pids:
         try:
-            os.kill(pid, signal.SIGTERM)
+            os.kill(pid, number)
         except ProcessLookupError:
             pass
-    stubborn = wait_gone(alive, grace)
-    for pid in stubborn:
-        try:
-            os.kill(pid, signal.SIGKILL)
-        except ProcessLookupError:
-            pass
-    wait_gone(stubborn, grace)
+    return pids
 
 
 # ---- probing ----------------------------------------------------------------------------
@@ -155,13 +156,21 @@ def answering(tvs, timeout=1.0):
 
 
 def admin_request(tv, method, path, body):
+    """The reply's status and body; for a refusal the body's error text when it has one, for
+    no reply None and the reason."""
     with InNetns(tv["netns"]):
         connection = http.client.HTTPConnection("127.0.0.1", ADMIN_PORT, timeout=5)
         try:
             connection.request(method, path, json.dumps(body),
                                {"Content-Type": "application/json"})
             reply = connection.getresponse()
-            return reply.status, reply.read().decode(errors="replace")
+            text = reply.read().decode(errors="replace")
+            if reply.status != 200:
+                try:
+                    text = json.loads(text)["error"]
+                except (ValueError, KeyError, TypeError):
+                    pass
+            return reply.status, text
         except OSError as e:
             return None, e.strerror or str(e)
         finally:

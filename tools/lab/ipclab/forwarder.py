@@ -8,7 +8,8 @@ import subprocess
 import sys
 
 from . import common
-from .common import ADMIN_PORT, InNetns, Lab
+from .common import ADMIN_PORT, InNetns, Lab, LabError
+
 
 def forward(folder):
     """One process in the host namespace: a listening socket on 127.0.0.1 per TV, each
@@ -49,8 +50,13 @@ def forward(folder):
                     client, _ = key.fileobj.accept()
                 except OSError:
                     continue
-                with InNetns(tv["netns"]):
-                    upstream = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+                try:
+                    with InNetns(tv["netns"]):
+                        upstream = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+                except LabError as e:  # the other TVs' screens stay forwarded
+                    sys.stderr.write("%s: %s\n" % (tv["name"], e))
+                    client.close()
+                    continue
                 upstream.settimeout(2)
                 try:
                     upstream.connect(("127.0.0.1", ADMIN_PORT))

@@ -1,17 +1,12 @@
 # The product profiles a lab can run and how up shares its TVs among them.
 import json
 import os
-import sys
 
-from .common import EXIT_USAGE, LabError
-
-def resource_dir():
-    here = os.path.dirname(os.path.realpath(sys.argv[0]))
-    return os.path.normpath(os.path.join(here, "..", "share", "ipcontrol"))
+from .common import EXIT_USAGE, LabError, bin_dir
 
 
 def load_profiles():
-    folder = os.path.join(resource_dir(), "profiles")
+    folder = os.path.normpath(os.path.join(bin_dir(), "..", "share", "ipcontrol", "profiles"))
     profiles = {}
     try:
         names = sorted(os.listdir(folder))
@@ -19,9 +14,16 @@ def load_profiles():
         raise LabError("cannot read the profiles in %s: %s" % (folder, e.strerror))
     for entry in names:
         if entry.endswith(".json"):
-            with open(os.path.join(folder, entry)) as f:
-                year = json.load(f)["featureconf"]["product.tv_year"]
-            profiles[entry[:-5]] = 1515 if year <= 19 else 1516
+            path = os.path.join(folder, entry)
+            try:
+                with open(path) as f:
+                    year = json.load(f)["featureconf"]["product.tv_year"]
+                profiles[entry[:-5]] = 1515 if year <= 19 else 1516
+            except (OSError, ValueError) as e:
+                raise LabError("the profile %s is unreadable: %s" % (path, e))
+            except (KeyError, TypeError):
+                raise LabError("the profile %s has no product year (featureconf, "
+                               "product.tv_year)" % path)
     return profiles
 
 
